@@ -1,0 +1,100 @@
+/// \file
+/// Runs one report query: reads it, binds its parameters, streams its rows into a writer, delivers the output and keeps the ledger.
+#pragma once
+
+#include "core/Clock.h"
+#include "framework/Readers.h"
+#include "reporting/writers/ReportWriter.h"
+
+#include <QDate>
+#include <QMap>
+#include <QString>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace qm {
+
+class ApplicationLog;
+
+/// Tells a run to stop. cancel() may be called from any thread and is never lost; the run also interrupts the database.
+class CancelFlag final
+{
+public:
+    void cancel();
+    [[nodiscard]] bool isCancelled() const { return m_cancelled.load(std::memory_order_acquire); }
+    /// \throws RuntimeError cancelledByOperator once cancelled.
+    void check() const;
+    /// Called (at most once per cancel, from the cancelling thread) to hasten the end; empty to remove. Thread-safe.
+    void onCancel(std::function<void()> hasten);
+
+private:
+    std::atomic<bool> m_cancelled{false};
+    struct Hook;
+    std::shared_ptr<Hook> m_hook;
+    [[nodiscard]] std::shared_ptr<Hook> hook();
+
+public:
+    CancelFlag();
+    ~CancelFlag();
+};
+
+/// How one run differs from what the query file says. Empty values mean: as the query file says.
+struct RunOptions
+{
+    std::optional<QString> format;         ///< pdf, html, xlsx, csv
+    std::optional<QString> outputFile;     ///< exact path of the file to write
+    QMap<QString, QString> parameters;     ///< by name; overrides defaults
+    QDate from, to;                        ///< local dates, both included; invalid: not given
+    bool allTime = false;
+    std::optional<QString> period;         ///< a period phrase
+    std::optional<QString> database;       ///< another SQLite file than the package's own
+    QString trigger = QStringLiteral("operator"); ///< "operator", "schedule", "command line"
+    std::function<void(std::int64_t rows)> progress; ///< called a few times a second from the running thread; may be empty
+    std::shared_ptr<CancelFlag> cancel;    ///< may be null
+    /// Receives the report when the output is the screen. Null: screen output is refused.
+    ReportWriter *screen = nullptr;
+};
+
+struct RunResult
+{
+    std::int64_t runId = 0;       ///< row of the run ledger; 0 when the ledger could not be written
+    std::int64_t rows = 0;
+    QString outputFile;           ///< empty for screen output
+    std::uint64_t bytes = 0;
+    QString sha256;
+    bool truncated = false;
+    QString note;                 ///< anything the operator should know (cells cut, ledger not writable); may be empty
+};
+
+/// What the engine needs from outside. References must outlive it.
+struct EngineServices
+{
+    QString installPath;          ///< installation folder with trailing separator; may be empty for a query outside any installation
+    QString fontFolder;           ///< folder with the shipped fonts
+    const Clock &clock;
+    ApplicationLog &log;
+};
+
+/// The report engine. One object serves any number of runs, one at a time per thread; it holds no widgets and may run on a worker thread.
+class ReportEngine final
+{
+public:
+    explicit ReportEngine(EngineServices services);
+    ~ReportEngine();
+
+    /// Runs \p queryFile. The package, and so the embedded database, is found from the query file's own path
+    /// (the folder above "Query Groups").
+    /// \throws RuntimeError with what failed, where and what to do; cancelledByOperator when cancelled. The failure is in ledger and log.
+    RunResult run(const QString &queryFile, const RunOptions &options);
+
+    /// What the query asks for, for prompts and titles, without running it.
+    [[nodiscard]] std::shared_ptr<Query> readQuery(const QString &queryFile);
+
+private:
+    EngineServices m_services;
+};
+
+} // namespace qm

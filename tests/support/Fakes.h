@@ -1,0 +1,56 @@
+/// \file
+/// Fakes for what a test cannot have for real: the operator's answers and the time.
+#pragma once
+
+#include "core/Clock.h"
+#include "core/Prompts.h"
+
+#include <QtTest>
+
+#include <deque>
+#include <vector>
+
+namespace qm::test {
+
+/// Answers boxes and file dialogs from a script and records what was shown. A box that needs an answer nobody scripted fails the test;
+/// boxes with only an OK button answer themselves. Call finish() at the end: an answer nobody asked for fails the test too.
+class ScriptedPrompts final : public Prompts
+{
+public:
+    struct Shown
+    {
+        QString text;
+        int style = 0;
+        QString title;
+    };
+    std::vector<Shown> shown;
+    std::deque<int> answers;
+    std::deque<std::optional<QString>> files;
+    std::vector<FileDialogRequest> fileRequests;
+    int pointerShape = 0;
+
+    int messageBox(const QString &text, int style, const QString &title) override;
+    std::optional<QString> chooseSaveFile(const FileDialogRequest &request) override { return nextFile(request); }
+    std::optional<QString> chooseOpenFile(const FileDialogRequest &request) override { return nextFile(request); }
+    void pointer(int shape) override { pointerShape = shape; }
+    void finish() const;
+
+private:
+    std::optional<QString> nextFile(const FileDialogRequest &request);
+};
+
+/// A clock that stands until it is moved. Wall time and instant move together; the wall shows UTC.
+class FakeClock final : public Clock
+{
+public:
+    explicit FakeClock(const WallTime &start) : m_wall(start) {}
+    [[nodiscard]] std::chrono::system_clock::time_point now() const override;
+    [[nodiscard]] WallTime wallNow() const override { return m_wall; }
+    void set(const WallTime &wall) { m_wall = wall; }
+    void advance(std::chrono::seconds by);
+
+private:
+    WallTime m_wall;
+};
+
+} // namespace qm::test
