@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs every Debian package that building, testing and running the project needs. Safe to run again: it installs only what is missing.
+#   scripts/setup.sh            what building, running and testing need
+#   scripts/setup.sh --bench    also the peers that scripts/bench.sh measures against
+set -euo pipefail
+
+packages=(
+  # compiler and build
+  g++ cmake ninja-build pkg-config ccache clang-format
+  # linked libraries
+  qt6-base-dev libqt6svg6-dev libgl1-mesa-dev libsqlite3-dev libtomlplusplus-dev libspdlog-dev libexpat1-dev libssl-dev
+  zlib1g-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev
+  # fonts that the program ships
+  fonts-dejavu-core fonts-droid-fallback
+  # tests: a virtual display, readers that are not ours, locale definitions
+  xvfb xauth xdotool locales python3 python3-openpyxl poppler-utils qpdf sqlite3
+)
+if [ "${1:-}" = "--bench" ]; then
+  packages+=(libxlsxwriter-dev libhpdf-dev time)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")
+done
+if [ "${#missing[@]}" -eq 0 ]; then
+  echo "setup: everything is installed"
+  exit 0
+fi
+
+run=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "setup: these packages are missing and this user may not install them: ${missing[*]}" >&2; exit 1; }
+  run=(sudo)
+fi
+echo "setup: installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${run[@]}" apt-get update -qq
+"${run[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+echo "setup: done"
