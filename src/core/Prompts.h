@@ -21,8 +21,8 @@ inline constexpr int idOk = 1, idCancel = 2, idAbort = 3, idRetry = 4, idIgnore 
 struct FileDialogRequest
 {
     QString title;
-    QString folder;        ///< initial folder; empty: the platform's choice
-    QString fileName;      ///< proposed name
+    QString folder;   ///< initial folder; empty: the platform's choice
+    QString fileName; ///< proposed name
     QString filter;
     QString defaultSuffix; ///< without dot; added to a name typed without one
 };
@@ -40,6 +40,9 @@ public:
     virtual std::optional<QString> chooseOpenFile(const FileDialogRequest &request) = 0;
     /// The application's mouse pointer: 11 hourglass, 0 default. A state, not a stack.
     virtual void pointer(int shape) = 0;
+    /// While on, boxes with only an OK button are shown modal but not awaited, one behind the other: an unattended run must not wait for
+    /// anyone.
+    virtual void unattended(bool on) = 0;
 };
 
 } // namespace qm

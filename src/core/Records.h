@@ -15,10 +15,10 @@ namespace qm {
 struct PackageInfo
 {
     QString PackageName;
-    QString Interface;    ///< programmatic identifier of the package's report interface
-    QString InstallPath;  ///< absolute folder of the package, ends with a separator
-    QString QueryAccess;  ///< programmatic identifier of the package's query access component
-    QString Database;     ///< absolute path of the package's embedded event database
+    QString Interface;   ///< programmatic identifier of the package's report interface
+    QString InstallPath; ///< absolute folder of the package, ends with a separator
+    QString QueryAccess; ///< programmatic identifier of the package's query access component
+    QString Database;    ///< absolute path of the package's embedded event database
 };
 
 /// One scheduled report.
@@ -77,7 +77,7 @@ public:
 /// One entry of the data source table.
 struct QMKDataSource
 {
-    QString DatasourceName; ///< key: type prefix + file name, for example MSSQL::Payroll.dsf
+    QString DatasourceName;             ///< key: type prefix + file name, for example MSSQL::Payroll.dsf
     std::shared_ptr<DatabaseInfo> Info; ///< never null once in the table
 };
 

@@ -36,11 +36,11 @@ struct WallTime
     }
 };
 
-[[nodiscard]] QString tableDateText(QDate date);      ///< "Nov 21,2026"
-[[nodiscard]] QString dialogDateText(QDate date);     ///< "Nov 21, 2026"
-[[nodiscard]] QString shortDateText(QDate date);      ///< "11/21/2026"
-[[nodiscard]] QString time24Text(int secondOfDay);    ///< "14:05:37"
-[[nodiscard]] QString time12Text(int secondOfDay);    ///< "02:05:37 PM"
+[[nodiscard]] QString tableDateText(QDate date);   ///< "Nov 21,2026"
+[[nodiscard]] QString dialogDateText(QDate date);  ///< "Nov 21, 2026"
+[[nodiscard]] QString shortDateText(QDate date);   ///< "11/21/2026"
+[[nodiscard]] QString time24Text(int secondOfDay); ///< "14:05:37"
+[[nodiscard]] QString time12Text(int secondOfDay); ///< "02:05:37 PM"
 
 /// Reads any of the three date texts. \throws RuntimeError 13 for anything else.
 [[nodiscard]] QDate parseDate(QStringView text);

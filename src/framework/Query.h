@@ -21,12 +21,12 @@ enum class ParameterType { Text, Integer, Number, Date, Time, Boolean, List };
 
 struct QueryParameter
 {
-    QString name;          ///< without the colon
+    QString name; ///< without the colon
     QString label;
     ParameterType type = ParameterType::Text;
-    QString defaultValue;  ///< empty and !hasDefault: a value must be given
+    QString defaultValue; ///< empty and !hasDefault: a value must be given
     bool hasDefault = false;
-    QStringList values;    ///< choices of a list parameter
+    QStringList values; ///< choices of a list parameter
 };
 
 /// The report's period, which gives :date_from (inclusive) and :date_to (exclusive).
@@ -45,11 +45,11 @@ struct EmailOutput
 
 struct OutputSettings
 {
-    int OutputType = 0; ///< code of an OutputKind; other codes are kept
+    int OutputType = 0;                     ///< code of an OutputKind; other codes are kept
     QString format = QStringLiteral("pdf"); ///< pdf, html, xlsx, csv
-    QString file;                            ///< name pattern with {fields}; relative to the installation's "Reports" folder, or absolute
+    QString file;                           ///< name pattern with {fields}; relative to the installation's "Reports" folder, or absolute
     bool csvByteOrderMark = false;
-    bool csvGuardFormulas = false;           ///< always on for e-mailed CSV
+    bool csvGuardFormulas = false; ///< always on for e-mailed CSV
     EmailOutput email;
 };
 
@@ -61,13 +61,13 @@ struct Query
     QString ReportFile; ///< layout path as written: relative to the package's folder, or absolute; empty: automatic layout
     qm::OutputSettings OutputSettings;
 
-    QString dataSource;               ///< "" the package's own database, a data source key, or "ODBC::" + connection string
+    QString dataSource; ///< "" the package's own database, a data source key, or "ODBC::" + connection string
     QString sql;
-    QMap<QString, QString> sqlFor;    ///< variants by engine ("oracle", "mssql", "postgresql")
+    QMap<QString, QString> sqlFor; ///< variants by engine ("oracle", "mssql", "postgresql")
     QueryPeriod period;
     std::vector<QueryParameter> parameters;
-    qint64 rowLimit = 0;              ///< rows after which the report is cut, 0: none
-    int timeoutSeconds = 0;           ///< 0: the engine's default
+    qint64 rowLimit = 0;    ///< rows after which the report is cut, 0: none
+    int timeoutSeconds = 0; ///< 0: the engine's default
 
     /// The file as it was read, so that keys this version does not know are kept when it is rewritten. May be null.
     std::shared_ptr<const class QueryFileText> original;

@@ -17,19 +17,19 @@ enum class Aggregate { Count, Sum, Average, Minimum, Maximum };
 
 struct LayoutColumn
 {
-    QString field;     ///< the result column's name, compared without letter case
-    QString caption;   ///< empty: made from the field name
+    QString field;      ///< the result column's name, compared without letter case
+    QString caption;    ///< empty: made from the field name
     double widthMm = 0; ///< 0: from the content
     Alignment alignment = Alignment::Automatic;
     /// "" automatic; "#,##0.00" style number patterns; "date", "time", "datetime", "datetime-ms"; "percent"; "bytes"; "boolean"
     QString format;
     bool visible = true;
-    bool wrap = true;  ///< long text continues on further lines; false: cut with an ellipsis on the page
+    bool wrap = true; ///< long text continues on further lines; false: cut with an ellipsis on the page
 };
 
 struct LayoutAggregate
 {
-    QString field;     ///< empty with Count: rows
+    QString field; ///< empty with Count: rows
     Aggregate function = Aggregate::Sum;
     QString caption;
 };
@@ -43,11 +43,11 @@ struct LayoutGroup
 
 struct LayoutChart
 {
-    QString kind;      ///< "" none; bar, column, stacked-bar, stacked-column, line, pie
+    QString kind; ///< "" none; bar, column, stacked-bar, stacked-column, line, pie
     QString title, category;
-    QString series;    ///< column whose values become series; empty: one series per value column
+    QString series; ///< column whose values become series; empty: one series per value column
     QStringList values;
-    int top = 0;       ///< only the largest n categories, 0: all
+    int top = 0;        ///< only the largest n categories, 0: all
     bool other = false; ///< sum the rest as "Other"
 };
 
@@ -66,7 +66,7 @@ struct LayoutBand
 
 struct ReportLayout
 {
-    QString title;     ///< empty: the query's description
+    QString title; ///< empty: the query's description
     QString subtitle;
     LayoutPage page;
     LayoutBand header, footer;

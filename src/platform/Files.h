@@ -53,7 +53,8 @@ void setFileAttributes(const QString &path, int attributes);
 void setCurrentFolder(const QString &path);
 [[nodiscard]] QString currentFolder();
 
-/// Whether \p name can be a file name on every platform. \returns an empty text, or the reason ("contains '*'", "is a reserved device name", ...).
+/// Whether \p name can be a file name on every platform. \returns an empty text, or the reason ("contains '*'", "is a reserved device
+/// name", ...).
 [[nodiscard]] QString whyNotAName(const QString &name);
 /// The part after the last backslash or slash.
 [[nodiscard]] QString lastPart(const QString &path);

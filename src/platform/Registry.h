@@ -17,9 +17,9 @@ inline constexpr char kRegistryKey[] = "SOFTWARE\\Tarrowind\\Quillmark\\Report F
 /// Names of the sections in file order, as written.
 [[nodiscard]] QStringList privateProfileSections(const QString &path);
 
-/// The string value \p name under \p key of the machine-wide hive. Elsewhere than on Windows the hive is "tarrowind/registry.ini" in the user's,
-/// then the system's XDG configuration folders.
-/// \throws RuntimeError 53 / 13 with the place looked at and what to do when it is missing or not a string.
+/// The string value \p name under \p key of the machine-wide hive. Elsewhere than on Windows the hive is "tarrowind/registry.ini" in the
+/// user's, then the system's XDG configuration folders. \throws RuntimeError 53 / 13 with the place looked at and what to do when it is
+/// missing or not a string.
 [[nodiscard]] QString registryString(const QString &key, const QString &name);
 /// Writes it (installation and trial set-up only).
 void setRegistryString(const QString &key, const QString &name, const QString &value);

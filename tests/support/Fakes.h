@@ -28,11 +28,13 @@ public:
     std::deque<std::optional<QString>> files;
     std::vector<FileDialogRequest> fileRequests;
     int pointerShape = 0;
+    bool isUnattended = false;
 
     int messageBox(const QString &text, int style, const QString &title) override;
     std::optional<QString> chooseSaveFile(const FileDialogRequest &request) override { return nextFile(request); }
     std::optional<QString> chooseOpenFile(const FileDialogRequest &request) override { return nextFile(request); }
     void pointer(int shape) override { pointerShape = shape; }
+    void unattended(bool on) override { isUnattended = on; }
     void finish() const;
 
 private:

@@ -44,36 +44,36 @@ public:
 /// How one run differs from what the query file says. Empty values mean: as the query file says.
 struct RunOptions
 {
-    std::optional<QString> format;         ///< pdf, html, xlsx, csv
-    std::optional<QString> outputFile;     ///< exact path of the file to write
-    QMap<QString, QString> parameters;     ///< by name; overrides defaults
-    QDate from, to;                        ///< local dates, both included; invalid: not given
+    std::optional<QString> format;     ///< pdf, html, xlsx, csv
+    std::optional<QString> outputFile; ///< exact path of the file to write
+    QMap<QString, QString> parameters; ///< by name; overrides defaults
+    QDate from, to;                    ///< local dates, both included; invalid: not given
     bool allTime = false;
-    std::optional<QString> period;         ///< a period phrase
-    std::optional<QString> database;       ///< another SQLite file than the package's own
-    QString trigger = QStringLiteral("operator"); ///< "operator", "schedule", "command line"
+    std::optional<QString> period;                   ///< a period phrase
+    std::optional<QString> database;                 ///< another SQLite file than the package's own
+    QString trigger = QStringLiteral("operator");    ///< "operator", "schedule", "command line"
     std::function<void(std::int64_t rows)> progress; ///< called a few times a second from the running thread; may be empty
-    std::shared_ptr<CancelFlag> cancel;    ///< may be null
+    std::shared_ptr<CancelFlag> cancel;              ///< may be null
     /// Receives the report when the output is the screen. Null: screen output is refused.
     ReportWriter *screen = nullptr;
 };
 
 struct RunResult
 {
-    std::int64_t runId = 0;       ///< row of the run ledger; 0 when the ledger could not be written
+    std::int64_t runId = 0; ///< row of the run ledger; 0 when the ledger could not be written
     std::int64_t rows = 0;
-    QString outputFile;           ///< empty for screen output
+    QString outputFile; ///< empty for screen output
     std::uint64_t bytes = 0;
     QString sha256;
     bool truncated = false;
-    QString note;                 ///< anything the operator should know (cells cut, ledger not writable); may be empty
+    QString note; ///< anything the operator should know (cells cut, ledger not writable); may be empty
 };
 
 /// What the engine needs from outside. References must outlive it.
 struct EngineServices
 {
-    QString installPath;          ///< installation folder with trailing separator; may be empty for a query outside any installation
-    QString fontFolder;           ///< folder with the shipped fonts
+    QString installPath; ///< installation folder with trailing separator; may be empty for a query outside any installation
+    QString fontFolder;  ///< folder with the shipped fonts
     const Clock &clock;
     ApplicationLog &log;
 };

@@ -14,8 +14,8 @@ class CellFormatter final
 public:
     explicit CellFormatter(const ReportColumn &column);
 
-    /// Appends the shown text of \p value to \p out: nothing for NULL, "0x" + hexadecimal (cut, with the size) for blobs, "NaN", "Infinity" for those,
-    /// text that does not suit the format unchanged. Output is valid UTF-8.
+    /// Appends the shown text of \p value to \p out: nothing for NULL, "0x" + hexadecimal (cut, with the size) for blobs, "NaN", "Infinity"
+    /// for those, text that does not suit the format unchanged. Output is valid UTF-8.
     void append(const Value &value, std::string &out) const;
 
 private:

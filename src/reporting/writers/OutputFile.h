@@ -11,8 +11,8 @@
 
 namespace qm {
 
-/// Collects bytes in one large buffer, writes them to a temporary file in the target's folder, and puts that file in the target's place on commit.
-/// Destroyed without commit it removes the temporary file. Not copyable; one writer at a time.
+/// Collects bytes in one large buffer, writes them to a temporary file in the target's folder, and puts that file in the target's place on
+/// commit. Destroyed without commit it removes the temporary file. Not copyable; one writer at a time.
 class OutputFile final
 {
 public:

@@ -20,8 +20,8 @@ struct ReportColumn
     std::string caption;
     ColumnType type = ColumnType::Text;
     CellAlignment alignment = CellAlignment::Left;
-    std::string format;   ///< see LayoutColumn::format; never empty for numbers and dates that are to be formatted
-    double widthMm = 30;  ///< share of the page width; the writer scales all columns to fit the page
+    std::string format;  ///< see LayoutColumn::format; never empty for numbers and dates that are to be formatted
+    double widthMm = 30; ///< share of the page width; the writer scales all columns to fit the page
     bool wrap = true;
 };
 
@@ -51,15 +51,15 @@ struct ReportHead
 struct ReportTail
 {
     std::int64_t rows = 0;
-    bool truncated = false;      ///< a row limit cut rows off; the output says so
+    bool truncated = false; ///< a row limit cut rows off; the output says so
     std::int64_t rowLimit = 0;
 };
 
 /// What a writer had to change to fit its format, for the ledger and the log.
 struct WriterNotes
 {
-    std::int64_t cellsCut = 0;           ///< cells longer than the format holds
-    std::int64_t missingGlyphs = 0;      ///< characters no font could show
+    std::int64_t cellsCut = 0;      ///< cells longer than the format holds
+    std::int64_t missingGlyphs = 0; ///< characters no font could show
     std::int64_t pages = 0, sheets = 0;
 };
 

@@ -1,0 +1,29 @@
+#include "scheduler/ScheduleServices.h"
+
+#include "framework/Readers.h"
+#include "platform/Files.h"
+
+namespace qm {
+
+void saveJobs(const ScheduleServices &services)
+{
+    Globals &globals = services.globals;
+    static_cast<void>(requireJobs(globals));
+    if (globals.gstrInstallPath.isEmpty())
+        raise(err::pathNotFound,
+              QStringLiteral("the installation folder is not known, so \"Jobs.cfg\" cannot be saved; set the registry value "
+                             "\"InstallPath\" and start the program again"));
+    services.reader.SaveJobs(globals.gcolJobs, globals.gstrInstallPath + QStringLiteral("Config") + kSep + QStringLiteral("Jobs.cfg"));
+}
+
+QString FindPackageInterface(const Globals &globals, const QString &queryFile)
+{
+    for (const QString &name : globals.gdicPackages.Keys()) {
+        const auto &info = globals.gdicPackages.at(name)->PackageInfo();
+        if (queryFile.contains(info->InstallPath, Qt::CaseInsensitive))
+            return info->Interface;
+    }
+    return {};
+}
+
+} // namespace qm

@@ -1,0 +1,49 @@
+/// \file
+/// What the scheduler's classes share.
+#pragma once
+
+#include "core/Globals.h"
+
+#include <QString>
+
+namespace qm {
+
+class Clock;
+class ErrorReporter;
+class JobConfigReader;
+class JobTable;
+class Prompts;
+
+/// Keeps the facts of unattended runs that nobody was there to see: application log and run ledger.
+class ScheduleJournal
+{
+public:
+    virtual ~ScheduleJournal() = default;
+    /// A due job whose report was not made, and why.
+    virtual void notRun(const ScheduledReportJob &job, const QString &reason) = 0;
+    /// A job that runs although \p skipped of its earlier times went by unattended.
+    virtual void skippedRuns(const ScheduledReportJob &job, const WallTime &ran, int skipped) = 0;
+    /// A line of the application log.
+    virtual void note(const QString &text) = 0;
+};
+
+/// References that outlive every class of the scheduler.
+struct ScheduleServices
+{
+    Globals &globals;
+    JobTable &table;
+    JobConfigReader &reader;
+    ErrorReporter &errors;
+    Prompts &prompts;
+    const Clock &clock;
+    ScheduleJournal &journal;
+};
+
+/// Writes the whole job collection to "Config\Jobs.cfg" and keeps the collection that comes back.
+/// \throws RuntimeError 91 when the jobs were never read, 76 without an installation folder, or what the writer says.
+void saveJobs(const ScheduleServices &services);
+
+/// The `Interface` identifier of the first package whose folder is part of \p queryFile (letter case ignored); empty without a match.
+[[nodiscard]] QString FindPackageInterface(const Globals &globals, const QString &queryFile);
+
+} // namespace qm

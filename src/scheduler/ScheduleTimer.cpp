@@ -1,0 +1,252 @@
+#include "scheduler/ScheduleTimer.h"
+
+#include "core/Clock.h"
+#include "core/ErrorReporter.h"
+#include "core/Prompts.h"
+#include "platform/DueTimer.h"
+#include "platform/Files.h"
+#include "scheduler/JobTable.h"
+#include "scheduler/NextRun.h"
+
+#include <QScopeGuard>
+
+#include <algorithm>
+#include <limits>
+
+namespace qm {
+
+namespace {
+
+constexpr char kModule[] = "frmMain.frm";
+constexpr Procedure kSetTimer{"SetTimer", "Error occured while setting the Timer.", kModule};
+constexpr Procedure kRescheduleJob{"RescheduleJob", "Error occured while rescheduling Report Job", kModule};
+constexpr Procedure kTick{"tmrScheduleTimer_Timer", "Internal Error occured in the report scheduler", kModule};
+
+/// Rounds in which one job may come up without moving before the chain is ended.
+constexpr int kStandstillRounds = 3;
+
+/// Seconds on the wall from \p now to \p when, held in 32 bits.
+std::int32_t secondsUntil(const WallTime &when, const WallTime &now)
+{
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(when.secondsSince(now), std::numeric_limits<std::int32_t>::min(),
+                                                              std::numeric_limits<std::int32_t>::max()));
+}
+
+/// Sets a flag for as long as a scope lasts.
+class FlagScope final
+{
+public:
+    explicit FlagScope(bool &flag) : m_flag(flag) { m_flag = true; }
+    ~FlagScope() { m_flag = false; }
+    Q_DISABLE_COPY_MOVE(FlagScope)
+
+private:
+    bool &m_flag;
+};
+
+/// While it lasts, boxes that only inform are shown but not awaited.
+class UnattendedScope final
+{
+public:
+    explicit UnattendedScope(Prompts &prompts) : m_prompts(prompts) { m_prompts.unattended(true); }
+    ~UnattendedScope() { m_prompts.unattended(false); }
+    Q_DISABLE_COPY_MOVE(UnattendedScope)
+
+private:
+    Prompts &m_prompts;
+};
+
+} // namespace
+
+ScheduleTimer::ScheduleTimer(const ScheduleServices &services, std::function<void(const QString &, bool)> runReport,
+                             std::function<bool()> isBusy, QObject *parent)
+    : QObject(parent), m_services(services), m_runReport(std::move(runReport)), m_isBusy(std::move(isBusy))
+{
+    m_tmrScheduleTimer.setObjectName(QStringLiteral("tmrScheduleTimer"));
+    m_tmrScheduleTimer.setTimerType(Qt::PreciseTimer);
+    m_tmrScheduleTimer.setSingleShot(true);
+    connect(&m_tmrScheduleTimer, &QTimer::timeout, this, &ScheduleTimer::tmrScheduleTimer_Timer);
+    startTick();
+}
+
+ScheduleTimer::~ScheduleTimer() = default;
+
+void ScheduleTimer::setDueTimer(std::unique_ptr<DueTimer> dueTimer)
+{
+    m_mudoTimer = std::move(dueTimer);
+    connect(m_mudoTimer.get(), &DueTimer::Mature, this, &ScheduleTimer::mudoTimer_Mature);
+}
+
+void ScheduleTimer::SetTimer(bool repopulate)
+{
+    runChain(trap(m_services.errors, kSetTimer, [&] { return chooseAndArm(repopulate); }));
+}
+
+void ScheduleTimer::RescheduleJob(int row)
+{
+    runChain(row);
+}
+
+void ScheduleTimer::runChain(std::optional<int> row)
+{
+    while (row) {
+        const UnattendedScope unattended(m_services.prompts);
+        const Afterwards afterwards = trap(m_services.errors, kRescheduleJob, [&] {
+            const FlagScope rescheduling(m_rescheduling);
+            return reschedule(*row);
+        });
+        if (afterwards == Afterwards::Stop)
+            break;
+        row = trap(m_services.errors, kSetTimer, [&] { return chooseAndArm(true); });
+    }
+    m_standstillRounds = 0;
+    if (m_matureWaits)
+        QMetaObject::invokeMethod(this, &ScheduleTimer::deliverWaitingMature, Qt::QueuedConnection);
+}
+
+std::optional<int> ScheduleTimer::chooseAndArm(bool repopulate)
+{
+    if (repopulate && m_populateJobs)
+        m_populateJobs();
+    JobTable &table = m_services.table;
+    if (table.rows() == 0)
+        return std::nullopt;
+
+    const int chosen = table.earliestRow();
+    const WallTime due = table.nextRun(chosen);
+    const JobRow &row = table.row(chosen);
+    if (!files::fileExists(row.queryFile)) {
+        m_mdtmNextRun = due;
+        m_mstrNextJobDescription = row.description;
+        return chosen;
+    }
+    if (secondsUntil(due, m_services.clock.wallNow()) <= 0)
+        return chosen;
+    m_mdtmNextRun = due;
+    m_mstrNextJobDescription = row.description;
+    if (!m_mudoTimer)
+        raise(err::objectNotSet, QStringLiteral("the timer component was not created"));
+    m_matureWaits = false;
+    m_mudoTimer->SetDueTime(due);
+    return std::nullopt;
+}
+
+ScheduleTimer::Afterwards ScheduleTimer::reschedule(int rowIndex)
+{
+    const JobRow row = m_services.table.row(rowIndex);
+    guardAgainstStandstill(row.jobId, row.nextRun);
+
+    JobCollection &jobs = requireJobs(m_services.globals);
+    const auto job = std::find_if(jobs.begin(), jobs.end(), [&](const auto &each) { return each->JobId == row.jobId; });
+    const QDate today = m_services.clock.wallNow().date;
+    const Advance advance = advancePast(today, parseDate(row.date), row.frequency);
+    ScheduledReportJob facts{row.description, row.queryFile, {parseDate(row.date), parseTime(row.time)}, 0, row.jobId};
+
+    if (advance.retired || advance.periods > 0) {
+        if (job == jobs.end())
+            raise(err::subscriptOutOfRange, QStringLiteral("no job of the schedule has the number %1").arg(row.jobId));
+        if (advance.retired) {
+            jobs.erase(job);
+            m_services.table.removeRowAt(rowIndex);
+        } else {
+            (*job)->DateTime = {advance.date, parseTime(row.time)};
+        }
+    }
+    auto tellNotRun = qScopeGuard([&] { m_services.journal.notRun(facts, QStringLiteral("job file could not be saved")); });
+    saveJobs(m_services);
+    tellNotRun.dismiss();
+    m_services.globals.gstrCurrentQueryFile = row.queryFile;
+    return runOrReportMissing(facts, row.interfaceId, advance.periods > 1 ? advance.periods - 1 : 0);
+}
+
+ScheduleTimer::Afterwards ScheduleTimer::runOrReportMissing(const ScheduledReportJob &job, const QString &interfaceId, int periodsSkipped)
+{
+    if (files::fileExists(job.QueryFileName)) {
+        const WallTime now = m_services.clock.wallNow();
+        if (periodsSkipped > 0)
+            m_services.journal.skippedRuns(job, now, periodsSkipped);
+        m_services.journal.note(
+            QStringLiteral("scheduled report '%1' (%2) starts; due %3 %4")
+                .arg(job.JobDescription, job.QueryFileName, shortDateText(job.DateTime.date), time24Text(job.DateTime.secondOfDay)));
+        m_runReport(interfaceId, false);
+        return Afterwards::SetTimer;
+    }
+    m_services.journal.notRun(job, QStringLiteral("query file missing"));
+    if (++m_lngMissingCount == 1) {
+        m_services.prompts.messageBox(QStringLiteral("The query file for the scheduled Report Job is either missing or corrupt."),
+                                      box::ok | box::exclamation, QString::fromLatin1(kApplicationTitle));
+        return Afterwards::Stop;
+    }
+    return Afterwards::SetTimer;
+}
+
+void ScheduleTimer::guardAgainstStandstill(std::int32_t jobId, const QString &nextRun)
+{
+    if (m_standstillRounds > 0 && m_standstillJob == jobId && m_standstillRun == nextRun) {
+        if (++m_standstillRounds >= kStandstillRounds)
+            raise(err::outOfStackSpace, QStringLiteral("the job with number %1 comes up again and again without moving on").arg(jobId));
+        return;
+    }
+    m_standstillJob = jobId;
+    m_standstillRun = nextRun;
+    m_standstillRounds = 1;
+}
+
+void ScheduleTimer::mudoTimer_Mature()
+{
+    // The component's handler reports under the tick's name.
+    trap(m_services.errors, kTick, [&] {
+        if (m_rescheduling || m_isBusy()) {
+            m_matureWaits = true;
+            return;
+        }
+        m_matureWaits = false;
+        JobTable &table = m_services.table;
+        int chosen = 0;
+        for (int i = 1; i < table.rows(); ++i)
+            if (m_mdtmNextRun && table.nextRun(i) == *m_mdtmNextRun)
+                chosen = i;
+        RescheduleJob(chosen);
+    });
+}
+
+void ScheduleTimer::deliverWaitingMature()
+{
+    if (m_matureWaits)
+        mudoTimer_Mature();
+}
+
+void ScheduleTimer::tmrScheduleTimer_Timer()
+{
+    trap(m_services.errors, kTick, [&] {
+        // Started again only at the end: after a failure the countdown stands still.
+        if (m_services.table.rows() == 0) {
+            showCountdown(tr("No Reports Scheduled"));
+        } else if (m_mdtmNextRun) {
+            const std::int32_t s = secondsUntil(*m_mdtmNextRun, m_services.clock.wallNow());
+            const int days = s / 86400, hours = s / 3600 % 24, minutes = s / 60 % 60, seconds = s % 60;
+            // Joined piece by piece: a description may hold anything, "%1" included.
+            showCountdown(QStringLiteral("Next Report: '") + m_mstrNextJobDescription + QStringLiteral("' is scheduled to run in ") +
+                          QString::number(days) + QStringLiteral(" Days ") + QString::number(hours) + QStringLiteral(" Hours ") +
+                          QString::number(minutes) + QStringLiteral(" Minutes ") + QString::number(seconds) + QStringLiteral(" Seconds."));
+        }
+        startTick();
+    });
+}
+
+void ScheduleTimer::showCountdown(const QString &text)
+{
+    m_countdownText = text;
+    Q_EMIT countdownChanged(text);
+}
+
+void ScheduleTimer::startTick()
+{
+    // Just after the next full second, so that no second is left out of the countdown.
+    using namespace std::chrono;
+    const auto now = m_services.clock.now().time_since_epoch();
+    const auto sinceSecond = duration_cast<milliseconds>(now - floor<seconds>(now));
+    m_tmrScheduleTimer.start(milliseconds(1005) - sinceSecond);
+}
+
+} // namespace qm
