@@ -17,6 +17,7 @@ inline constexpr std::int32_t outOfMemory = 7;
 inline constexpr std::int32_t subscriptOutOfRange = 9;
 inline constexpr std::int32_t typeMismatch = 13;
 inline constexpr std::int32_t outOfStackSpace = 28;
+inline constexpr std::int32_t internalError = 51;
 inline constexpr std::int32_t badFileName = 52;
 inline constexpr std::int32_t fileNotFound = 53;
 inline constexpr std::int32_t deviceIo = 57;
