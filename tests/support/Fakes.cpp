@@ -5,6 +5,8 @@ namespace qm::test {
 int ScriptedPrompts::messageBox(const QString &text, int style, const QString &title)
 {
     shown.push_back({text, style, title});
+    if (beforeAnswer)
+        beforeAnswer();
     if ((style & 0xF) == box::ok)
         return box::idOk;
     if (answers.empty()) {

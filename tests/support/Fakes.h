@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include <deque>
+#include <functional>
 #include <vector>
 
 namespace qm::test {
@@ -29,6 +30,7 @@ public:
     std::vector<FileDialogRequest> fileRequests;
     int pointerShape = 0;
     bool isUnattended = false;
+    std::function<void()> beforeAnswer; ///< runs while a box is open, before it is answered
 
     int messageBox(const QString &text, int style, const QString &title) override;
     std::optional<QString> chooseSaveFile(const FileDialogRequest &request) override { return nextFile(request); }

@@ -1,0 +1,172 @@
+#include "core/ErrorReporter.h"
+#include "core/Globals.h"
+#include "core/HelpViewer.h"
+#include "email/NumericText.h"
+#include "email/frmEmailSettings.h"
+#include "framework/EmailConfigFile.h"
+#include "platform/Files.h"
+#include "support/Fakes.h"
+
+#include <QDir>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+
+using namespace qm;
+using namespace qm::test;
+
+namespace {
+
+class RecordingHelp final : public HelpViewer
+{
+public:
+    void showContext(int context) override { contexts.push_back(context); }
+    std::vector<int> contexts;
+};
+
+/// The dialog on a temporary installation with the real file writer.
+struct Session
+{
+    Session() : errors(prompts)
+    {
+        QDir(folder.path()).mkpath(QStringLiteral("Config"));
+        globals.gstrInstallPath = folder.path() + kSep;
+        globals.gudoEmailSettings = std::make_shared<EmailSettings>(EmailSettings{QStringLiteral("mail.example.org"), 25, 60000, {}, {}});
+    }
+    std::unique_ptr<frmEmailSettings> open()
+    {
+        auto form = std::make_unique<frmEmailSettings>(
+            globals, [] { return std::make_unique<TomlEmailConfigReader>(); }, errors, prompts, help);
+        form->show();
+        return form;
+    }
+    static void type(frmEmailSettings &form, const char *field, const QString &text)
+    {
+        form.findChild<QLineEdit *>(QLatin1StringView(field))->setText(text);
+    }
+    static void press(frmEmailSettings &form, const char *button) { form.findChild<QPushButton *>(QLatin1StringView(button))->click(); }
+    [[nodiscard]] QString file() const { return folder.filePath(QStringLiteral("Config/Email.cfg")); }
+
+    QTemporaryDir folder;
+    ScriptedPrompts prompts;
+    ErrorReporter errors;
+    RecordingHelp help;
+    Globals globals;
+};
+
+} // namespace
+
+class EmailSettingsTest final : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void numeric_texts_follow_one_rule_in_every_locale_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("numeric");
+        QTest::addColumn<int>("rounded");
+        const auto row = [](const char *text, bool numeric, int rounded = 0) {
+            QTest::newRow(text) << QString::fromLatin1(text) << numeric << rounded;
+        };
+        row("25.5", true, 26);
+        row("24.5", true, 24);
+        row("-0.5", true, 0);
+        row(" 25 ", true, 25);
+        row("+7", true, 7);
+        row("1e3", true, 1000);
+        row("1,000", true, 1000);
+        row("12,345,678", true, 12345678);
+        row(".5", true, 0);
+        row("5.", true, 5);
+        row("2147483647.4", true, 2147483647);
+        row("", false);
+        row("  ", false);
+        row("1,00", false);
+        row("1,0000", false);
+        row(",100", false);
+        row("inf", false);
+        row("nan", false);
+        row("0x10", false);
+        row("1e999", false);
+        row("1e", false);
+        row("25 $", false);
+        row("--1", false);
+    }
+    void numeric_texts_follow_one_rule_in_every_locale()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, numeric);
+        QLocale::setDefault(QLocale(QLocale::German));
+        QCOMPARE(numericValue(text).has_value(), numeric);
+        if (numeric)
+            QTEST(roundedInteger(text), "rounded");
+        QLocale::setDefault(QLocale::c());
+    }
+
+    void ok_without_a_change_writes_nothing_and_with_one_writes_all_five()
+    {
+        Session s;
+        auto form = s.open();
+        Session::press(*form, "cmdOK");
+        QVERIFY(!form->isVisible());
+        QVERIFY(!files::fileExists(s.file()));
+
+        form = s.open();
+        Session::type(*form, "txtSmtpServer", QStringLiteral("smtp.example.net"));
+        Session::type(*form, "txtSmtpPort", QStringLiteral("586.5"));
+        Session::type(*form, "txtSmtpUser", QStringLiteral("ö\"u"));
+        Session::type(*form, "txtSmtpPassword", QStringLiteral("p;w={}'\\"));
+        Session::press(*form, "cmdOK");
+        QVERIFY(!form->isVisible());
+        TomlEmailConfigReader reader;
+        const EmailSettings expected{QStringLiteral("smtp.example.net"), 586, 60000, QStringLiteral("ö\"u"), QStringLiteral("p;w={}'\\")};
+        QVERIFY(*reader.ReadEmailSettings(s.file()) == expected);
+    }
+
+    void invalid_entries_keep_the_form_open_and_cancel_then_yes_loses_them()
+    {
+        Session s;
+        auto form = s.open();
+        Session::type(*form, "txtSmtpPort", QString());
+        Session::press(*form, "cmdOK");
+        QCOMPARE(s.prompts.shown.back().text, QStringLiteral("Please only make valid entries in the fields."));
+        QVERIFY(form->isVisible());
+        s.prompts.answers.push_back(box::idYes);
+        QTest::keyClick(form.get(), Qt::Key_Escape);
+        QVERIFY(!form->isVisible());
+        QCOMPARE(s.prompts.shown.back().text, QStringLiteral("Please only make valid entries in the fields."));
+        QCOMPARE(s.globals.gudoEmailSettings->SmtpPort, 25);
+        QVERIFY(!files::fileExists(s.file()));
+    }
+
+    void a_number_beyond_32_bits_is_an_error_after_the_earlier_values_were_taken()
+    {
+        Session s;
+        auto form = s.open();
+        Session::type(*form, "txtSmtpServer", QStringLiteral("new"));
+        Session::type(*form, "txtTimeout", QStringLiteral("3e9"));
+        Session::press(*form, "cmdOK");
+        QVERIFY(form->isVisible());
+        QVERIFY(s.prompts.shown.back().text.startsWith(QStringLiteral("Unexpected error occured on the user interface.")));
+        QVERIFY(s.prompts.shown.back().text.contains(QStringLiteral("Error No:  6\r\n")));
+        QCOMPARE(s.globals.gudoEmailSettings->SmtpServer, QStringLiteral("new"));
+        QCOMPARE(s.globals.gudoEmailSettings->Timeout, 60000);
+        QVERIFY(!files::fileExists(s.file()));
+    }
+
+    void a_record_is_made_on_first_use_and_help_opens_at_its_page()
+    {
+        Session s;
+        s.globals.gudoEmailSettings.reset();
+        auto form = s.open();
+        QVERIFY(s.globals.gudoEmailSettings != nullptr);
+        Session::press(*form, "cmdHelp");
+        QCOMPARE(s.help.contexts, std::vector<int>{55});
+        QCOMPARE(form->findChild<QLineEdit *>(QStringLiteral("txtSmtpPassword"))->echoMode(), QLineEdit::Password);
+        Session::press(*form, "cmdCancel");
+        QVERIFY(!form->isVisible());
+    }
+};
+
+QTEST_MAIN(EmailSettingsTest)
+#include "email_settings_test.moc"

@@ -1,0 +1,207 @@
+/// \file
+/// A schedule on a temporary installation: real table, jobs, timer chain, dialog and job file; fake clock, prompts and due timer.
+#pragma once
+
+#include "core/ErrorReporter.h"
+#include "core/HelpViewer.h"
+#include "framework/JobConfigFile.h"
+#include "platform/DueTimer.h"
+#include "platform/Files.h"
+#include "scheduler/JobTable.h"
+#include "scheduler/ScheduleTimer.h"
+#include "scheduler/ScheduledJobs.h"
+#include "scheduler/frmScheduledReport.h"
+#include "support/Fakes.h"
+
+#include <QComboBox>
+#include <QDateEdit>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimeEdit>
+
+namespace qm::test {
+
+/// A due timer that matures when the test says so.
+class FakeDueTimer final : public DueTimer
+{
+public:
+    explicit FakeDueTimer(std::optional<WallTime> &due) : m_due(due) {}
+    void SetDueTime(const WallTime &due) override { m_due = due; }
+    void fire()
+    {
+        m_due.reset();
+        Q_EMIT Mature();
+    }
+
+private:
+    std::optional<WallTime> &m_due;
+};
+
+class SilentHelp final : public HelpViewer
+{
+public:
+    void showContext(int context) override { contexts.push_back(context); }
+    std::vector<int> contexts;
+};
+
+class RecordingJournal final : public ScheduleJournal
+{
+public:
+    void notRun(const ScheduledReportJob &job, const QString &reason) override
+    {
+        lines.append(QStringLiteral("not run: ") + job.JobDescription + QStringLiteral(": ") + reason);
+    }
+    void skippedRuns(const ScheduledReportJob &job, const WallTime &, int skipped) override
+    {
+        lines.append(QStringLiteral("skipped %1: ").arg(skipped) + job.JobDescription);
+    }
+    void note(const QString &text) override { lines.append(text); }
+    QStringList lines;
+};
+
+/// What the operator enters in the job dialog; values left out stay as they are.
+struct DialogEntry
+{
+    std::optional<QString> description, file, frequencyText;
+    std::optional<QDate> date;
+    std::optional<QTime> time;
+    const char *close = "cmdDlgSchOK"; ///< button pressed; nullptr: the window's close box
+};
+
+/// One session of the program's scheduler. restart() ends it and begins another on the same files.
+class ScheduleHarness
+{
+public:
+    ScheduleHarness() : errors(prompts), clock({QDate(2026, 11, 21), 36'000})
+    {
+        QDir(folder.path()).mkpath(QStringLiteral("Config"));
+        QDir(folder.path()).mkpath(QStringLiteral("Server/Query Groups/Daily"));
+        restart();
+    }
+
+    [[nodiscard]] QString installPath() const { return folder.path() + kSep; }
+    [[nodiscard]] QString jobFile() const { return installPath() + QStringLiteral("Config/Jobs.cfg"); }
+    [[nodiscard]] QString query(const QString &name) const
+    {
+        return installPath() + QStringLiteral("Server/Query Groups/Daily/") + name + QStringLiteral(".rqn");
+    }
+    QString makeQuery(const QString &name) const
+    {
+        files::saveAtomically(query(name), QByteArrayLiteral("description = \"q\"\nsql = \"select 1\"\n"));
+        return query(name);
+    }
+
+    /// Ends the session and starts another: everything but files, clock and recordings is new.
+    void restart()
+    {
+        jobs.reset();
+        timer.reset();
+        dialog.reset();
+        table.reset();
+        due.reset();
+        globals = Globals();
+        globals.gstrInstallPath = installPath();
+        const auto info = std::make_shared<PackageInfo>();
+        info->PackageName = QStringLiteral("Server");
+        info->Interface = QStringLiteral("QuillmarkReports.Server");
+        info->InstallPath = installPath() + QStringLiteral("Server/");
+        const auto package = std::make_shared<QMKPackage>();
+        package->setPackageInfo(info);
+        globals.gdicPackages.Add(info->PackageName, package);
+        globals.gcolJobs = reader.LoadJobs(jobFile());
+
+        table = std::make_unique<JobTable>();
+        const ScheduleServices services{globals, *table, reader, errors, prompts, clock, journal};
+        dialog = std::make_unique<frmScheduledReport>(globals, errors, prompts, help);
+        timer = std::make_unique<ScheduleTimer>(
+            services,
+            [this](const QString &interfaceId, bool) {
+                runs.append(files::lastPart(globals.gstrCurrentQueryFile));
+                interfaces.append(interfaceId);
+                if (duringRun)
+                    duringRun();
+            },
+            [this] { return producingRows; });
+        jobs = std::make_unique<ScheduledJobs>(services, *dialog, *timer, [this] { ++emptied; });
+        timer->setPopulateJobs([this] { jobs->PopulateJobs(); });
+        jobs->PopulateJobs();
+        auto dueTimer = std::make_unique<FakeDueTimer>(due);
+        m_dueTimer = dueTimer.get();
+        timer->setDueTimer(std::move(dueTimer));
+    }
+
+    void start() { timer->SetTimer(false); }
+
+    void addJob(const DialogEntry &entry)
+    {
+        answerDialog(entry);
+        jobs->AddNewScheduledJob({}, {}, false);
+    }
+    void modifySelected(const DialogEntry &entry)
+    {
+        answerDialog(entry);
+        jobs->ModifyScheduledJob();
+    }
+    /// Lets the armed wake-up come, with the clock on its second.
+    void mature()
+    {
+        if (!due)
+            return;
+        if (clock.wallNow() < *due)
+            clock.set(*due);
+        m_dueTimer->fire();
+    }
+    /// Fires whatever is pending, even after the job has gone.
+    void fireAnyway() { m_dueTimer->fire(); }
+
+    void answerDialog(const DialogEntry &entry)
+    {
+        QTimer::singleShot(0, dialog.get(), [this, entry] {
+            if (entry.description)
+                dialog->findChild<QLineEdit *>(QStringLiteral("txtJobDesc"))->setText(*entry.description);
+            if (entry.file)
+                dialog->findChild<QLineEdit *>(QStringLiteral("txtQueryFile"))->setText(*entry.file);
+            if (entry.frequencyText)
+                dialog->findChild<QComboBox *>(QStringLiteral("cboFreq"))->setCurrentText(*entry.frequencyText);
+            if (entry.date)
+                dialog->findChild<QDateEdit *>(QStringLiteral("txtStartDate"))->setDate(*entry.date);
+            if (entry.time) {
+                auto *picker = dialog->findChild<QTimeEdit *>(QStringLiteral("txtStartTime"));
+                picker->setTime(*entry.time);
+                Q_EMIT picker->userTimeChanged(*entry.time);
+            }
+            if (whileDialogIsOpen)
+                whileDialogIsOpen();
+            if (entry.close)
+                dialog->findChild<QPushButton *>(QLatin1StringView(entry.close))->click();
+            else
+                dialog->close();
+            if (dialog->isVisible())
+                dialog->findChild<QPushButton *>(QStringLiteral("cmdDlgSchCancel"))->click();
+        });
+    }
+
+    QTemporaryDir folder;
+    ScriptedPrompts prompts;
+    ErrorReporter errors;
+    FakeClock clock;
+    SilentHelp help;
+    RecordingJournal journal;
+    TomlJobConfigReader reader;
+    Globals globals;
+    std::unique_ptr<JobTable> table;
+    std::unique_ptr<frmScheduledReport> dialog;
+    std::unique_ptr<ScheduleTimer> timer;
+    std::unique_ptr<ScheduledJobs> jobs;
+    std::optional<WallTime> due; ///< with which the due timer is armed now
+    QStringList runs, interfaces;
+    int emptied = 0;
+    bool producingRows = false;
+    std::function<void()> duringRun, whileDialogIsOpen;
+
+private:
+    FakeDueTimer *m_dueTimer = nullptr;
+};
+
+} // namespace qm::test
