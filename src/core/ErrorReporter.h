@@ -5,6 +5,7 @@
 #include "core/RuntimeError.h"
 
 #include <initializer_list>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -72,6 +73,18 @@ std::invoke_result_t<Body> trapSilently(Body &&body) noexcept
     } catch (...) { // NOLINT(bugprone-empty-catch): this handler is specified to swallow
     }
     return std::invoke_result_t<Body>();
+}
+
+/// Runs the body and gives the error that left it, if any: for procedures with a failure path of their own.
+template <class Body>
+std::optional<RuntimeError> attempt(Body &&body) noexcept
+{
+    try {
+        std::forward<Body>(body)();
+    } catch (...) {
+        return currentError();
+    }
+    return std::nullopt;
 }
 
 /// The trap of procedures that end silently on some error numbers and report every other.
