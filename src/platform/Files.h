@@ -25,7 +25,8 @@ namespace files {
 
 /// Names in \p folder that match \p pattern ("*", "*.rqn"; letter case ignored, exact suffix), ordered by orderedBefore().
 /// Normal and read-only files always; hidden (2), system (4) and directories (16) when the mask has their bit. "." and ".." never.
-/// A missing folder lists nothing. A link counts as a file, whatever it points to.
+/// A missing folder lists nothing. A link counts as a file, whatever it points to; pipes, sockets and devices count as system.
+/// \throws RuntimeError 75 when the folder is there but cannot be read.
 [[nodiscard]] QStringList list(const QString &folder, const QString &pattern, int mask);
 /// The listing order: letter case folded, UTF-16 code units; ties by exact code units. The same on every platform.
 [[nodiscard]] bool orderedBefore(QStringView a, QStringView b);
@@ -36,9 +37,11 @@ namespace files {
 /// \p path with its last part spelled as the folder has it, when an entry of that name exists in any letter case; else \p path.
 [[nodiscard]] QString existingSpelling(const QString &path);
 
-/// \throws RuntimeError 53 missing, 58 target exists (a change of letter case only is allowed), 75, 52 bad name.
+/// Renames or moves a file or a folder. The same name does nothing. To another drive only files move: copied, flushed, deleted.
+/// \throws RuntimeError 53 missing, 58 target exists (a change of letter case only is allowed), 76 its folder missing, 75, 52 bad name.
 void rename(const QString &from, const QString &to);
-/// Copies beside the target, flushes, replaces. \throws RuntimeError 53, 75 (read-only target), 76, 61, 52.
+/// Copies content, permission bits and time of change beside the target, flushes, replaces. A target that differs only in letter case is
+/// the one replaced. \throws RuntimeError 53, 75 (read-only target), 76, 61, 52.
 void copy(const QString &from, const QString &to);
 /// Deletes a file. \throws RuntimeError 53 missing, 75 read-only or not permitted.
 void kill(const QString &path);
@@ -46,8 +49,9 @@ void kill(const QString &path);
 void makeFolder(const QString &path);
 /// \throws RuntimeError 75 not empty or not a folder, 76 missing.
 void removeFolder(const QString &path);
-/// Bits of attr. \throws RuntimeError 53.
+/// Bits of attr. Read-only means that nobody has write permission. \throws RuntimeError 53.
 [[nodiscard]] int fileAttributes(const QString &path);
+/// Sets or clears read-only, the one attribute that every platform can change. \throws RuntimeError 53, 75.
 void setFileAttributes(const QString &path, int attributes);
 /// \throws RuntimeError 76.
 void setCurrentFolder(const QString &path);
@@ -64,6 +68,7 @@ void setCurrentFolder(const QString &path);
 /// How private a saved file is.
 enum class Privacy { Normal, Secret /* never readable by others than owner and the folder's group */ };
 /// Replaces \p path by \p bytes: temporary file in the same folder, flush, rename. Bytes equal to the file's are not written again.
+/// An existing file keeps its group, its permission bits (less those of others for Secret) and its access list; links are followed.
 /// \throws RuntimeError 76, 75, 61, 57, 52; the old file is then whole.
 void saveAtomically(const QString &path, const QByteArray &bytes, Privacy privacy = Privacy::Normal);
 /// The whole file. \throws RuntimeError 53, 75.

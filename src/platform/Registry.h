@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -12,10 +13,13 @@ namespace qm {
 inline constexpr char kRegistryKey[] = "SOFTWARE\\Tarrowind\\Quillmark\\Report Framework\\8.50.000";
 
 /// A private-profile value: section and key compared without letter case, value verbatim but for outer blanks and one pair of quotes.
-/// Accepts a byte-order mark and either line end. \returns nullopt when file, section or key is missing.
+/// Accepts a byte-order mark and either line end; the first section and the first key of a name count.
+/// \returns nullopt when file, section or key is missing. \throws RuntimeError 75 when the file is there but cannot be read.
 [[nodiscard]] std::optional<QString> privateProfileString(const QString &path, const QString &section, const QString &key);
 /// Names of the sections in file order, as written.
 [[nodiscard]] QStringList privateProfileSections(const QString &path);
+/// Writes one value and keeps every other line. \throws RuntimeError 5 for a line break in a part; what saving throws.
+void setPrivateProfileString(const QString &path, const QString &section, const QString &key, const QString &value);
 
 /// The string value \p name under \p key of the machine-wide hive. Elsewhere than on Windows the hive is "tarrowind/registry.ini" in the
 /// user's, then the system's XDG configuration folders. \throws RuntimeError 53 / 13 with the place looked at and what to do when it is

@@ -1,0 +1,127 @@
+// Reading and saving whole files.
+
+#include "core/RuntimeError.h"
+#include "platform/Files.h"
+#include "platform/PosixFileUnix.h"
+
+#include <array>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace qm::files {
+
+using namespace qm::posix;
+
+namespace {
+
+constexpr mode_t kEverybody = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+constexpr mode_t kOwner = S_IRUSR | S_IWUSR;
+constexpr mode_t kOthers = S_IRWXO;
+
+/// Gives the new file the old one's access list, where the file system keeps such lists.
+void copyAccessList(const QString &from, int to)
+{
+    std::array<char, 4096> list{};
+    const char *name = "system.posix_acl_access";
+    const ssize_t size = ::getxattr(native(from).constData(), name, list.data(), list.size());
+    if (size > 0)
+        (void)::fsetxattr(to, name, list.data(), static_cast<std::size_t>(size), 0);
+}
+
+/// Whether the file got \p group; only members of a group may give files to it.
+bool giveToGroup(int file, gid_t group)
+{
+    struct stat now
+    {
+    };
+    return (::fstat(file, &now) == 0 && now.st_gid == group) || ::fchown(file, static_cast<uid_t>(-1), group) == 0;
+}
+
+/// Owner, group and permission bits of the temporary before it takes the target's place.
+void givePermissions(const Replacement &file, Privacy privacy)
+{
+    const int descriptor = file.descriptor();
+    struct stat model
+    {
+    };
+    if (file.old()) {
+        model = *file.old();
+        if (::geteuid() == 0)
+            (void)::fchown(descriptor, model.st_uid, static_cast<gid_t>(-1));
+        copyAccessList(file.target(), descriptor);
+    } else if (privacy == Privacy::Normal) {
+        return; // the mask and the folder's default list have decided
+    } else if (::stat(native(folderOf(file.target())).constData(), &model) == 0) {
+        model.st_mode = kOwner | (model.st_mode & (S_IRGRP | S_IWGRP));
+    }
+    mode_t mode = model.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    if (privacy == Privacy::Secret)
+        mode &= ~kOthers;
+    if (!giveToGroup(descriptor, model.st_gid))
+        mode &= ~static_cast<mode_t>(S_IRWXG);
+    if (::fchmod(descriptor, mode) != 0)
+        raiseSystem(errno, file.target());
+}
+
+/// Whether the file at \p path holds exactly \p bytes.
+bool holds(const QString &path, const struct stat &file, const QByteArray &bytes)
+{
+    if (!S_ISREG(file.st_mode) || file.st_size != bytes.size())
+        return false;
+    try {
+        return readAll(path) == bytes;
+    } catch (const RuntimeError &) { // what cannot be read is written anew
+        return false;
+    }
+}
+
+} // namespace
+
+void saveAtomically(const QString &path, const QByteArray &bytes, Privacy privacy)
+{
+    (void)native(path);
+    Replacement file(path);
+    if (file.old() && holds(file.target(), *file.old(), bytes)) {
+        const mode_t mode = file.old()->st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+        if (privacy == Privacy::Secret && (mode & kOthers) != 0 && ::chmod(native(file.target()).constData(), mode & ~kOthers) != 0)
+            raiseSystem(errno, file.target());
+        return;
+    }
+    file.open(privacy == Privacy::Secret ? kOwner : kEverybody);
+    givePermissions(file, privacy);
+    file.write(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    file.commit();
+}
+
+QByteArray readAll(const QString &path)
+{
+    const QString found = existingSpelling(path);
+    // Without blocking: a pipe under a file's name would wait for a writer for ever.
+    const Descriptor file(retrying([&] { return ::open(native(found).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+    struct stat status
+    {
+    };
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
+        raiseSystem(errno, path);
+    if (!S_ISREG(status.st_mode))
+        raise(err::pathFileAccess, found + QStringLiteral(": is not a file"));
+    QByteArray bytes;
+    // One byte more than the file shows, so that its end is seen without another round.
+    qsizetype room = static_cast<qsizetype>(status.st_size) + 1;
+    for (;;) {
+        const qsizetype had = bytes.size();
+        bytes.resize(had + room);
+        const ssize_t got = retrying([&] { return ::read(file.get(), bytes.data() + had, static_cast<std::size_t>(room)); });
+        if (got < 0)
+            raiseSystem(errno, path);
+        bytes.resize(had + static_cast<qsizetype>(got));
+        if (got == 0)
+            return bytes;
+        room = std::max<qsizetype>(room - static_cast<qsizetype>(got), 64 * 1024);
+    }
+}
+
+} // namespace qm::files
