@@ -8,7 +8,8 @@
 
 namespace qm {
 
-/// Writes "Logs/<program>.log" under the installation folder, rotating. Line breaks and control characters are escaped.
+/// Writes "Logs/<program>.log" under the installation folder, rotating: five old files of 5 MB are kept. A line is the local time with its
+/// distance from UTC, the process number, the level and the text. Line breaks and control characters are escaped.
 /// Without a writable folder it stays silent; it never throws. Thread-safe.
 class ApplicationLog final
 {
@@ -24,6 +25,9 @@ public:
     void error(const QString &text) noexcept;
 
 private:
+    enum class Level { Info, Warning, Error };
+    void write(Level level, const QString &text) noexcept;
+
     struct Sink;
     std::unique_ptr<Sink> m_sink;
 };

@@ -1,0 +1,93 @@
+#include "platform/ApplicationLog.h"
+
+#include "platform/Files.h"
+
+#include <QFile>
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+
+namespace qm {
+
+namespace {
+
+constexpr std::size_t kFileSize = 5 * 1024 * 1024;
+constexpr std::size_t kOldFiles = 5;
+
+/// \p text on one line: what would break the line, move the cursor or change the reading direction is written as an escape.
+std::string escaped(const QString &text)
+{
+    QString line;
+    line.reserve(text.size());
+    for (const QChar c : text) {
+        const bool breaks = c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line ||
+                            c.category() == QChar::Separator_Paragraph || (c >= u'\u202A' && c <= u'\u202E') ||
+                            (c >= u'\u2066' && c <= u'\u2069');
+        if (c == u'\n')
+            line += QStringLiteral("\\n");
+        else if (c == u'\r')
+            line += QStringLiteral("\\r");
+        else if (c == u'\t')
+            line += QStringLiteral("\\t");
+        else if (breaks)
+            line += QStringLiteral("\\u%1").arg(static_cast<int>(c.unicode()), 4, 16, QLatin1Char('0'));
+        else
+            line += c;
+    }
+    return line.toStdString();
+}
+
+} // namespace
+
+struct ApplicationLog::Sink
+{
+    spdlog::logger logger;
+};
+
+ApplicationLog::ApplicationLog(const QString &installPath, const QString &program)
+{
+    if (installPath.isEmpty() || !files::entryExists(installPath))
+        return; // making the folders here would put them in the wrong place
+    try {
+        const QString path = installPath + QStringLiteral("Logs") + kSep + program + QStringLiteral(".log");
+        auto file = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(QFile::encodeName(path).toStdString(), kFileSize, kOldFiles);
+        m_sink = std::make_unique<Sink>(Sink{spdlog::logger(program.toStdString(), std::move(file))});
+        m_sink->logger.set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %P %l: %v");
+        m_sink->logger.flush_on(spdlog::level::trace);
+        m_sink->logger.set_error_handler([](const std::string &) {});
+    } catch (const std::exception &) {
+        m_sink.reset();
+    }
+}
+
+ApplicationLog::~ApplicationLog() = default;
+
+void ApplicationLog::write(Level level, const QString &text) noexcept
+{
+    if (!m_sink)
+        return;
+    try {
+        const auto severity = level == Level::Info      ? spdlog::level::info
+                              : level == Level::Warning ? spdlog::level::warn
+                                                        : spdlog::level::err;
+        m_sink->logger.log(severity, spdlog::string_view_t(escaped(text)));
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): a log that cannot be written stays silent
+    }
+}
+
+void ApplicationLog::info(const QString &text) noexcept
+{
+    write(Level::Info, text);
+}
+
+void ApplicationLog::warning(const QString &text) noexcept
+{
+    write(Level::Warning, text);
+}
+
+void ApplicationLog::error(const QString &text) noexcept
+{
+    write(Level::Error, text);
+}
+
+} // namespace qm
