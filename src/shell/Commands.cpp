@@ -1,0 +1,265 @@
+#include "shell/Commands.h"
+
+#include "core/ErrorReporter.h"
+#include "shell/Icons.h"
+
+#include <QAction>
+#include <QEvent>
+#include <QMenu>
+#include <QMenuBar>
+#include <QToolBar>
+
+namespace qm {
+
+namespace {
+
+constexpr char kModule[] = "frmMain.frm";
+constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
+
+constexpr Procedure interfaceProcedure(const char *name)
+{
+    return {name, kUnanticipated, kModule};
+}
+
+using Switch = void (Commands::*)(bool);
+/// The procedures of the tool groups, in the order of ToolGroup.
+constexpr Switch kSwitches[]{&Commands::NewReportGroupEnabled,
+                             &Commands::AddNewReportQueryEnabled,
+                             &Commands::NewReportScheduleJobEnabled,
+                             &Commands::ModEnabled,
+                             &Commands::DelEnabled,
+                             &Commands::RenameEnabled_EH,
+                             &Commands::SaveAsEnabled,
+                             &Commands::CutCopyEnabled,
+                             &Commands::GenerateEnabled,
+                             &Commands::PasteEnabled};
+static_assert(std::size(kSwitches) == static_cast<std::size_t>(ToolGroup::Count));
+
+QString withoutMnemonic(QString caption)
+{
+    return caption.remove(u'&');
+}
+
+} // namespace
+
+Commands::Commands(ErrorReporter &errors, CommandFacts facts, QWidget *window)
+    : QObject(window), m_errors(errors), m_facts(std::move(facts)), m_window(window)
+{
+    makeTools();
+    fillMenus();
+    EnableDisableMenus({});
+    RenameEnabled_EH(false);
+}
+
+void Commands::makeTools()
+{
+    for (const MenuDefinition &definition : menuDefinitions()) {
+        const QString id = QString::fromLatin1(definition.id);
+        auto *menu = new QMenu(m_window);
+        menu->setObjectName(id);
+        m_menus.insert(id, menu);
+    }
+    for (const ToolDefinition &definition : toolDefinitions()) {
+        const QString id = QString::fromLatin1(definition.id);
+        QMenu *menu = m_menus.value(id);
+        QAction *action = menu ? menu->menuAction() : new QAction(this);
+        action->setText(QString::fromLatin1(definition.caption));
+        action->setObjectName(id);
+        action->setMenuRole(QAction::NoRole);
+        m_tools.insert(id, action);
+        if (menu)
+            continue;
+        action->setToolTip(QString::fromLatin1(definition.tip));
+        action->setStatusTip(withoutMnemonic(action->text()));
+        action->setEnabled(false);
+        if (*definition.icon)
+            action->setIcon(icons::icon(QString::fromLatin1(definition.icon)));
+        connect(action, &QAction::triggered, this, [this, id] { sstbrReportsMenuToolbar_ToolClick(id); });
+    }
+}
+
+void Commands::fillMenus()
+{
+    for (const MenuDefinition &definition : menuDefinitions()) {
+        QMenu *menu = m_menus.value(QString::fromLatin1(definition.id));
+        for (const char *item : definition.items) {
+            if (*item)
+                menu->addAction(tool(QString::fromLatin1(item)));
+            else
+                menu->addSeparator();
+        }
+    }
+}
+
+void Commands::fillMenuBar(QMenuBar &bar) const
+{
+    for (const char *id : menuBarItems())
+        bar.addMenu(menu(QString::fromLatin1(id)));
+}
+
+void Commands::fillButtonBar(QToolBar &bar)
+{
+    for (const char *item : buttonBarItems()) {
+        if (!*item) {
+            bar.addSeparator();
+            continue;
+        }
+        QAction *action = tool(QString::fromLatin1(item));
+        bar.addAction(action);
+        QWidget *button = bar.widgetForAction(action);
+        button->setAccessibleName(withoutMnemonic(action->text()));
+        button->setFocusPolicy(Qt::TabFocus);
+        button->installEventFilter(this);
+    }
+}
+
+bool Commands::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        const auto *button = static_cast<QWidget *>(watched);
+        for (const QAction *action : button->actions())
+            for (const ToolDefinition &definition : toolDefinitions())
+                if (action->objectName() == QLatin1String(definition.id) && !*definition.tip)
+                    return true;
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+QAction *Commands::tool(const QString &id) const
+{
+    QAction *action = m_tools.value(id);
+    if (!action)
+        raise(err::elementNotFound, id);
+    return action;
+}
+
+QMenu *Commands::menu(const QString &id) const
+{
+    QMenu *menu = m_menus.value(id);
+    if (!menu)
+        raise(err::elementNotFound, id);
+    return menu;
+}
+
+void Commands::setCommand(const QString &id, std::function<void()> command, std::function<bool()> canRun)
+{
+    m_commands.insert(id, {std::move(command), std::move(canRun)});
+    refresh(id);
+}
+
+void Commands::sstbrReportsMenuToolbar_ToolClick(const QString &id)
+{
+    trap(m_errors, interfaceProcedure("sstbrReportsMenuToolbar_ToolClick"), [&] {
+        const auto found = m_commands.constFind(id);
+        if (found == m_commands.constEnd() || (m_gate && !m_gate()))
+            return;
+        const Command command = *found;
+        if (!command.canRun || command.canRun())
+            command.run();
+    });
+}
+
+void Commands::popUp(const QString &id, const QPoint &globalPosition)
+{
+    menu(id)->popup(globalPosition);
+}
+
+void Commands::EnableDisableMenus(const QString &code)
+{
+    trap(m_errors, interfaceProcedure("EnableDisableMenus"), [&] {
+        const EnablingRule &rule = enablingRule(code.toLatin1().constData(), m_facts.scheduleHasRows());
+        for (std::size_t group = 0; group < rule.states.size(); ++group) {
+            const Enabling state = rule.states[group];
+            if (state != Enabling::Keep)
+                (this->*kSwitches[group])(state == Enabling::On || (state == Enabling::WhenPastePending && m_facts.pastePending()));
+        }
+        for (const char *kept : {"ID_Rename", "ID_SaveAs", "ID_Paste"})
+            refresh(QString::fromLatin1(kept));
+    });
+}
+
+void Commands::enable(const char *id, bool enabled)
+{
+    const QString key = QString::fromLatin1(id);
+    if (enabled)
+        m_switchedOff.remove(key);
+    else
+        m_switchedOff.insert(key);
+    refresh(key);
+}
+
+void Commands::refresh(const QString &id)
+{
+    const auto command = m_commands.constFind(id);
+    const bool runnable = command != m_commands.constEnd() && (!command->canRun || command->canRun());
+    tool(id)->setEnabled(runnable && !m_switchedOff.contains(id));
+}
+
+void Commands::CutCopyEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("CutCopyEnabled"), [&] {
+        enable("ID_Cut", enabled);
+        enable("ID_Copy", enabled);
+    });
+}
+
+void Commands::PasteEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("PasteEnabled"), [&] { enable("ID_Paste", enabled); });
+}
+
+void Commands::GenerateEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("GenerateEnabled"), [&] { enable("ID_Generate", enabled); });
+}
+
+void Commands::NewReportGroupEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("NewReportGroupEnabled"), [&] { enable("ID_ReportGroup", enabled); });
+}
+
+void Commands::AddNewReportQueryEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("AddNewReportQueryEnabled"), [&] { enable("ID_ReportQuery", enabled); });
+}
+
+void Commands::SaveAsEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("SaveAsEnabled"), [&] { enable("ID_SaveAs", enabled); });
+}
+
+void Commands::NewReportScheduleJobEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("NewReportScheduleJobEnabled"), [&] { enable("ID_ReportJob", enabled); });
+}
+
+void Commands::RenameEnabled_EH(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("RenameEnabled_EH"), [&] { enable("ID_Rename", enabled); });
+}
+
+void Commands::ModEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("ModEnabled"), [&] { enable("ID_Modify", enabled); });
+}
+
+void Commands::DelEnabled(bool enabled)
+{
+    trap(m_errors, interfaceProcedure("DelEnabled"), [&] { enable("ID_Delete", enabled); });
+}
+
+void Commands::enableForEmptyListSpace(bool groupSelected)
+{
+    NewReportGroupEnabled(true);
+    AddNewReportQueryEnabled(groupSelected);
+    NewReportScheduleJobEnabled(true);
+    SaveAsEnabled(false);
+    DelEnabled(false);
+    CutCopyEnabled(false);
+    ModEnabled(false);
+    GenerateEnabled(false);
+    if (groupSelected)
+        PasteEnabled(m_facts.pastePending());
+}
+
+} // namespace qm

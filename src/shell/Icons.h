@@ -1,0 +1,18 @@
+/// \file
+/// The program's own pictures.
+#pragma once
+
+#include "catalogue/ImageList.h"
+
+namespace qm::icons {
+
+/// The picture "icons/<name>.svg"; crisp at any size, with colours that read on light and dark backgrounds.
+[[nodiscard]] QIcon icon(const QString &name);
+/// The pictures of tree, list and schedule table by image key.
+[[nodiscard]] ImageList imageList();
+/// The program's own icon.
+[[nodiscard]] QIcon applicationIcon();
+/// A file of this folder's resources ("splash.svg").
+[[nodiscard]] QString resource(const QString &name);
+
+} // namespace qm::icons

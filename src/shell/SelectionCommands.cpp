@@ -1,0 +1,35 @@
+#include "shell/SelectionCommands.h"
+
+#include "core/ErrorReporter.h"
+
+namespace qm {
+
+namespace {
+constexpr char kModule[] = "frmMain.frm";
+constexpr Procedure kModify{"Modify", "Error occured while trying to modify the item", kModule};
+constexpr Procedure kRename{"Rename", "Error occured while trying to Rename the item", kModule};
+constexpr Procedure kDelete{"Delete", "Error occured while trying to delete the item", kModule};
+} // namespace
+
+void SelectionCommands::run(Verb verb) const
+{
+    if (const auto found = m_actions.find({m_active.current(), verb}); found != m_actions.end())
+        found->second();
+}
+
+void SelectionCommands::Modify()
+{
+    trap(m_errors, kModify, [&] { run(Verb::Modify); });
+}
+
+void SelectionCommands::Rename()
+{
+    trap(m_errors, kRename, [&] { run(Verb::Rename); });
+}
+
+void SelectionCommands::Delete()
+{
+    trap(m_errors, kDelete, [&] { run(Verb::Delete); });
+}
+
+} // namespace qm

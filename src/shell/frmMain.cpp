@@ -1,0 +1,366 @@
+#include "shell/frmMain.h"
+
+#include "catalogue/CatalogueKeys.h"
+#include "core/ErrorReporter.h"
+#include "datasources/ConnectionTester.h"
+#include "datasources/frmAddNewDataSource.h"
+#include "datasources/frmDataSource.h"
+#include "email/frmEmailSettings.h"
+#include "framework/Readers.h"
+#include "platform/DueTimer.h"
+#include "platform/Files.h"
+#include "scheduler/ScheduleTableView.h"
+#include "shell/CaptionPanel.h"
+#include "shell/HelpFile.h"
+#include "shell/Icons.h"
+#include "shell/frmAbout.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QLabel>
+#include <QLayout>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QToolBar>
+
+namespace qm {
+
+namespace {
+
+constexpr char kModule[] = "frmMain.frm";
+constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
+constexpr Procedure kFormLoad{"Form_Load", "Error occured while loading the form."};
+constexpr Procedure kRestoreFromTray{"RestoreFromTray", kUnanticipated, kModule};
+constexpr Procedure kTrayDoubleClick{"TrayIcon_LeftDoubleClick", kUnanticipated, kModule};
+constexpr Procedure kHelpContents{"HelpContentsClicked", "Error occured while trying to display Help.", kModule};
+
+constexpr int kHelpContext = 26;
+constexpr QSize kFirstSize(1180, 760);
+constexpr int kTreeWidth = 300;
+constexpr int kButtonIcon = 22;
+
+QString id(const char *identifier)
+{
+    return QString::fromLatin1(identifier);
+}
+
+} // namespace
+
+frmMain::frmMain(MainWindowServices services)
+    : m_services(std::move(services)), m_state(m_services.stateFile),
+      m_commands(m_services.errors,
+                 {[this] { return m_catalogue && m_catalogue->pendingPaste().isPending(); },
+                  [this] { return m_schedule && m_schedule->table().rows() > 0; }},
+                 this),
+      m_selectionCommands(m_active, m_services.errors), m_runner(m_services.globals, m_services.components, m_services.prompts),
+      m_loader(m_services.globals, m_services.errors, m_services.readers, m_services.getInstallPath)
+{
+    setObjectName(QStringLiteral("frmMain"));
+    setWindowTitle(QStringLiteral("Quillmark SQL Report Generator V8.0 SP4"));
+    setWindowIcon(icons::applicationIcon());
+    layout()->setSizeConstraint(QLayout::SetNoConstraint);
+    resize(kFirstSize);
+
+    m_catalogue = std::make_unique<CataloguePane>(
+        CataloguePane::Services{m_services.globals, m_services.errors, m_services.makeQueryReader, icons::imageList()}, catalogueHooks(),
+        this);
+    m_schedule =
+        std::make_unique<SchedulePane>(SchedulePane::Services{m_services.globals, m_services.jobReader, m_services.errors,
+                                                              m_services.prompts, m_services.clock, m_services.journal, m_services.help},
+                                       scheduleHooks(), this);
+    m_schedule->table().setPicture(icons::imageList().value(QStringLiteral("ScheduleJob")));
+    m_addDataSource = std::make_unique<frmAddNewDataSource>(m_services.globals, m_services.errors, m_services.prompts, this);
+
+    buildBars();
+    buildPanes();
+    buildTray();
+    setCommands();
+    setShortcuts();
+
+    m_active.watch(m_catalogue->tvTreeView(), ActiveControl::View::TreeView);
+    m_active.watch(m_catalogue->lvListView(), ActiveControl::View::ListView);
+    m_active.watch(m_schedule->dtblScheduleTable(), ActiveControl::View::Datatbl);
+    connect(&m_active, &ActiveControl::changed, this, &frmMain::activeControlChanged);
+    m_state.restore(parts());
+    m_catalogue->tvTreeView().setFocus();
+}
+
+frmMain::~frmMain() = default;
+
+CataloguePaneHooks frmMain::catalogueHooks()
+{
+    CataloguePaneHooks hooks;
+    hooks.enableDisableMenus = [this](const QString &code) { m_commands.EnableDisableMenus(code); };
+    hooks.enableForEmptyListSpace = [this](bool groupSelected) { m_commands.enableForEmptyListSpace(groupSelected); };
+    hooks.setCaption = [this](const QString &caption) { m_ssReportQuery->setCaption(caption); };
+    hooks.popUpRightClickMenu = [this](const QPoint &position) { popUpRightClickMenu(position); };
+    hooks.deleteCommand = [this] { m_commands.sstbrReportsMenuToolbar_ToolClick(id("ID_Delete")); };
+    return hooks;
+}
+
+SchedulePaneHooks frmMain::scheduleHooks()
+{
+    SchedulePaneHooks hooks;
+    hooks.enableDisableMenus = [this](const QString &code) { m_commands.EnableDisableMenus(code); };
+    hooks.popUpRightClickMenu = [this](const QPoint &position) { popUpRightClickMenu(position); };
+    hooks.deleteCommand = [this] { m_commands.sstbrReportsMenuToolbar_ToolClick(id("ID_Delete")); };
+    hooks.focusTree = [this] { m_catalogue->tvTreeView().setFocus(); };
+    hooks.tableEmptied = [this] { m_catalogue->refreshSelectedNode(); };
+    hooks.runReport = [this](const QString &interfaceId, bool interactive) { m_runner.RunReport(interfaceId, interactive); };
+    hooks.isProducingRows = m_services.isProducingRows;
+    return hooks;
+}
+
+void frmMain::buildBars()
+{
+    auto *menus = new QMenuBar(this);
+    menus->setObjectName(QStringLiteral("Menu"));
+    menus->setNativeMenuBar(false);
+    m_commands.fillMenuBar(*menus);
+    setMenuBar(menus);
+
+    auto *buttons = new QToolBar(tr("Tools"), this);
+    buttons->setObjectName(QStringLiteral("sstbrReportsMenuToolbar"));
+    buttons->setMovable(false);
+    buttons->setIconSize(QSize(kButtonIcon, kButtonIcon));
+    buttons->setContextMenuPolicy(Qt::PreventContextMenu);
+    m_commands.fillButtonBar(*buttons);
+    addToolBar(buttons);
+    setContextMenuPolicy(Qt::PreventContextMenu);
+
+    auto *status = new QStatusBar(this);
+    status->setObjectName(QStringLiteral("sbStatusbar"));
+    m_nextSchReport = new QLabel(status);
+    m_nextSchReport->setObjectName(QStringLiteral("NextSchReport"));
+    m_nextSchReport->setTextFormat(Qt::PlainText);
+    m_nextSchReport->setContentsMargins(6, 2, 6, 2);
+    status->addPermanentWidget(m_nextSchReport);
+    setStatusBar(status);
+}
+
+void frmMain::buildPanes()
+{
+    m_ssReportQuery = new CaptionPanel(QStringLiteral("ssReportQuery"), &m_catalogue->lvListView(), this);
+    auto *ssScheduleJob = new CaptionPanel(QStringLiteral("ssScheduleJob"), &m_schedule->dtblScheduleTable(), this);
+    ssScheduleJob->setCaption(tr("Scheduled Reports"));
+
+    auto *scheduler = new QSplitter(Qt::Vertical, this);
+    scheduler->setObjectName(QStringLiteral("SSplitterScheduler"));
+    scheduler->addWidget(ssScheduleJob);
+
+    m_splitterListView = new QSplitter(Qt::Vertical, this);
+    m_splitterListView->setObjectName(QStringLiteral("SSplitterListView"));
+    m_splitterListView->addWidget(m_ssReportQuery);
+    m_splitterListView->addWidget(scheduler);
+    m_splitterListView->setSizes({2 * kFirstSize.height(), kFirstSize.height()});
+
+    m_splitterMain = new QSplitter(Qt::Horizontal, this);
+    m_splitterMain->setObjectName(QStringLiteral("SSplitterMain"));
+    m_splitterMain->addWidget(&m_catalogue->tvTreeView());
+    m_splitterMain->addWidget(m_splitterListView);
+    m_splitterMain->setSizes({kTreeWidth, kFirstSize.width() - kTreeWidth});
+    for (QSplitter *splitter : {m_splitterMain, m_splitterListView})
+        splitter->setChildrenCollapsible(false);
+    setCentralWidget(m_splitterMain);
+}
+
+void frmMain::buildTray()
+{
+    QMenu *menu = m_commands.menu(id("ID_TaskBar"));
+    m_tray = std::make_unique<TrayIcon>(icons::applicationIcon(), windowTitle(), *menu);
+    connect(m_tray.get(), &TrayIcon::LeftDoubleClick, this, &frmMain::TrayIcon_LeftDoubleClick);
+    connect(m_tray.get(), &TrayIcon::restoreRequested, this, &frmMain::RestoreFromTray);
+    connect(&m_schedule->timer(), &ScheduleTimer::countdownChanged, this, [this](const QString &text) {
+        m_nextSchReport->setText(text);
+        m_tray->setCountdown(text);
+    });
+    // A dialog or a report does not keep the operator from the tray's menu, but the program cannot end under it.
+    connect(menu, &QMenu::aboutToShow, this, [this] { m_commands.tool(id("ID_ExitMenu"))->setEnabled(mayRunCommand()); });
+    connect(menu, &QMenu::aboutToHide, this, [this] { m_commands.tool(id("ID_ExitMenu"))->setEnabled(true); });
+}
+
+void frmMain::setCommands()
+{
+    using View = ActiveControl::View;
+    using Verb = SelectionCommands::Verb;
+    const auto modifyJob = [this] { m_schedule->jobs().ModifyScheduledJob(); };
+    m_selectionCommands.set(View::Datatbl, Verb::Modify, modifyJob);
+    m_selectionCommands.set(View::Datatbl, Verb::Rename, modifyJob);
+    m_selectionCommands.set(View::Datatbl, Verb::Delete, [this] { m_schedule->jobs().DeleteScheduledJob(); });
+
+    m_commands.setGate([this] { return mayRunCommand(); });
+    const auto can = [this](Verb verb) { return [this, verb] { return m_selectionCommands.canRun(verb); }; };
+    m_commands.setCommand(
+        id("ID_Modify"), [this] { m_selectionCommands.Modify(); }, can(Verb::Modify));
+    m_commands.setCommand(
+        id("ID_Rename"), [this] { m_selectionCommands.Rename(); }, can(Verb::Rename));
+    m_commands.setCommand(
+        id("ID_Delete"), [this] { m_selectionCommands.Delete(); }, can(Verb::Delete));
+    m_commands.setCommand(id("ID_ReportJob"), [this] { addNewScheduledJob(); });
+    m_commands.setCommand(id("ID_Generate"), [this] { generate(); });
+    m_commands.setCommand(id("ID_E-mailSettings"), [this] { editEmailSettings(); });
+    if (m_services.connectionTester)
+        m_commands.setCommand(id("ID_ConnectionInformation"), [this] { editDataSources(); });
+    m_commands.setCommand(id("ID_ContentsMenu"), [this] { HelpContentsClicked(); });
+    m_commands.setCommand(id("ID_HelpButton"), [this] { HelpContentsClicked(); });
+    m_commands.setCommand(id("ID_AboutQuillmarkReportsMenu"), [this] { showAbout(); });
+    m_commands.setCommand(id("ID_ExitMenu"), [this] { close(); });
+    m_commands.setCommand(id("ID_KeepOnTaskbarMenu"), [this] { hideToNotificationArea(); });
+}
+
+void frmMain::setShortcuts()
+{
+    m_commands.tool(id("ID_ContentsMenu"))->setShortcut(QKeySequence::HelpContents);
+    // Delete has none: the views decide by key what it may delete.
+    const std::pair<const char *, QKeySequence> ofViews[]{{"ID_Rename", QKeySequence(Qt::Key_F2)},
+                                                          {"ID_Cut", QKeySequence::Cut},
+                                                          {"ID_Copy", QKeySequence::Copy},
+                                                          {"ID_Paste", QKeySequence::Paste}};
+    for (const auto &[identifier, keys] : ofViews) {
+        QAction *action = m_commands.tool(id(identifier));
+        action->setShortcut(keys);
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        m_catalogue->tvTreeView().addAction(action);
+        m_catalogue->lvListView().addAction(action);
+    }
+}
+
+WindowParts frmMain::parts()
+{
+    return {*this, {m_splitterMain, m_splitterListView}, m_catalogue->lvListView(), m_schedule->dtblScheduleTable()};
+}
+
+void frmMain::Form_Load()
+{
+    trap(m_services.errors, kFormLoad, [&] {
+        m_loader.ReadReportConfigurations();
+        m_catalogue->catalogue().PopulateTreeView();
+        m_schedule->jobs().PopulateJobs();
+        m_services.help.setPath(m_services.globals.gstrInstallPath + kSep + QStringLiteral("Report Generator.chm"));
+        m_schedule->timer().setDueTimer(m_services.makeDueTimer());
+        m_schedule->timer().SetTimer(false);
+    });
+}
+
+void frmMain::closeEvent(QCloseEvent *event)
+{
+    if (!mayRunCommand()) {
+        event->ignore();
+        return;
+    }
+    m_state.save(parts());
+    m_tray->removeIcon();
+    if (m_about)
+        m_about->close();
+    m_services.closeViewers();
+    event->accept();
+    m_services.endProgram();
+}
+
+bool frmMain::mayRunCommand() const
+{
+    return !QApplication::activeModalWidget() && !m_services.isProducingRows();
+}
+
+void frmMain::hideToNotificationArea()
+{
+    if (TrayIcon::isAvailable()) {
+        m_tray->showIcon();
+        hide();
+    } else {
+        statusBar()->showMessage(tr("This desktop has no notification area, so the window was minimised. The schedule keeps running."));
+        showMinimized();
+    }
+}
+
+void frmMain::TrayIcon_LeftDoubleClick()
+{
+    trap(m_services.errors, kTrayDoubleClick, [&] { RestoreFromTray(); });
+}
+
+void frmMain::RestoreFromTray()
+{
+    trap(m_services.errors, kRestoreFromTray, [&] {
+        m_tray->removeIcon();
+        setWindowState(windowState() & ~Qt::WindowMinimized);
+        show();
+        QWidget *front = QApplication::activeModalWidget() ? QApplication::activeModalWidget() : this;
+        front->raise();
+        front->activateWindow();
+    });
+}
+
+void frmMain::HelpContentsClicked()
+{
+    trap(m_services.errors, kHelpContents, [&] { m_services.help.showContext(kHelpContext); });
+}
+
+void frmMain::popUpRightClickMenu(const QPoint &globalPosition)
+{
+    m_commands.popUp(id("ID_RightClick"), globalPosition);
+}
+
+void frmMain::activeControlChanged()
+{
+    const CatalogueSelection &selected = m_catalogue->selection();
+    QString code = selectionCode(selected.nodeKey());
+    if (m_active.current() == ActiveControl::View::Datatbl) {
+        JobTable &jobs = m_schedule->table();
+        if (jobs.selectedRow() >= 0)
+            m_services.globals.gstrCurrentQueryFile = jobs.row(jobs.selectedRow()).queryFile;
+        code = QStringLiteral("D");
+    } else if (m_active.current() == ActiveControl::View::ListView && selected.rowIndex() >= 0) {
+        code = selectionCode(selected.rowKey());
+    }
+    m_commands.EnableDisableMenus(code);
+}
+
+void frmMain::generate()
+{
+    const CatalogueSelection &selected = m_catalogue->selection();
+    // The schedule may have changed the current query since the row was chosen.
+    if (m_active.current() == ActiveControl::View::ListView && isLevel(selected.rowKey(), selection::query))
+        m_services.globals.gstrCurrentQueryFile = selected.row().subItems[CatalogueList::QueryFile - 1];
+    const TreeNode node = selected.node();
+    const QString interfaceId = isLevel(node.key, selection::package) ? node.tag : selected.parentNode().tag;
+    m_runner.RunReport(interfaceId, true);
+}
+
+void frmMain::addNewScheduledJob()
+{
+    const CatalogueSelection &selected = m_catalogue->selection();
+    if (isLevel(selected.rowKey(), selection::query))
+        m_schedule->jobs().AddNewScheduledJob(selected.row().tag, selected.parentNode().tag, true);
+    else
+        m_schedule->jobs().AddNewScheduledJob({}, {}, false);
+}
+
+void frmMain::editDataSources()
+{
+    Globals &globals = m_services.globals;
+    if (!globals.gudoDataSourceReader)
+        globals.gudoDataSourceReader = m_services.readers.dataSources();
+    frmDataSource form({globals, *globals.gudoDataSourceReader, *m_services.connectionTester, m_services.errors, m_services.prompts,
+                        m_services.help, *m_addDataSource},
+                       this);
+    form.showModal();
+}
+
+void frmMain::editEmailSettings()
+{
+    frmEmailSettings form(m_services.globals, m_services.readers.email, m_services.errors, m_services.prompts, m_services.help, this);
+    form.exec();
+}
+
+void frmMain::showAbout()
+{
+    if (!m_about)
+        m_about = new frmAbout(m_services.globals.gstrInstallPath, this);
+    m_about->show();
+    m_about->raise();
+    m_about->activateWindow();
+}
+
+} // namespace qm

@@ -1,0 +1,116 @@
+/// \file
+/// The main window.
+#pragma once
+
+#include "catalogue/CataloguePane.h"
+#include "scheduler/ReportRunner.h"
+#include "scheduler/SchedulePane.h"
+#include "shell/ActiveControl.h"
+#include "shell/Commands.h"
+#include "shell/ConfigurationLoader.h"
+#include "shell/SelectionCommands.h"
+#include "shell/TrayIcon.h"
+#include "shell/WindowState.h"
+
+#include <QMainWindow>
+#include <QPointer>
+
+class QLabel;
+class QSplitter;
+
+namespace qm {
+
+class CaptionPanel;
+class Clock;
+class ComponentFactory;
+class ConnectionTester;
+class DueTimer;
+class HelpFile;
+class Prompts;
+class frmAbout;
+class frmAddNewDataSource;
+
+/// What the main window works with; all of it outlives the window.
+struct MainWindowServices
+{
+    Globals &globals;
+    ErrorReporter &errors;
+    Prompts &prompts;
+    const Clock &clock;
+    ComponentFactory &components;
+    HelpFile &help;
+    ScheduleJournal &journal;
+    JobConfigReader &jobReader;
+    ReaderFactories readers;
+    Catalogue::QueryReaderMaker makeQueryReader;
+    std::function<QString()> getInstallPath;
+    std::function<std::unique_ptr<DueTimer>()> makeDueTimer;
+    std::function<bool()> isProducingRows;        ///< whether a report is being made right now
+    std::function<void()> closeViewers;           ///< closes the windows that reports opened
+    std::function<void()> endProgram;             ///< called when the window was closed
+    ConnectionTester *connectionTester = nullptr; ///< null: data sources cannot be edited
+    QString stateFile;                            ///< where the window's look is kept for this user; empty: nowhere
+};
+
+/// Makes the widgets, owns the collaborators and connects them. The catalogue's work is in CataloguePane, the schedule's in SchedulePane,
+/// the commands' in Commands.
+class frmMain final : public QMainWindow
+{
+    Q_OBJECT
+public:
+    explicit frmMain(MainWindowServices services);
+    ~frmMain() override;
+
+    /// Loads the configuration, fills tree and schedule, and starts the scheduler.
+    void Form_Load();
+    void RestoreFromTray();
+    /// Hides to the notification area; minimises where there is none.
+    void hideToNotificationArea();
+
+    [[nodiscard]] Commands &commands() { return m_commands; }
+    [[nodiscard]] CataloguePane &catalogue() { return *m_catalogue; }
+    [[nodiscard]] SchedulePane &schedule() { return *m_schedule; }
+    [[nodiscard]] ReportRunner &reportRunner() { return m_runner; }
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void TrayIcon_LeftDoubleClick();
+    void HelpContentsClicked();
+    [[nodiscard]] CataloguePaneHooks catalogueHooks();
+    [[nodiscard]] SchedulePaneHooks scheduleHooks();
+    void buildBars();
+    void buildPanes();
+    void buildTray();
+    void setCommands();
+    void setShortcuts();
+    void activeControlChanged();
+    void generate();
+    void addNewScheduledJob();
+    void editDataSources();
+    void editEmailSettings();
+    void showAbout();
+    void popUpRightClickMenu(const QPoint &globalPosition);
+    [[nodiscard]] bool mayRunCommand() const;
+    [[nodiscard]] WindowParts parts();
+
+    MainWindowServices m_services;
+    WindowState m_state;
+    ActiveControl m_active;
+    Commands m_commands;
+    SelectionCommands m_selectionCommands;
+    ReportRunner m_runner;
+    ConfigurationLoader m_loader;
+    std::unique_ptr<CataloguePane> m_catalogue;
+    std::unique_ptr<SchedulePane> m_schedule;
+    std::unique_ptr<TrayIcon> m_tray;
+    std::unique_ptr<frmAddNewDataSource> m_addDataSource;
+    CaptionPanel *m_ssReportQuery = nullptr;
+    QSplitter *m_splitterMain = nullptr;
+    QSplitter *m_splitterListView = nullptr;
+    QLabel *m_nextSchReport = nullptr;
+    QPointer<frmAbout> m_about;
+};
+
+} // namespace qm
