@@ -1,0 +1,89 @@
+#include "core/RuntimeError.h"
+#include "framework/ConfigReaders.h"
+#include "platform/Files.h"
+#include "platform/Registry.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace qm {
+namespace {
+
+constexpr char kSectionPrefix[] = "Package.";
+
+/// Separators as this platform writes them, whichever the person at the keyboard used.
+QString withNativeSeparators(QString path)
+{
+    const QChar other = kSep == u'/' ? u'\\' : u'/';
+    return path.replace(other, kSep);
+}
+
+bool isAbsolute(const QString &path)
+{
+    const bool hasDrive = path.size() > 2 && path[0].isLetter() && path[1] == u':' && (path[2] == u'\\' || path[2] == u'/');
+    return hasDrive || path.startsWith(u'/') || path.startsWith(QLatin1String("\\\\"));
+}
+
+/// \p path below \p folder (ends with a separator) unless it is absolute.
+QString absolutePath(const QString &path, const QString &folder)
+{
+    const QString whole = isAbsolute(path) ? withNativeSeparators(path) : folder + withNativeSeparators(path);
+    return withNativeSeparators(QDir::cleanPath(whole));
+}
+
+QString endedWithSeparator(QString folder)
+{
+    if (!folder.endsWith(kSep))
+        folder += kSep;
+    return folder;
+}
+
+[[noreturn]] void fail(const QString &path, const QString &what)
+{
+    raise(err::invalidFileFormat, path + QStringLiteral(": ") + what, kFrameworkSource);
+}
+
+std::shared_ptr<PackageInfo> readPackage(const QString &path, const QString &section, const QString &folder)
+{
+    const auto value = [&](const char *key) {
+        return privateProfileString(path, section, QString::fromLatin1(key)).value_or(QString()).trimmed();
+    };
+    auto package = std::make_shared<PackageInfo>();
+    package->PackageName = value("Name");
+    if (package->PackageName.isEmpty())
+        fail(path, QStringLiteral("section [%1] has no Name. Add a line Name=... with the name that the catalogue shows.").arg(section));
+    const QString installPath = value("InstallPath");
+    if (installPath.isEmpty())
+        fail(path, QStringLiteral("section [%1] has no InstallPath. Add a line InstallPath=... with the package's folder.").arg(section));
+    package->Interface = value("Interface");
+    package->InstallPath = endedWithSeparator(absolutePath(installPath, folder));
+    package->QueryAccess = value("QueryAccess");
+    const QString database = value("Database");
+    package->Database = absolutePath(database.isEmpty() ? QStringLiteral("EventLog.db") : database, package->InstallPath);
+    return package;
+}
+
+} // namespace
+
+std::vector<std::shared_ptr<PackageInfo>> IniPackageConfigReader::ReadPackages(const QString &path)
+{
+    if (!files::fileExists(path))
+        raise(err::fileNotFound,
+              QStringLiteral("%1. Restore the package configuration, or correct the installation folder in the registry value InstallPath "
+                             "(it must end with a separator).")
+                  .arg(path),
+              kFrameworkSource);
+    if (files::readAll(path).trimmed().isEmpty())
+        fail(path, QStringLiteral("the file is empty. Restore the package configuration from a copy."));
+    const QString folder = endedWithSeparator(withNativeSeparators(QFileInfo(path).absolutePath()));
+    std::vector<std::shared_ptr<PackageInfo>> packages;
+    const QStringList sections = privateProfileSections(path);
+    for (const QString &section : sections)
+        if (section.startsWith(QLatin1String(kSectionPrefix), Qt::CaseInsensitive))
+            packages.push_back(readPackage(path, section, folder));
+    if (packages.empty())
+        fail(path, QStringLiteral("no section [Package.1], [Package.2], ... was found. Add one for each event-log package."));
+    return packages;
+}
+
+} // namespace qm

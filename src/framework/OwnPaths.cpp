@@ -1,0 +1,43 @@
+#include "framework/OwnPaths.h"
+
+#include "core/RuntimeError.h"
+#include "platform/Files.h"
+
+#include <QDir>
+#include <QRegularExpression>
+
+namespace qm {
+
+void requireAbsolute(const QString &path)
+{
+    if (QDir::isAbsolutePath(path))
+        return;
+    raise(err::pathNotFound,
+          QStringLiteral("\"%1\" was not saved, because the installation folder is not known. Correct the registry value InstallPath and "
+                         "start the program again.")
+              .arg(path),
+          kFrameworkSource);
+}
+
+void requirePlainConfigName(const QString &path)
+{
+    static const QRegularExpression separators(QStringLiteral("[/\\\\]"));
+    QStringList parts = path.split(separators);
+    const QString name = parts.takeLast();
+    const auto refuse = [&](const QString &shown, const QString &why) {
+        raise(err::badFileName, QStringLiteral("\"%1\" %2. Choose another name.").arg(shown, why), kFrameworkSource);
+    };
+    qsizetype config = parts.size() - 1;
+    while (config >= 0 && parts[config].compare(QLatin1String("Config"), Qt::CaseInsensitive) != 0)
+        --config;
+    if (config >= 0 && config + 1 < parts.size())
+        refuse(parts.mid(config + 1).join(u'/') + u'/' + name, QStringLiteral("contains a separator"));
+    if (parts.contains(QStringLiteral("..")))
+        refuse(path, QStringLiteral("leads out of its folder"));
+    if (const QString why = files::whyNotAName(name); !why.isEmpty())
+        refuse(name, why);
+    if (name.startsWith(u'.'))
+        refuse(name, QStringLiteral("has nothing before the extension"));
+}
+
+} // namespace qm
