@@ -1,0 +1,304 @@
+#include "reporting/writers/pdf/TextShaper.h"
+
+#include "core/RuntimeError.h"
+#include "reporting/writers/pdf/CharacterRules.h"
+#include "reporting/writers/pdf/PdfSyntax.h"
+
+#include <fribidi.h>
+
+#include <array>
+
+namespace qm::pdf {
+
+namespace {
+
+constexpr std::uint32_t kObjectReplacement = 0xFFFC; ///< neutral in the bidirectional algorithm
+
+bool isMark(std::uint32_t character)
+{
+    const hb_unicode_general_category_t category = hb_unicode_general_category(hb_unicode_funcs_get_default(), character);
+    return category == HB_UNICODE_GENERAL_CATEGORY_NON_SPACING_MARK || category == HB_UNICODE_GENERAL_CATEGORY_ENCLOSING_MARK ||
+           category == HB_UNICODE_GENERAL_CATEGORY_SPACING_MARK;
+}
+
+/// Scripts in which ligatures are a matter of taste. A reader searching for "office" must find it, so they stay off.
+bool isPlainScript(hb_script_t script)
+{
+    return script == HB_SCRIPT_LATIN || script == HB_SCRIPT_GREEK || script == HB_SCRIPT_CYRILLIC || script == HB_SCRIPT_COMMON;
+}
+
+/// "[NUL]" for the C0 controls, "[U+202E]" for the others.
+std::string controlName(std::uint32_t character)
+{
+    static constexpr std::array<std::string_view, 32> kNames = {"NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS",  "TAB", "LF",
+                                                                "VT",  "FF",  "CR",  "SO",  "SI",  "DLE", "DC1", "DC2", "DC3", "DC4", "NAK",
+                                                                "SYN", "ETB", "CAN", "EM",  "SUB", "ESC", "FS",  "GS",  "RS",  "US"};
+    std::string name = "[";
+    if (character < kNames.size()) {
+        name += kNames[character];
+    } else if (character == 0x7F) {
+        name += "DEL";
+    } else {
+        name += "U+";
+        appendHex(name, character, character > 0xFFFF ? 5 : 4);
+    }
+    name += ']';
+    return name;
+}
+
+} // namespace
+
+TextShaper::TextShaper(FontBook &fonts) : m_fonts(fonts), m_buffer(hb_buffer_create()) {}
+
+TextShaper::~TextShaper()
+{
+    hb_buffer_destroy(m_buffer);
+}
+
+void TextShaper::decode(std::string_view text)
+{
+    m_text = text;
+    m_characters.clear();
+    m_offsets.clear();
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        m_offsets.push_back(static_cast<std::uint32_t>(text.size() - rest.size()));
+        m_characters.push_back(takeCodePoint(rest));
+    }
+    m_offsets.push_back(static_cast<std::uint32_t>(text.size()));
+}
+
+void TextShaper::shape(std::string_view text, TextStyle style, ShapedText &out)
+{
+    decode(text);
+    m_style = style;
+    const std::size_t count = m_characters.size();
+    m_levels.assign(count, 0);
+    m_scripts.assign(count, HB_SCRIPT_COMMON);
+    std::size_t begin = 0;
+    for (std::size_t i = 0; i <= count; ++i) {
+        if (i < count && !isLineBreak(m_characters[i]))
+            continue;
+        shapeParagraph(begin, i, out);
+        if (i == count)
+            break;
+        const bool pair = m_characters[i] == U'\r' && i + 1 < count && m_characters[i + 1] == U'\n';
+        appendCluster(i, i + 1, out).lineBreak = true;
+        i += pair ? 1 : 0;
+        begin = i + 1;
+    }
+}
+
+void TextShaper::shapeParagraph(std::size_t begin, std::size_t end, ShapedText &out)
+{
+    findLevels(begin, end);
+    findScripts(begin, end);
+    for (std::size_t i = begin; i < end;) {
+        const std::uint32_t character = m_characters[i];
+        if (isHiddenControl(character)) {
+            appendControl(i++, out);
+        } else if (character == U'\t') {
+            appendTab(i++, out);
+        } else {
+            const Run run = takeRun(i, end);
+            if (run.face == FontBook::kNoFace)
+                appendMissing(i, out);
+            else
+                shapeRun(run, begin, end, out);
+            i = run.end;
+        }
+    }
+}
+
+void TextShaper::findLevels(std::size_t begin, std::size_t end)
+{
+    constexpr std::uint32_t kFirstRightToLeft = 0x590;
+    m_rightToLeft = false;
+    bool needed = false;
+    m_bidiCharacters.clear();
+    for (std::size_t i = begin; i < end; ++i) {
+        const bool hidden = isHiddenControl(m_characters[i]);
+        m_bidiCharacters.push_back(hidden ? kObjectReplacement : m_characters[i]);
+        needed |= !hidden && m_characters[i] >= kFirstRightToLeft;
+    }
+    if (!needed)
+        return;
+    const auto count = static_cast<FriBidiStrIndex>(end - begin);
+    m_bidiTypes.resize(end - begin);
+    m_brackets.resize(end - begin);
+    fribidi_get_bidi_types(m_bidiCharacters.data(), count, m_bidiTypes.data());
+    fribidi_get_bracket_types(m_bidiCharacters.data(), count, m_bidiTypes.data(), m_brackets.data());
+    FriBidiParType direction = FRIBIDI_PAR_ON; // by the first strong character
+    auto *levels = m_levels.data() + begin;
+    if (fribidi_get_par_embedding_levels_ex(m_bidiTypes.data(), m_brackets.data(), count, &direction, levels) == 0)
+        raise(err::outOfMemory, QStringLiteral("A cell of right-to-left text is too long to be set."), kFrameworkSource);
+    m_rightToLeft = FRIBIDI_IS_RTL(direction);
+}
+
+void TextShaper::findScripts(std::size_t begin, std::size_t end)
+{
+    hb_unicode_funcs_t *unicode = hb_unicode_funcs_get_default();
+    hb_script_t current = HB_SCRIPT_COMMON;
+    std::size_t leading = begin; // characters before the first one of a definite script take that script
+    for (std::size_t i = begin; i < end; ++i) {
+        const hb_script_t script = hb_unicode_script(unicode, m_characters[i]);
+        if (script != HB_SCRIPT_COMMON && script != HB_SCRIPT_INHERITED && script != HB_SCRIPT_UNKNOWN) {
+            if (current == HB_SCRIPT_COMMON)
+                for (; leading < i; ++leading)
+                    m_scripts[leading] = script;
+            current = script;
+        }
+        m_scripts[i] = current;
+    }
+}
+
+TextShaper::Run TextShaper::takeRun(std::size_t begin, std::size_t end)
+{
+    Run run;
+    run.begin = begin;
+    run.level = static_cast<std::uint8_t>(m_levels[begin]);
+    run.script = m_scripts[begin];
+    run.face = m_fonts.slot(m_style, m_characters[begin]).face;
+    std::size_t i = begin + 1;
+    for (; i < end && run.face != FontBook::kNoFace; ++i) {
+        const std::uint32_t character = m_characters[i];
+        if (m_levels[i] != m_levels[begin] || m_scripts[i] != run.script || character == U'\t' || isHiddenControl(character))
+            break;
+        if (isJoinerOrSelector(character) || m_fonts.slot(m_style, character).face == run.face)
+            continue;
+        const bool dependent = character == U' ' || isMark(character);
+        if (!dependent || m_fonts.face(static_cast<std::size_t>(run.face)).glyph(character) == 0)
+            break;
+    }
+    run.end = i;
+    return run;
+}
+
+void TextShaper::shapeRun(const Run &run, std::size_t paragraphBegin, std::size_t paragraphEnd, ShapedText &out)
+{
+    hb_buffer_clear_contents(m_buffer);
+    hb_buffer_set_cluster_level(m_buffer, HB_BUFFER_CLUSTER_LEVEL_MONOTONE_CHARACTERS);
+    hb_buffer_add_utf32(m_buffer, m_characters.data() + paragraphBegin, static_cast<int>(paragraphEnd - paragraphBegin),
+                        static_cast<unsigned>(run.begin - paragraphBegin), static_cast<int>(run.end - run.begin));
+    const bool backwards = (run.level & 1) != 0;
+    hb_buffer_set_direction(m_buffer, backwards ? HB_DIRECTION_RTL : HB_DIRECTION_LTR);
+    hb_buffer_set_script(m_buffer, run.script);
+    static constexpr hb_feature_t kNoTaste[] = {{HB_TAG('l', 'i', 'g', 'a'), 0, 0, HB_FEATURE_GLOBAL_END},
+                                                {HB_TAG('c', 'l', 'i', 'g'), 0, 0, HB_FEATURE_GLOBAL_END},
+                                                {HB_TAG('k', 'e', 'r', 'n'), 0, 0, HB_FEATURE_GLOBAL_END}};
+    hb_shape(m_fonts.face(static_cast<std::size_t>(run.face)).font(), m_buffer, kNoTaste, isPlainScript(run.script) ? 3 : 0);
+
+    unsigned count = 0;
+    const hb_glyph_info_t *infos = hb_buffer_get_glyph_infos(m_buffer, &count);
+    const auto position = [&](unsigned glyph) { return paragraphBegin + infos[glyph].cluster; };
+    const auto groupEnd = [&](unsigned glyph) {
+        unsigned end = glyph + 1;
+        while (end < count && infos[end].cluster == infos[glyph].cluster)
+            ++end;
+        return end;
+    };
+    // Reading order is that of the glyphs, or for right-to-left runs its reverse.
+    if (!backwards) {
+        for (unsigned i = 0; i < count;) {
+            const unsigned end = groupEnd(i);
+            appendGroup(run, i, end, position(i), end < count ? position(end) : run.end, out);
+            i = end;
+        }
+        return;
+    }
+    for (unsigned end = count; end > 0;) {
+        unsigned begin = end - 1;
+        while (begin > 0 && infos[begin - 1].cluster == infos[end - 1].cluster)
+            --begin;
+        appendGroup(run, begin, end, position(begin), begin > 0 ? position(begin - 1) : run.end, out);
+        end = begin;
+    }
+}
+
+void TextShaper::appendGroup(const Run &run, unsigned first, unsigned last, std::size_t begin, std::size_t end, ShapedText &out)
+{
+    const hb_glyph_info_t *infos = hb_buffer_get_glyph_infos(m_buffer, nullptr);
+    const hb_glyph_position_t *positions = hb_buffer_get_glyph_positions(m_buffer, nullptr);
+    const FontFace &face = m_fonts.face(static_cast<std::size_t>(run.face));
+    const std::string_view text = textOf(begin, end);
+    TextCluster &cluster = appendCluster(begin, end, out);
+    cluster.level = run.level;
+    cluster.actualText = last - first > 1;
+    if (isMark(m_characters[begin]) || isJoinerOrSelector(m_characters[begin]))
+        cluster.rules |= kNeverBefore;
+    for (unsigned i = first; i < last; ++i) {
+        FontBook::GlyphCode code;
+        const FontBook::Slot &slot = m_fonts.slot(m_style, m_characters[begin]);
+        if (infos[i].codepoint == 0) {
+            code = m_fonts.missingGlyph(text);
+            cluster.missing = true;
+        } else if (end - begin == 1 && last - first == 1 && slot.kind == FontBook::Kind::Simple && slot.face == run.face &&
+                   face.glyph(m_characters[begin]) == infos[i].codepoint) {
+            code = {slot.font, slot.code, slot.width};
+        } else {
+            code = m_fonts.glyphCode(run.face, infos[i].codepoint, i == first ? text : std::string_view());
+        }
+        const Em advance = infos[i].codepoint == 0 ? code.width : face.toEm(positions[i].x_advance);
+        out.glyphs.push_back(
+            {code.font, code.code, face.toEm(positions[i].x_offset), face.toEm(positions[i].y_offset), advance, code.width});
+        cluster.advance += advance;
+    }
+    cluster.glyphEnd = static_cast<std::uint32_t>(out.glyphs.size());
+}
+
+void TextShaper::appendControl(std::size_t index, ShapedText &out)
+{
+    TextCluster &cluster = appendCluster(index, index + 1, out);
+    cluster.control = true;
+    cluster.rules = kNoRule;
+    for (const char letter : controlName(m_characters[index])) {
+        const FontBook::Slot &slot = m_fonts.slot(m_style, static_cast<unsigned char>(letter));
+        out.glyphs.push_back({slot.font, slot.code, 0, 0, slot.width, slot.width});
+        cluster.advance += slot.width;
+    }
+    cluster.glyphEnd = static_cast<std::uint32_t>(out.glyphs.size());
+}
+
+void TextShaper::appendTab(std::size_t index, ShapedText &out)
+{
+    constexpr int kSpaces = 4;
+    const FontBook::Slot &space = m_fonts.slot(m_style, U' ');
+    TextCluster &cluster = appendCluster(index, index + 1, out);
+    cluster.rules = kSpace;
+    for (int i = 0; i < kSpaces; ++i)
+        out.glyphs.push_back({space.font, space.code, 0, 0, space.width, space.width});
+    cluster.advance = kSpaces * space.width;
+    cluster.glyphEnd = static_cast<std::uint32_t>(out.glyphs.size());
+}
+
+void TextShaper::appendMissing(std::size_t index, ShapedText &out)
+{
+    TextCluster &cluster = appendCluster(index, index + 1, out);
+    const bool invisible = isJoinerOrSelector(m_characters[index]);
+    if (invisible)
+        return;
+    const FontBook::GlyphCode box = m_fonts.missingGlyph(textOf(index, index + 1));
+    cluster.missing = true;
+    cluster.advance = box.width;
+    out.glyphs.push_back({box.font, box.code, 0, 0, box.width, box.width});
+    cluster.glyphEnd = static_cast<std::uint32_t>(out.glyphs.size());
+}
+
+TextCluster &TextShaper::appendCluster(std::size_t begin, std::size_t end, ShapedText &out) const
+{
+    TextCluster &cluster = out.clusters.emplace_back();
+    cluster.text = m_offsets[begin];
+    cluster.textEnd = m_offsets[end];
+    cluster.glyph = cluster.glyphEnd = static_cast<std::uint32_t>(out.glyphs.size());
+    cluster.level = static_cast<std::uint8_t>(m_levels[begin]);
+    cluster.rules = breakRules(m_characters[begin]);
+    cluster.rightToLeft = m_rightToLeft;
+    return cluster;
+}
+
+std::string_view TextShaper::textOf(std::size_t begin, std::size_t end) const
+{
+    return m_text.substr(m_offsets[begin], m_offsets[end] - m_offsets[begin]);
+}
+
+} // namespace qm::pdf
