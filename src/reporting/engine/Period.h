@@ -25,4 +25,7 @@ struct PeriodRange
 /// Local dates, both included. An invalid date on one side leaves that side open.
 [[nodiscard]] PeriodRange periodBetween(QDate from, QDate to, const Clock &clock);
 
+/// \p instant as "YYYY-MM-DD HH:MM:SS" in UTC: the form of ranges and of the run ledger.
+[[nodiscard]] QString utcText(std::chrono::system_clock::time_point instant);
+
 } // namespace qm

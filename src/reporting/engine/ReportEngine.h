@@ -4,13 +4,13 @@
 
 #include "core/Clock.h"
 #include "framework/Readers.h"
+#include "reporting/engine/CancelFlag.h"
 #include "reporting/writers/ReportWriter.h"
 
 #include <QDate>
 #include <QMap>
 #include <QString>
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -18,28 +18,6 @@
 namespace qm {
 
 class ApplicationLog;
-
-/// Tells a run to stop. cancel() may be called from any thread and is never lost; the run also interrupts the database.
-class CancelFlag final
-{
-public:
-    void cancel();
-    [[nodiscard]] bool isCancelled() const { return m_cancelled.load(std::memory_order_acquire); }
-    /// \throws RuntimeError cancelledByOperator once cancelled.
-    void check() const;
-    /// Called (at most once per cancel, from the cancelling thread) to hasten the end; empty to remove. Thread-safe.
-    void onCancel(std::function<void()> hasten);
-
-private:
-    std::atomic<bool> m_cancelled{false};
-    struct Hook;
-    std::shared_ptr<Hook> m_hook;
-    [[nodiscard]] std::shared_ptr<Hook> hook();
-
-public:
-    CancelFlag();
-    ~CancelFlag();
-};
 
 /// How one run differs from what the query file says. Empty values mean: as the query file says.
 struct RunOptions
@@ -56,6 +34,7 @@ struct RunOptions
     std::shared_ptr<CancelFlag> cancel;              ///< may be null
     /// Receives the report when the output is the screen. Null: screen output is refused.
     ReportWriter *screen = nullptr;
+    bool countOnly = false; ///< runs the query and counts its rows; no output is made
 };
 
 struct RunResult

@@ -1,0 +1,233 @@
+#include "reporting/engine/RunLedger.h"
+
+#include "core/RuntimeError.h"
+#include "platform/Files.h"
+#include "reporting/engine/ProcessIdentity.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace qm {
+
+namespace {
+
+constexpr int kBusyTimeoutMs = 5000;
+constexpr int kSchemaVersion = 1;
+constexpr char kCreate[] = R"(
+CREATE TABLE IF NOT EXISTS run (
+  id INTEGER PRIMARY KEY AUTOINCREMENT, query_file TEXT NOT NULL, description TEXT NOT NULL, package TEXT NOT NULL, "trigger" TEXT NOT NULL,
+  period TEXT NOT NULL, output_type TEXT NOT NULL, format TEXT NOT NULL, output_file TEXT NOT NULL, started_utc TEXT NOT NULL, ended_utc TEXT NOT NULL,
+  rows INTEGER NOT NULL, bytes INTEGER NOT NULL, sha256 TEXT NOT NULL, status TEXT NOT NULL, error TEXT NOT NULL, note TEXT NOT NULL,
+  host TEXT NOT NULL, pid INTEGER NOT NULL, process_start TEXT NOT NULL);
+CREATE INDEX IF NOT EXISTS run_status ON run(status);
+PRAGMA user_version = 1;
+)";
+constexpr char kInsert[] = R"(INSERT INTO run (query_file, description, package, "trigger", period, output_type, format, output_file,
+  started_utc, ended_utc, rows, bytes, sha256, status, error, note, host, pid, process_start)
+  VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13, ?14, ?15, ?16, ?17, ?18, ?19))";
+constexpr char kUpdate[] = R"(UPDATE run SET query_file = ?1, description = ?2, package = ?3, "trigger" = ?4, period = ?5, output_type = ?6,
+  format = ?7, output_file = ?8, started_utc = ?9, ended_utc = ?10, rows = ?11, bytes = ?12, sha256 = ?13, status = ?14, error = ?15,
+  note = ?16 WHERE id = ?17)";
+constexpr char kList[] = R"(SELECT id, query_file, description, package, "trigger", period, output_type, format, output_file, started_utc,
+  ended_utc, rows, bytes, sha256, status, error, note FROM run ORDER BY id DESC LIMIT ?1)";
+
+[[noreturn]] void fail(sqlite3 *connection)
+{
+    raise(err::reportFailed, sqlite::message(connection), kFrameworkSource);
+}
+
+void run(sqlite3 *connection, const char *sql)
+{
+    if (sqlite::execute(connection, sql) != SQLITE_OK)
+        fail(connection);
+}
+
+/// Steps a statement that gives no rows.
+void finishStatement(sqlite3 *connection, sqlite3_stmt *statement)
+{
+    if (sqlite3_step(statement) != SQLITE_DONE)
+        fail(connection);
+}
+
+/// Binds ?1 to ?16, which insert and update share.
+void bindEntry(sqlite3_stmt *statement, const LedgerEntry &entry)
+{
+    int index = 0;
+    for (const QString *text : {&entry.queryFile, &entry.description, &entry.package, &entry.trigger, &entry.period, &entry.outputType,
+                                &entry.format, &entry.outputFile, &entry.startedUtc, &entry.endedUtc})
+        sqlite::bindText(statement, ++index, *text);
+    sqlite3_bind_int64(statement, ++index, entry.rows);
+    sqlite3_bind_int64(statement, ++index, static_cast<sqlite3_int64>(entry.bytes));
+    for (const QString *text : {&entry.sha256, &entry.status, &entry.error, &entry.note})
+        sqlite::bindText(statement, ++index, *text);
+}
+
+void createTables(sqlite3 *connection)
+{
+    const auto version = sqlite::prepare(connection, "PRAGMA user_version");
+    if (sqlite3_step(version.get()) != SQLITE_ROW)
+        fail(connection);
+    const int found = sqlite3_column_int(version.get(), 0);
+    sqlite3_reset(version.get());
+    if (found > kSchemaVersion)
+        raise(err::reportFailed, QStringLiteral("it belongs to a newer version of this program"), kFrameworkSource);
+    if (found == kSchemaVersion)
+        return;
+    run(connection, "BEGIN IMMEDIATE");
+    run(connection, kCreate);
+    run(connection, "COMMIT");
+}
+
+LedgerEntry readEntry(sqlite3_stmt *statement)
+{
+    LedgerEntry entry;
+    int column = 0;
+    entry.id = sqlite3_column_int64(statement, column);
+    for (QString *text : {&entry.queryFile, &entry.description, &entry.package, &entry.trigger, &entry.period, &entry.outputType,
+                          &entry.format, &entry.outputFile, &entry.startedUtc, &entry.endedUtc})
+        *text = sqlite::columnText(statement, ++column);
+    entry.rows = sqlite3_column_int64(statement, ++column);
+    entry.bytes = static_cast<std::uint64_t>(sqlite3_column_int64(statement, ++column));
+    for (QString *text : {&entry.sha256, &entry.status, &entry.error, &entry.note})
+        *text = sqlite::columnText(statement, ++column);
+    return entry;
+}
+
+} // namespace
+
+RunLedger::RunLedger(const QString &installPath)
+    : m_path(installPath.isEmpty() ? QString() : installPath + QStringLiteral("Logs") + kSep + QStringLiteral("RunLedger.db"))
+{
+}
+
+template <class Body>
+void RunLedger::guarded(Body &&body) noexcept
+{
+    if (m_path.isEmpty())
+        return;
+    try {
+        openForWriting();
+        body();
+    } catch (const std::exception &error) {
+        m_problem = QStringLiteral("The run ledger %1 could not be written: %2").arg(m_path, QString::fromUtf8(error.what()));
+    }
+}
+
+void RunLedger::openForWriting()
+{
+    if (m_connection)
+        return;
+    QDir().mkpath(QFileInfo(m_path).absolutePath());
+    int code = SQLITE_OK;
+    sqlite::Connection connection = sqlite::open(m_path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, code);
+    if (code != SQLITE_OK)
+        fail(connection.get());
+    sqlite3_busy_timeout(connection.get(), kBusyTimeoutMs);
+    if (sqlite3_db_readonly(connection.get(), "main") == 1)
+        raise(err::pathFileAccess, QStringLiteral("it is read-only for this user"), kFrameworkSource);
+    // Another process may be switching at the same moment; the ledger works in either journal mode.
+    sqlite::execute(connection.get(), "PRAGMA journal_mode=WAL");
+    sqlite::execute(connection.get(), "PRAGMA synchronous=NORMAL");
+    createTables(connection.get());
+    m_connection = std::move(connection);
+}
+
+void RunLedger::insert(LedgerEntry &entry)
+{
+    const auto statement = sqlite::prepare(m_connection.get(), kInsert);
+    bindEntry(statement.get(), entry);
+    const ProcessIdentity process = thisProcess();
+    sqlite::bindText(statement.get(), 17, process.host);
+    sqlite3_bind_int64(statement.get(), 18, process.pid);
+    sqlite::bindText(statement.get(), 19, process.start);
+    finishStatement(m_connection.get(), statement.get());
+    entry.id = sqlite3_last_insert_rowid(m_connection.get());
+}
+
+void RunLedger::update(const LedgerEntry &entry)
+{
+    const auto statement = sqlite::prepare(m_connection.get(), kUpdate);
+    bindEntry(statement.get(), entry);
+    sqlite3_bind_int64(statement.get(), 17, entry.id);
+    finishStatement(m_connection.get(), statement.get());
+}
+
+void RunLedger::start(LedgerEntry &entry) noexcept
+{
+    entry.status = QStringLiteral("running");
+    guarded([&] { insert(entry); });
+}
+
+void RunLedger::finish(LedgerEntry &entry) noexcept
+{
+    guarded([&] {
+        if (entry.id == 0)
+            insert(entry);
+        else
+            update(entry);
+    });
+}
+
+void RunLedger::notRun(const QString &queryFile, const QString &trigger, const QString &reason, const QString &when) noexcept
+{
+    LedgerEntry entry;
+    entry.queryFile = queryFile;
+    entry.trigger = trigger;
+    entry.status = QStringLiteral("not run");
+    entry.error = reason;
+    entry.startedUtc = entry.endedUtc = when;
+    guarded([&] { insert(entry); });
+}
+
+int RunLedger::markInterrupted(const QString &when) noexcept
+{
+    if (m_path.isEmpty() || !QFileInfo::exists(m_path))
+        return 0;
+    int marked = 0;
+    guarded([&] {
+        std::vector<std::int64_t> dead;
+        const auto running = sqlite::prepare(m_connection.get(), "SELECT id, host, pid, process_start FROM run WHERE status = 'running'");
+        while (sqlite3_step(running.get()) == SQLITE_ROW)
+            if (!isRunning(
+                    {sqlite::columnText(running.get(), 1), sqlite3_column_int64(running.get(), 2), sqlite::columnText(running.get(), 3)}))
+                dead.push_back(sqlite3_column_int64(running.get(), 0));
+        sqlite3_reset(running.get());
+        const auto mark = sqlite::prepare(m_connection.get(), "UPDATE run SET status = 'interrupted', ended_utc = ?2, "
+                                                              "error = 'The program ended before the report was finished.' "
+                                                              "WHERE id = ?1 AND status = 'running'");
+        for (const std::int64_t id : dead) {
+            sqlite3_bind_int64(mark.get(), 1, id);
+            sqlite::bindText(mark.get(), 2, when);
+            finishStatement(m_connection.get(), mark.get());
+            marked += sqlite3_changes(m_connection.get());
+            sqlite3_reset(mark.get());
+        }
+    });
+    return marked;
+}
+
+std::vector<LedgerEntry> RunLedger::list(int limit) const
+{
+    std::vector<LedgerEntry> entries;
+    if (m_path.isEmpty() || !QFileInfo::exists(m_path))
+        return entries;
+    int code = SQLITE_OK;
+    sqlite::Connection connection = sqlite::open(m_path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, code);
+    sqlite3_busy_timeout(connection.get(), kBusyTimeoutMs);
+    sqlite3_stmt *raw = nullptr;
+    if (code == SQLITE_OK)
+        code = sqlite3_prepare_v2(connection.get(), kList, -1, &raw, nullptr);
+    const sqlite::Statement statement(raw);
+    if (code != SQLITE_OK)
+        raise(err::reportFailed, QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())),
+              kFrameworkSource);
+    sqlite3_bind_int(statement.get(), 1, limit > 0 ? limit : -1);
+    while ((code = sqlite3_step(statement.get())) == SQLITE_ROW)
+        entries.push_back(readEntry(statement.get()));
+    if (code != SQLITE_DONE)
+        raise(err::reportFailed, QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())),
+              kFrameworkSource);
+    return entries;
+}
+
+} // namespace qm

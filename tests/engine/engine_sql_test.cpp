@@ -1,0 +1,211 @@
+#include "core/RuntimeError.h"
+#include "reporting/engine/RowSources.h"
+#include "reporting/engine/SqlLexer.h"
+#include "reporting/engine/SqlParameters.h"
+
+#include <QtTest>
+
+using qm::SqlDialect;
+
+namespace {
+
+QString failureOf(const std::function<void()> &body)
+{
+    try {
+        body();
+    } catch (const qm::RuntimeError &error) {
+        return error.description();
+    }
+    return {};
+}
+
+qm::QueryParameter parameter(const char *name, qm::ParameterType type)
+{
+    qm::QueryParameter made;
+    made.name = QString::fromLatin1(name);
+    made.type = type;
+    return made;
+}
+
+} // namespace
+
+class EngineSqlTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parameters_are_found_where_they_are_parameters_data()
+    {
+        QTest::addColumn<SqlDialect>("dialect");
+        QTest::addColumn<QString>("sql");
+        QTest::addColumn<QString>("names");
+        const auto row = [](const char *what, SqlDialect dialect, const char *sql, const char *names) {
+            QTest::newRow(what) << dialect << QString::fromUtf8(sql) << QString::fromUtf8(names);
+        };
+        const auto lite = SqlDialect::Sqlite, ms = SqlDialect::MsSql, ora = SqlDialect::Oracle, pg = SqlDialect::PostgreSql;
+        row("plain", lite, "SELECT a FROM t WHERE x >= :date_from AND x<:date_to", "date_from date_to");
+        row("repeated in other case", lite, "SELECT :a, :A, :b", "a b");
+        row("in a string with a doubled quote", lite, "SELECT 'it''s :no', :yes", "yes");
+        row("in a name", lite, "SELECT \"a:no\", [b:no], `c:no`, :yes", "yes");
+        row("in a line comment", lite, "SELECT 1 -- :no 'open\n, :yes", "yes");
+        row("in a block comment, which does not nest", lite, "SELECT /* :no /* */ :yes /* */", "yes");
+        row("marks of SQLite", lite, "SELECT @a, $b, :c, ?", "a b c");
+        row("time texts and numbers", lite, "SELECT '12:30:15', 12, x'3a61', 1.5e+3, :y", "y");
+        row("unended string", lite, "SELECT :yes, 'a :no", "yes");
+        row("non-ASCII name", lite, "SELECT :größe, :数", "größe 数");
+        row("cast", pg, "SELECT a::text, b :: int, :yes::date", "yes");
+        row("dollar quotes", pg, "SELECT $$ :no $$, $tag$ :no $$ $tag$, :yes", "yes");
+        row("escaped string", pg, "SELECT E'it\\'s :no', '\\', :yes", "yes");
+        row("nested comment", pg, "SELECT /* /* :no */ :no */ :yes", "yes");
+        row("operators and array slices", pg, "SELECT a @> b, c[1:2], x := 3, @y, :yes", "yes");
+        row("server variables and names with ]]", ms, "SELECT @@rowcount, [a]]:no], @from, :to, N':no'", "from to");
+        row("nested comment on the server", ms, "SELECT /* /* */ @no */ @yes", "yes");
+        row("q-quotes", ora, "SELECT q'[it's :no]', nq'!:no!', q'{a}b}', :yes FROM t@link", "yes");
+        row("assignment", ora, "BEGIN x := :yes; END;", "yes");
+        row("standard keeps to the standard", SqlDialect::Standard, "SELECT [:yes], @no, \":no\", a::no", "yes");
+    }
+    void parameters_are_found_where_they_are_parameters()
+    {
+        QFETCH(SqlDialect, dialect);
+        QFETCH(QString, sql);
+        QFETCH(QString, names);
+        QCOMPARE(qm::parameterNames(sql, dialect).join(u' '), names);
+        qsizetype at = 0;
+        for (const auto &token : qm::lexSql(sql, dialect)) {
+            QCOMPARE(token.offset, at);
+            QVERIFY(token.length > 0);
+            at += token.length;
+        }
+        QCOMPARE(at, sql.size());
+    }
+
+    void places_are_told_by_line_and_column()
+    {
+        const QString sql = QStringLiteral("SELECT a,\r\n  b\rFROM \U0001F600 t\n");
+        const auto at = [&](const char *text) {
+            const auto position = qm::sqlPosition(sql, sql.indexOf(QLatin1String(text)));
+            return QStringLiteral("%1:%2").arg(position.line).arg(position.column);
+        };
+        QCOMPARE(at("SELECT"), QStringLiteral("1:1"));
+        QCOMPARE(at("b"), QStringLiteral("2:3"));
+        QCOMPARE(at("FROM"), QStringLiteral("3:1"));
+        QCOMPARE(at("t\n"), QStringLiteral("3:8"));
+        QCOMPARE(qm::firstStatementOffset(u" ; -- x\n/* y */ ;", 0, SqlDialect::Sqlite), qsizetype{-1});
+        QCOMPARE(qm::firstStatementOffset(u"a; b", 1, SqlDialect::Sqlite), qsizetype{3});
+    }
+
+    void values_are_bound_by_type_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("bound"); // empty: refused
+        using Type = qm::ParameterType;
+        const auto row = [](Type type, const char *text, const char *bound) {
+            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(int(type)).arg(QLatin1String(text))))
+                << int(type) << QString::fromUtf8(text) << QString::fromUtf8(bound);
+        };
+        row(Type::Integer, " 4625 ", "integer 4625");
+        row(Type::Integer, "-9223372036854775808", "integer -9223372036854775808");
+        row(Type::Integer, "9223372036854775808", "");
+        row(Type::Integer, "4,625", "");
+        row(Type::Integer, "+-5", "");
+        row(Type::Integer, "1.0", "");
+        row(Type::Number, "2.5", "real 2.5");
+        row(Type::Number, "1e3", "real 1000");
+        row(Type::Number, "2,5", "");
+        row(Type::Number, "nan", "");
+        row(Type::Number, "inf", "");
+        row(Type::Date, "2026-02-28", "text 2026-02-28");
+        row(Type::Date, "2026-02-30", "");
+        row(Type::Date, "28.02.2026", "");
+        row(Type::Date, "Yesterday", "text 2026-11-20");
+        row(Type::Time, "7:30", "");
+        row(Type::Time, "07:30", "text 07:30:00");
+        row(Type::Time, "24:00", "");
+        row(Type::Boolean, "Yes", "integer 1");
+        row(Type::Boolean, "0", "integer 0");
+        row(Type::Boolean, "maybe", "");
+        row(Type::Text, " '; DROP TABLE t; -- ", "text  '; DROP TABLE t; -- ");
+    }
+    void values_are_bound_by_type()
+    {
+        QFETCH(int, type);
+        QFETCH(QString, text);
+        QFETCH(QString, bound);
+        const auto asked = parameter("p", static_cast<qm::ParameterType>(type));
+        QString got;
+        const QString failure = failureOf([&] {
+            const qm::SqlValue value = qm::readParameterValue(asked, text, QDate(2026, 11, 21));
+            if (const auto *integer = std::get_if<std::int64_t>(&value))
+                got = QStringLiteral("integer %1").arg(*integer);
+            else if (const auto *real = std::get_if<double>(&value))
+                got = QStringLiteral("real %1").arg(*real);
+            else
+                got = QStringLiteral("text ") + QString::fromUtf8(std::get<QByteArray>(value));
+        });
+        QCOMPARE(got, bound);
+        if (bound.isEmpty())
+            QVERIFY2(failure.contains(QStringLiteral("\"p\"")) && failure.contains(qm::expectedForm(asked)), qPrintable(failure));
+    }
+
+    void all_missing_and_unknown_parameters_are_named()
+    {
+        qm::Query query;
+        query.Description = QStringLiteral("Logons");
+        query.parameters = {parameter("account", qm::ParameterType::Text), parameter("least", qm::ParameterType::Integer),
+                            parameter("kind", qm::ParameterType::List)};
+        query.parameters[2].values = QStringList{QStringLiteral("a"), QStringLiteral("b")};
+        query.parameters[2].hasDefault = true;
+        query.parameters[2].defaultValue = QStringLiteral("b");
+        const QStringList used{QStringLiteral("account"), QStringLiteral("least"), QStringLiteral("kind"), QStringLiteral("date_from")};
+        const QDate today(2026, 11, 21);
+        const QString missing = failureOf([&] { static_cast<void>(qm::bindParameters(query, used, {}, std::nullopt, today)); });
+        for (const char *part : {"account (a text)", "least (a whole number", "date_from (a period"})
+            QVERIFY2(missing.contains(QLatin1String(part)), qPrintable(missing));
+        QVERIFY(!missing.contains(QStringLiteral("kind")));
+
+        const QMap<QString, QString> unknown{{QStringLiteral("acount"), QStringLiteral("x")}};
+        const QString refused = failureOf([&] { static_cast<void>(qm::bindParameters(query, used, unknown, std::nullopt, today)); });
+        QVERIFY2(refused.contains(QStringLiteral("no parameter \"acount\"")) &&
+                     refused.contains(QStringLiteral("account, least, kind, date_from")),
+                 qPrintable(refused));
+
+        const QMap<QString, QString> given{{QStringLiteral("ACCOUNT"), QStringLiteral("%")},
+                                           {QStringLiteral("least"), QStringLiteral("3")}};
+        const qm::PeriodRange period{QStringLiteral("2026-01-01 00:00:00"), QStringLiteral("2026-02-01 00:00:00"), {}, false};
+        const auto bound = qm::bindParameters(query, used, given, period, today);
+        QCOMPARE(bound.size(), std::size_t{4});
+        QCOMPARE(std::get<QByteArray>(bound[0].value), QByteArray("%"));
+        QCOMPARE(std::get<QByteArray>(bound[2].value), QByteArray("b"));
+        QCOMPARE(std::get<QByteArray>(bound[3].value), QByteArray("2026-01-01 00:00:00"));
+        const QMap<QString, QString> outside{{QStringLiteral("kind"), QStringLiteral("c")}};
+        QVERIFY(failureOf([&] {
+                    static_cast<void>(qm::bindParameters(query, used, outside, period, today));
+                }).contains(QStringLiteral("one of: a, b")));
+    }
+
+    void passwords_are_never_shown_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("shown");
+        const auto row = [](const char *text, const char *shown) {
+            QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(shown);
+        };
+        row("MSSQL::Payroll.dsf", "MSSQL::Payroll.dsf");
+        row("ODBC::Driver=x;UID=me;PWD=s3;DB=y", "ODBC::Driver=x;UID=me;PWD=***;DB=y");
+        row("ODBC::PWD={s3;c={r}}et};DB=y", "ODBC::PWD=***;DB=y");
+        row("ODBC:: Pwd = \"a;b\" ;DB=y", "ODBC:: Pwd =***;DB=y");
+        row("ODBC::DB=y;Password=s=3", "ODBC::DB=y;Password=***");
+        row("ODBC::PWD={never closed;DB=y", "ODBC::PWD=***");
+        row("ODBC::DSN;PWD=x;", "ODBC::DSN;PWD=***;");
+    }
+    void passwords_are_never_shown()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, shown);
+        QCOMPARE(qm::redacted(text), shown);
+    }
+};
+
+QTEST_APPLESS_MAIN(EngineSqlTest)
+#include "engine_sql_test.moc"
