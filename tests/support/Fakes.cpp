@@ -25,7 +25,8 @@ std::optional<QString> ScriptedPrompts::nextFile(const FileDialogRequest &reques
         QTest::qFail("unexpected file dialog", __FILE__, __LINE__);
         return std::nullopt;
     }
-    auto file = files.front();
+    std::optional<QString> file;
+    file.swap(files.front());
     files.pop_front();
     return file;
 }

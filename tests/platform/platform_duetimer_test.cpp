@@ -1,0 +1,163 @@
+// The due-time timer against the real clock.
+
+#include "platform/SystemDueTimer.h"
+#include "support/ErrorOf.h"
+
+#include <QtTest>
+
+#include <ctime>
+
+using namespace qm;
+using namespace std::chrono;
+
+namespace {
+
+/// The wall time \p ahead whole seconds after the current second.
+WallTime wallAfter(int ahead)
+{
+    return toLocalWallTime(system_clock::now() + seconds(ahead));
+}
+
+} // namespace
+
+class PlatformDueTimerTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        qputenv("TZ", "Europe/Berlin");
+        ::tzset();
+    }
+
+    void it_fires_once_within_50_ms_of_its_second()
+    {
+        SystemDueTimer timer;
+        microseconds worst{0};
+        for (int round = 0; round < 3; ++round) {
+            const WallTime due = wallAfter(1);
+            system_clock::time_point fired;
+            const auto connection = connect(&timer, &DueTimer::Mature, this, [&] { fired = system_clock::now(); });
+            QSignalSpy mature(&timer, &DueTimer::Mature);
+            timer.SetDueTime(due);
+            QVERIFY(mature.wait(3000));
+            disconnect(connection);
+            const auto late = duration_cast<microseconds>(fired - firstInstantAt(due));
+            QVERIFY2(late >= 0us && late < 50ms, qPrintable(QString::number(late.count())));
+            QVERIFY(toLocalWallTime(fired) >= due);
+            worst = std::max(worst, late);
+            QTest::qWait(20);
+            QCOMPARE(mature.size(), 1);
+        }
+        qInfo("worst lateness of 3: %.3f ms", static_cast<double>(worst.count()) / 1000.0);
+    }
+
+    void a_due_time_in_the_past_comes_at_once_but_through_the_loop()
+    {
+        SystemDueTimer timer;
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        for (const WallTime &due : {wallAfter(0), wallAfter(-3600), WallTime{QDate(1899, 12, 30), 0}}) {
+            mature.clear();
+            timer.SetDueTime(due);
+            QCOMPARE(mature.size(), 0);
+            QVERIFY(mature.wait(500));
+            QTest::qWait(30);
+            QCOMPARE(mature.size(), 1);
+        }
+    }
+
+    void far_due_times_arm_without_firing()
+    {
+        SystemDueTimer timer;
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        for (const WallTime &due :
+             {WallTime{wallAfter(0).date.addDays(60), 0}, WallTime{QDate(2101, 1, 1), 0}, WallTime{QDate(9999, 12, 31), 86399}}) {
+            timer.SetDueTime(due);
+            QVERIFY(!mature.wait(300));
+        }
+    }
+
+    void arming_again_replaces_the_pending_due_time()
+    {
+        SystemDueTimer timer;
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        timer.SetDueTime(wallAfter(-5)); // already expired, not yet delivered
+        timer.SetDueTime(wallAfter(3600));
+        QVERIFY(!mature.wait(300));
+        QCOMPARE(test::numberOf([&] { timer.SetDueTime({}); }), 5);
+        timer.SetDueTime(wallAfter(-5));
+        QVERIFY(mature.wait(500));
+    }
+
+    void arming_inside_its_own_event_works()
+    {
+        SystemDueTimer timer;
+        int fired = 0;
+        connect(&timer, &DueTimer::Mature, this, [&] {
+            if (++fired < 5)
+                timer.SetDueTime(wallAfter(-1));
+        });
+        timer.SetDueTime(wallAfter(-1));
+        QTRY_COMPARE_WITH_TIMEOUT(fired, 5, 2000);
+        QTest::qWait(50);
+        QCOMPARE(fired, 5);
+    }
+
+    void a_changed_zone_moves_the_due_instant()
+    {
+        qputenv("TZ", "UTC");
+        ::tzset();
+        const WallTime soon = wallAfter(2);
+        SystemDueTimer timer;
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        timer.SetDueTime(soon);
+        qputenv("TZ", "Etc/GMT+5"); // the wall goes back five hours before the due second
+        QVERIFY(!mature.wait(3500));
+        timer.SetDueTime(soon);
+        QVERIFY(!mature.wait(100));
+        qputenv("TZ", "Etc/GMT-5"); // and forth ten
+        timer.SetDueTime(soon);
+        QVERIFY(mature.wait(500));
+        QCOMPARE(mature.size(), 1);
+    }
+
+    void a_changed_zone_counts_within_a_minute()
+    {
+        if (!qEnvironmentVariableIsSet("QM_SLOW_TESTS"))
+            QSKIP("takes a minute; set QM_SLOW_TESTS to run it");
+        qputenv("TZ", "UTC");
+        ::tzset();
+        SystemDueTimer timer;
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        timer.SetDueTime(wallAfter(3600));
+        qputenv("TZ", "Etc/GMT-2");
+        QVERIFY(mature.wait(61000));
+        QCOMPARE(mature.size(), 1);
+    }
+
+    void a_clock_that_is_set_counts_at_once()
+    {
+        if (!qEnvironmentVariableIsSet("QM_TESTS_SET_CLOCK"))
+            QSKIP("sets the machine's clock for a moment; set QM_TESTS_SET_CLOCK to run it");
+        timespec now{};
+        ::clock_gettime(CLOCK_REALTIME, &now);
+        timespec ahead = now;
+        ahead.tv_sec += 3600;
+        SystemDueTimer timer;
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        timer.SetDueTime(wallAfter(1800));
+        if (::clock_settime(CLOCK_REALTIME, &ahead) != 0)
+            QSKIP("this machine's clock cannot be set");
+        const bool came = mature.wait(1000);
+        ::clock_gettime(CLOCK_REALTIME, &now);
+        now.tv_sec -= 3600;
+        ::clock_settime(CLOCK_REALTIME, &now);
+        QVERIFY(came);
+        QVERIFY(!mature.wait(500));
+        QCOMPARE(mature.size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(PlatformDueTimerTest)
+#include "platform_duetimer_test.moc"

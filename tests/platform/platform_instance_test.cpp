@@ -1,0 +1,177 @@
+// One window per installation, with real second processes.
+
+#include "platform/Files.h"
+#include "platform/InstanceLock.h"
+#include "support/TempInstallation.h"
+
+#include <QtTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace qm;
+using Result = InstanceLock::Result;
+
+namespace {
+
+/// The second process: "hold" takes the lock and waits to be asked or killed; "start" tries, asks, and ends with the result.
+int runAsChild(QCoreApplication &app, const QString &role, const QString &installPath)
+{
+    InstanceLock lock(installPath);
+    const Result result = lock.acquire();
+    if (role == u"start"_qs) {
+        if (result == Result::HeldBySameUser)
+            lock.askHolderToRaise();
+        return 10 + static_cast<int>(result);
+    }
+    QObject::connect(&lock, &InstanceLock::raiseRequested, &app, [] { QCoreApplication::exit(5); });
+    QFile out;
+    if (!out.open(1, QIODevice::WriteOnly))
+        return 1;
+    out.write(result == Result::Acquired ? "held\n" : "not\n");
+    out.flush();
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+class PlatformInstanceTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_installation = std::make_unique<test::TempInstallation>(); }
+
+    void a_second_start_of_the_same_user_raises_the_first()
+    {
+        InstanceLock lock(path());
+        QSignalSpy raised(&lock, &InstanceLock::raiseRequested);
+        QCOMPARE(lock.acquire(), Result::Acquired);
+        QCOMPARE(start(), Result::HeldBySameUser);
+        QVERIFY(raised.wait(2000));
+        QCOMPARE(start(), Result::HeldBySameUser);
+        QVERIFY(raised.wait(2000));
+        QCOMPARE(raised.size(), 2);
+        QVERIFY2(lock.holder().contains(QString::number(QCoreApplication::applicationPid())) &&
+                     lock.holder().contains(QSysInfo::machineHostName()),
+                 qPrintable(lock.holder()));
+    }
+
+    void the_lock_is_free_again_after_its_holder_went()
+    {
+        auto lock = std::make_unique<InstanceLock>(path());
+        QCOMPARE(lock->acquire(), Result::Acquired);
+        lock.reset();
+        QCOMPARE(start(), Result::Acquired);
+        QCOMPARE(start(), Result::Acquired);
+        InstanceLock next(path());
+        next.askHolderToRaise(); // nobody listens, nothing happens
+    }
+
+    void a_killed_holder_does_not_block()
+    {
+        QProcess holder;
+        hold(holder);
+        InstanceLock lock(path());
+        QCOMPARE(lock.acquire(), Result::HeldBySameUser);
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+        QVERIFY(QFile::exists(lockFile())); // it was left behind
+        QCOMPARE(lock.acquire(), Result::Acquired);
+        QSignalSpy raised(&lock, &InstanceLock::raiseRequested);
+        QCOMPARE(start(), Result::HeldBySameUser); // the pipe it left behind does not block either
+        QVERIFY(raised.wait(2000));
+    }
+
+    void the_holder_hears_another_process()
+    {
+        QProcess holder;
+        hold(holder);
+        InstanceLock lock(path());
+        QCOMPARE(lock.acquire(), Result::HeldBySameUser);
+        lock.askHolderToRaise();
+        QVERIFY(holder.waitForFinished(5000));
+        QCOMPARE(holder.exitCode(), 5);
+    }
+
+    void a_lock_file_that_a_crash_left_empty_does_not_block()
+    {
+        QFile empty(lockFile());
+        QVERIFY(empty.open(QIODevice::WriteOnly));
+        QVERIFY(empty.setFileTime(QDateTime::currentDateTime().addSecs(-3600), QFileDevice::FileModificationTime));
+        empty.close();
+        InstanceLock lock(path());
+        QCOMPARE(lock.acquire(), Result::Acquired);
+    }
+
+    void another_user_or_computer_is_told_apart()
+    {
+        if (::geteuid() != 0)
+            QSKIP("needs to give the lock file to another user");
+        QProcess holder;
+        hold(holder);
+        QCOMPARE(::chown(QFile::encodeName(lockFile()).constData(), 65534, 65534), 0);
+        InstanceLock lock(path());
+        QCOMPARE(lock.acquire(), Result::HeldByOther);
+        QVERIFY2(lock.holder().contains(u"nobody"_qs), qPrintable(lock.holder()));
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+        QFile file(lockFile());
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("1\nquillmark\nelsewhere\n\n\n");
+        file.close();
+        QCOMPARE(::chown(QFile::encodeName(lockFile()).constData(), 0, 0), 0);
+        QCOMPARE(lock.acquire(), Result::HeldByOther); // whether it lives cannot be known from here
+        QVERIFY2(lock.holder().contains(u"elsewhere"_qs), qPrintable(lock.holder()));
+    }
+
+    void two_installations_do_not_meet()
+    {
+        const test::TempInstallation other;
+        InstanceLock lock(path());
+        InstanceLock second(other.path());
+        QCOMPARE(lock.acquire(), Result::Acquired);
+        QCOMPARE(second.acquire(), Result::Acquired);
+    }
+
+    void a_folder_that_cannot_be_written_does_not_stop_the_program()
+    {
+        InstanceLock missing(path() + u"gone/"_qs);
+        QCOMPARE(missing.acquire(), Result::NotLockable);
+        if (::geteuid() != 0)
+            QSKIP("the rest needs to change the user");
+        for (const QString &folder : {path() + u".."_qs, path(), path() + u"Config"_qs})
+            ::chmod(QFile::encodeName(folder).constData(), 0755);
+        const auto back = qScopeGuard([] { (void)!::seteuid(0); });
+        QCOMPARE(::seteuid(65534), 0);
+        InstanceLock lock(path());
+        QCOMPARE(lock.acquire(), Result::NotLockable);
+    }
+
+private:
+    [[nodiscard]] QString path() const { return m_installation->path(); }
+    [[nodiscard]] QString lockFile() const { return path() + u"Config/quillmark.lock"_qs; }
+    [[nodiscard]] Result start() const
+    {
+        return static_cast<Result>(QProcess::execute(QCoreApplication::applicationFilePath(), {u"--child"_qs, u"start"_qs, path()}) - 10);
+    }
+    void hold(QProcess &holder) const
+    {
+        holder.start(QCoreApplication::applicationFilePath(), {u"--child"_qs, u"hold"_qs, path()});
+        QVERIFY(holder.waitForReadyRead(5000));
+        QCOMPARE(holder.readLine(), QByteArray("held\n"));
+    }
+
+    std::unique_ptr<test::TempInstallation> m_installation;
+};
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() == 4 && arguments[1] == u"--child"_qs)
+        return runAsChild(app, arguments[2], arguments[3]);
+    PlatformInstanceTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "platform_instance_test.moc"

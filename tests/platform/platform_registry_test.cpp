@@ -1,0 +1,160 @@
+// Private profiles, the registry file, and the application log.
+
+#include "platform/ApplicationLog.h"
+#include "platform/Files.h"
+#include "platform/Registry.h"
+#include "support/ErrorOf.h"
+#include "support/TempInstallation.h"
+
+#include <QtTest>
+
+#include <thread>
+
+using namespace qm;
+using qm::test::errorOf;
+using qm::test::numberOf;
+
+class PlatformRegistryTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void values_come_back_verbatim_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QString>("value");
+        const QByteArray section("[Section]\n");
+        QTest::newRow("backslash at the end") << section + "Key=C:\\App\\new\\\n[x]\nKey=no\n" << u"C:\\App\\new\\"_qs;
+        QTest::newRow("comma and blank") << section + "Key=/srv/a, b/\n" << u"/srv/a, b/"_qs;
+        QTest::newRow("outer blanks") << section + " kEY \t=  a b \t\r\n" << u"a b"_qs;
+        QTest::newRow("one pair of quotes") << section + "Key=\" a \"\n" << u" a "_qs;
+        QTest::newRow("only one pair") << section + "Key=\"\"a\"\"\n" << u"\"a\""_qs;
+        QTest::newRow("lone quote") << section + "Key=\"\n" << u"\""_qs;
+        QTest::newRow("equals signs") << section + "Key=a=b;c\n" << u"a=b;c"_qs;
+        QTest::newRow("empty") << section + "Key=\n" << u""_qs;
+        QTest::newRow("percent and escapes") << section + "Key=%41\\x41\\n\n" << u"%41\\x41\\n"_qs;
+        QTest::newRow("first key and section count") << section + "Key=1\nKey=2\n[SECTION]\nKey=3\n" << u"1"_qs;
+        QTest::newRow("comment") << section + ";Key=1\n#Key=2\nKey=3" << u"3"_qs;
+        QTest::newRow("mark of UTF-8") << QByteArray("\357\273\277[section]\r\nKey=\303\251\r\n") << QString::fromUtf8("\303\251");
+        QTest::newRow("Latin-1") << section + "Key=\351\n" << QString::fromUtf8("\303\251");
+        const QString wide = u"\uFEFF[Section]\r\nKey=中\r\n"_qs;
+        QTest::newRow("UTF-16") << QByteArray(reinterpret_cast<const char *>(wide.utf16()), wide.size() * 2) << u"中"_qs;
+        QTest::newRow("missing key") << section + "Other=1\n" << QString();
+        QTest::newRow("key of another section") << section + "[x]\nKey=1\n" << QString();
+    }
+    void values_come_back_verbatim()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(QString, value);
+        const QTemporaryDir folder;
+        const QString path = folder.path() + u"/a.ini"_qs;
+        files::saveAtomically(path, file);
+        const auto read = privateProfileString(path, u"section"_qs, u"KEY"_qs);
+        QCOMPARE(read.has_value(), !value.isNull());
+        QCOMPARE(read.value_or(QString()), value);
+    }
+
+    void writing_one_value_keeps_every_other_line()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.path() + u"/a.ini"_qs;
+        files::saveAtomically(path, "; made by hand\n[A]\nx=1\n\n[B]\nx = 2\ny=3\n");
+        setPrivateProfileString(path, u"b"_qs, u"X"_qs, u" C:\\new\\ "_qs);
+        setPrivateProfileString(path, u"A"_qs, u"z"_qs, u"\"9\""_qs);
+        setPrivateProfileString(path, u"C"_qs, u"x"_qs, u"4"_qs);
+        QCOMPARE(files::readAll(path), QByteArray("; made by hand\n[A]\nx=1\nz=\"\"9\"\"\n\n[B]\nX=\" C:\\new\\ \"\ny=3\n\n[C]\nx=4\n"));
+        QCOMPARE(privateProfileString(path, u"B"_qs, u"x"_qs), u" C:\\new\\ "_qs);
+        QCOMPARE(privateProfileString(path, u"A"_qs, u"z"_qs), u"\"9\""_qs);
+        QCOMPARE(privateProfileSections(path), (QStringList{u"A"_qs, u"B"_qs, u"C"_qs}));
+        QCOMPARE(numberOf([&] { setPrivateProfileString(path, u"A"_qs, u"x"_qs, u"1\n[B]"_qs); }), 5);
+        QVERIFY(!privateProfileString(folder.path() + u"/none.ini"_qs, u"A"_qs, u"x"_qs));
+    }
+
+    void the_installation_is_found_in_the_users_then_the_systems_folder()
+    {
+        const test::TempInstallation installation;
+        QCOMPARE(GetInstallPath(), installation.path());
+        QCOMPARE(privateProfileString(installation.path() + u"Packages.ini"_qs, u"Framework"_qs, u"ServicePack"_qs), u"4"_qs);
+
+        const QTemporaryDir system;
+        QVERIFY(QDir().mkpath(system.path() + u"/tarrowind"_qs));
+        const QString hive = system.path() + u"/tarrowind/registry.ini"_qs;
+        files::saveAtomically(hive, "[SOFTWARE\\Tarrowind\\Quillmark\\Report Framework\\8.50.000]\nInstallPath=C:\\App\n");
+        qputenv("XDG_CONFIG_DIRS", "relative:" + QFile::encodeName(system.path()));
+        QCOMPARE(GetInstallPath(), installation.path());
+        installation.removeRegistryEntry();
+        QCOMPARE(GetInstallPath(), u"C:\\App"_qs); // unchanged: no separator is added
+
+        files::saveAtomically(hive, "[SOFTWARE\\Tarrowind\\Quillmark\\Report Framework\\8.50.000]\nInstallPath=\n");
+        QCOMPARE(numberOf([] { (void)GetInstallPath(); }), 13);
+        files::kill(hive);
+        const RuntimeError error = errorOf([] { (void)GetInstallPath(); });
+        QCOMPARE(error.number(), 53);
+        QVERIFY2(error.description().contains(hive) && error.description().contains(u"InstallPath"_qs), error.what());
+    }
+
+    void a_fact_is_one_line_in_the_log()
+    {
+        const test::TempInstallation installation;
+        {
+            ApplicationLog log(installation.path(), u"quillmark"_qs);
+            log.info(u"report \"x\"\r\n2026-01-01 forged\u2028line\u001b[31m\u202Egnp {} %s"_qs);
+            log.error(QString::fromUtf8("caf\303\251"));
+        }
+        const QList<QByteArray> lines = installation.read(u"Logs/quillmark.log"_qs).split('\n');
+        QCOMPARE(lines.size(), 3);
+        QVERIFY2(lines[0].endsWith(" info: report \"x\"\\r\\n2026-01-01 forged\\u2028line\\u001b[31m\\u202egnp {} %s"),
+                 lines[0].constData());
+        QVERIFY2(lines[1].endsWith(" error: caf\303\251"), lines[1].constData());
+        QVERIFY(QRegularExpression(u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]\\d\\d:\\d\\d \\d+ info: "_qs)
+                    .match(QString::fromUtf8(lines[0]))
+                    .hasMatch());
+    }
+
+    void two_writers_lose_no_line()
+    {
+        const test::TempInstallation installation;
+        ApplicationLog first(installation.path(), u"quillmark"_qs);
+        ApplicationLog second(installation.path(), u"quillmark"_qs);
+        constexpr int each = 2000;
+        const auto writeAll = [](ApplicationLog &log, const QString &name) {
+            for (int i = 0; i < each; ++i)
+                log.info(QStringLiteral("%1 %2 %3").arg(name).arg(i).arg(QString(200, u'.')));
+        };
+        std::thread other([&] { writeAll(second, u"b"_qs); });
+        writeAll(first, u"a"_qs);
+        other.join();
+        const QByteArray log = installation.read(u"Logs/quillmark.log"_qs);
+        QCOMPARE(log.count('\n'), 2 * each);
+        for (int i = 0; i < each; i += 97)
+            QVERIFY(log.contains("info: a " + QByteArray::number(i) + " ..") && log.contains("info: b " + QByteArray::number(i) + " .."));
+    }
+
+    void old_lines_move_on_to_numbered_files()
+    {
+        const test::TempInstallation installation;
+        ApplicationLog log(installation.path(), u"quillmark-report"_qs);
+        const QString text(10000, u'x');
+        for (int i = 0; i < 600; ++i)
+            log.warning(text);
+        const auto kept = QDir(installation.path() + u"Logs"_qs).entryList(QDir::Files);
+        QCOMPARE(kept, (QStringList{u"quillmark-report.1.log"_qs, u"quillmark-report.log"_qs}));
+    }
+
+    void a_log_that_cannot_be_written_stays_silent()
+    {
+        const QTemporaryDir folder;
+        ApplicationLog nowhere(folder.path() + u"/gone/"_qs, u"quillmark"_qs);
+        nowhere.info(u"x"_qs);
+        QVERIFY(!QFile::exists(folder.path() + u"/gone"_qs));
+        files::saveAtomically(folder.path() + u"/Logs"_qs, "a file where the folder should be");
+        ApplicationLog blocked(folder.path() + u'/', u"quillmark"_qs);
+        blocked.error(u"x"_qs);
+        ApplicationLog unset({}, u"quillmark"_qs);
+        unset.error(u"x"_qs);
+        QVERIFY(!QFile::exists(u"Logs"_qs));
+    }
+};
+
+QTEST_GUILESS_MAIN(PlatformRegistryTest)
+#include "platform_registry_test.moc"
