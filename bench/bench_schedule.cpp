@@ -5,7 +5,7 @@
 #include "core/ErrorReporter.h"
 #include "core/HelpViewer.h"
 #include "core/Prompts.h"
-#include "framework/JobConfigFile.h"
+#include "framework/ConfigReaders.h"
 #include "platform/Files.h"
 #include "platform/SystemDueTimer.h"
 #include "scheduler/JobTable.h"

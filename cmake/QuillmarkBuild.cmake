@@ -41,6 +41,7 @@ function(qm_add_tool name)
 endfunction()
 
 # qm_add_test(name [DISPLAY] [TIMEOUT seconds] LINK target...): tests/<name>.cpp as one QtTest program.
+# Temporary files lie in memory where the system has such a folder: tests save durably thousands of times.
 # Tests run off screen; DISPLAY runs the program in a virtual X display of its own.
 function(qm_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY" "TIMEOUT" "LINK")
@@ -56,6 +57,10 @@ function(qm_add_test name)
         set(arg_TIMEOUT 120)
     endif()
     add_test(NAME ${name} COMMAND ${command})
+    set(temporary "")
+    if(EXISTS /dev/shm)
+        set(temporary "TMPDIR=/dev/shm;")
+    endif()
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=${platform};TZ=Europe/Berlin;LC_ALL=C.UTF-8;QM_BIN_DIR=${CMAKE_RUNTIME_OUTPUT_DIRECTORY};QM_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
+        ENVIRONMENT "${temporary}QT_QPA_PLATFORM=${platform};TZ=Europe/Berlin;LC_ALL=C.UTF-8;QM_BIN_DIR=${CMAKE_RUNTIME_OUTPUT_DIRECTORY};QM_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
 endfunction()

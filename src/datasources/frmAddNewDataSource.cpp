@@ -5,6 +5,7 @@
 #include "core/Prompts.h"
 #include "datasources/DataSourceKeys.h"
 
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -102,6 +103,11 @@ void frmAddNewDataSource::cmdCancel_Click()
         m_isOk = false;
         done(Rejected);
     });
+}
+
+void frmAddNewDataSource::closeEvent(QCloseEvent *event)
+{
+    event->accept(); // not QDialog's: that would be the Cancel button
 }
 
 } // namespace qm

@@ -33,6 +33,10 @@ public:
     void cmdCancel_Click();
     void reject() override { cmdCancel_Click(); }
 
+protected:
+    /// The close box closes and sets nothing.
+    void closeEvent(QCloseEvent *event) override;
+
 private:
     void Form_Load();
 

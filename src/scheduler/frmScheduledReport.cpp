@@ -189,4 +189,9 @@ void frmScheduledReport::warn(const QString &text)
     m_prompts.messageBox(text, box::ok | box::exclamation, QString::fromLatin1(kApplicationTitle));
 }
 
+void frmScheduledReport::closeEvent(QCloseEvent *event)
+{
+    event->accept(); // not QDialog's: that would be the Cancel button
+}
+
 } // namespace qm

@@ -47,6 +47,10 @@ public:
     /// Esc is the Cancel button, unlike the close box.
     void reject() override { cmdDlgSchCancel_Click(); }
 
+protected:
+    /// The close box closes and sets nothing.
+    void closeEvent(QCloseEvent *event) override;
+
 private:
     void Form_Load();
     void buildControls();

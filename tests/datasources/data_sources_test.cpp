@@ -4,7 +4,7 @@
 #include "datasources/ConnectionTester.h"
 #include "datasources/frmAddNewDataSource.h"
 #include "datasources/frmDataSource.h"
-#include "framework/DataSourceFile.h"
+#include "framework/ConfigReaders.h"
 #include "platform/Files.h"
 #include "support/Fakes.h"
 

@@ -3,7 +3,7 @@
 #include "core/HelpViewer.h"
 #include "email/NumericText.h"
 #include "email/frmEmailSettings.h"
-#include "framework/EmailConfigFile.h"
+#include "framework/ConfigReaders.h"
 #include "platform/Files.h"
 #include "support/Fakes.h"
 

@@ -4,7 +4,7 @@
 
 #include "core/ErrorReporter.h"
 #include "core/HelpViewer.h"
-#include "framework/JobConfigFile.h"
+#include "framework/ConfigReaders.h"
 #include "platform/DueTimer.h"
 #include "platform/Files.h"
 #include "scheduler/JobTable.h"

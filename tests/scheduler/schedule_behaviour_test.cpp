@@ -192,15 +192,17 @@ private Q_SLOTS:
     {
         ScheduleHarness h;
         h.addJob(entry(h.makeQuery(QStringLiteral("q")), kDaily, {2026, 11, 21}, {11, 0}));
-        files::kill(h.jobFile());
-        QVERIFY(QDir(h.folder.path()).mkpath(QStringLiteral("Config/Jobs.cfg/in the way")));
+        const QString config = h.folder.filePath(QStringLiteral("Config"));
+        files::rename(config, config + QStringLiteral(" away"));
+        files::saveAtomically(config, QByteArrayLiteral("a file where the folder was"));
         h.mature();
         QVERIFY(h.runs.isEmpty());
         QCOMPARE(h.globals.gcolJobs->front()->DateTime.date, QDate(2026, 11, 22));
         QVERIFY(h.prompts.shown.at(0).text.startsWith(QStringLiteral("Error occured while rescheduling Report Job")));
         QVERIFY(h.journal.lines.contains(QStringLiteral("not run: entered: job file could not be saved")));
 
-        QVERIFY(QDir(h.jobFile()).removeRecursively());
+        files::kill(config);
+        files::rename(config + QStringLiteral(" away"), config);
         h.table->selectRow(0);
         h.modifySelected({});
         TomlJobConfigReader reader;
