@@ -1,42 +1,15 @@
 #include "core/RuntimeError.h"
 #include "framework/ConfigReaders.h"
+#include "framework/OwnPaths.h"
 #include "platform/Files.h"
 #include "platform/Registry.h"
 
-#include <QDir>
 #include <QFileInfo>
 
 namespace qm {
 namespace {
 
 constexpr char kSectionPrefix[] = "Package.";
-
-/// Separators as this platform writes them, whichever the person at the keyboard used.
-QString withNativeSeparators(QString path)
-{
-    const QChar other = kSep == u'/' ? u'\\' : u'/';
-    return path.replace(other, kSep);
-}
-
-bool isAbsolute(const QString &path)
-{
-    const bool hasDrive = path.size() > 2 && path[0].isLetter() && path[1] == u':' && (path[2] == u'\\' || path[2] == u'/');
-    return hasDrive || path.startsWith(u'/') || path.startsWith(QLatin1String("\\\\"));
-}
-
-/// \p path below \p folder (ends with a separator) unless it is absolute.
-QString absolutePath(const QString &path, const QString &folder)
-{
-    const QString whole = isAbsolute(path) ? withNativeSeparators(path) : folder + withNativeSeparators(path);
-    return withNativeSeparators(QDir::cleanPath(whole));
-}
-
-QString endedWithSeparator(QString folder)
-{
-    if (!folder.endsWith(kSep))
-        folder += kSep;
-    return folder;
-}
 
 [[noreturn]] void fail(const QString &path, const QString &what)
 {
@@ -56,10 +29,10 @@ std::shared_ptr<PackageInfo> readPackage(const QString &path, const QString &sec
     if (installPath.isEmpty())
         fail(path, QStringLiteral("section [%1] has no InstallPath. Add a line InstallPath=... with the package's folder.").arg(section));
     package->Interface = value("Interface");
-    package->InstallPath = endedWithSeparator(absolutePath(installPath, folder));
+    package->InstallPath = endedWithSeparator(absolutePathBelow(installPath, folder));
     package->QueryAccess = value("QueryAccess");
     const QString database = value("Database");
-    package->Database = absolutePath(database.isEmpty() ? QStringLiteral("EventLog.db") : database, package->InstallPath);
+    package->Database = absolutePathBelow(database.isEmpty() ? QStringLiteral("EventLog.db") : database, package->InstallPath);
     return package;
 }
 

@@ -7,6 +7,34 @@
 #include <QRegularExpression>
 
 namespace qm {
+namespace {
+
+bool isAbsolute(const QString &path)
+{
+    const bool hasDrive = path.size() > 2 && path[0].isLetter() && path[1] == u':' && (path[2] == u'\\' || path[2] == u'/');
+    return hasDrive || path.startsWith(u'/') || path.startsWith(QLatin1String("\\\\"));
+}
+
+} // namespace
+
+QString withNativeSeparators(QString path)
+{
+    const QChar other = kSep == u'/' ? u'\\' : u'/';
+    return path.replace(other, kSep);
+}
+
+QString endedWithSeparator(QString folder)
+{
+    if (!folder.endsWith(kSep))
+        folder += kSep;
+    return folder;
+}
+
+QString absolutePathBelow(const QString &path, const QString &folder)
+{
+    const QString native = withNativeSeparators(path);
+    return withNativeSeparators(QDir::cleanPath(isAbsolute(path) ? native : endedWithSeparator(folder) + native));
+}
 
 void requireAbsolute(const QString &path)
 {

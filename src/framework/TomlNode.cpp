@@ -114,7 +114,14 @@ bool operator==(const TomlNode &a, const TomlNode &b)
     case TomlNode::Kind::Table:
         break;
     }
-    return a.members == b.members;
+    if (a.members.size() != b.members.size())
+        return false;
+    for (const auto &[key, value] : a.members) {
+        const TomlNode *const other = b.find(key);
+        if (other == nullptr || !(*other == value))
+            return false;
+    }
+    return true;
 }
 
 } // namespace qm

@@ -12,7 +12,7 @@ namespace qm {
 
 /// One value of a document. Tables keep the order of their keys as the file has it.
 ///
-/// A value type. Comparison looks at contents only, not at the place in the file.
+/// A value type. Comparison looks at contents only, neither at places in the file nor at the order of keys.
 class TomlNode
 {
 public:

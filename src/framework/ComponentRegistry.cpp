@@ -1,0 +1,124 @@
+#include "framework/ComponentRegistry.h"
+
+#include "core/RuntimeError.h"
+#include "framework/ComponentPlugin.h"
+#include "framework/QueryFiles.h"
+#include "platform/ApplicationLog.h"
+#include "platform/Files.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QLibrary>
+#include <QPluginLoader>
+
+#include <algorithm>
+
+namespace qm {
+namespace {
+
+bool isWord(QStringView text)
+{
+    return !text.isEmpty() && std::all_of(text.begin(), text.end(), [](QChar c) { return c.isLetterOrNumber() || c == u'_'; });
+}
+
+bool isFamily(const QString &identifier)
+{
+    return identifier.endsWith(QLatin1String(".*"));
+}
+
+bool serves(const QString &identifier, const QString &progId)
+{
+    if (!isFamily(identifier))
+        return identifier.compare(progId, Qt::CaseInsensitive) == 0;
+    const QStringView prefix = QStringView(identifier).chopped(1);
+    return progId.startsWith(prefix, Qt::CaseInsensitive) && isWord(QStringView(progId).mid(prefix.size()));
+}
+
+bool isNamedIn(const QJsonArray &identifiers, const QString &progId)
+{
+    return std::any_of(identifiers.begin(), identifiers.end(), [&](const QJsonValue &value) { return serves(value.toString(), progId); });
+}
+
+} // namespace
+
+ComponentRegistry::ComponentRegistry(const QString &installPath, ApplicationLog *log)
+    : m_componentsFolder(installPath + QStringLiteral("Components") + kSep), m_log(log)
+{
+    registerQueryAccess(QString::fromLatin1(kQueryAccessFamily), [](const QString &) { return std::make_unique<TomlQueryAccess>(); });
+}
+
+void ComponentRegistry::registerReportInterface(const QString &identifier, ReportInterfaceMaker maker)
+{
+    m_reportInterfaces.push_back({identifier, std::move(maker)});
+}
+
+void ComponentRegistry::registerQueryAccess(const QString &identifier, QueryAccessMaker maker)
+{
+    m_queryAccesses.push_back({identifier, std::move(maker)});
+}
+
+std::vector<ComponentPlugin *> ComponentRegistry::pluginsFor(const QString &progId, QStringList &troubles) const
+{
+    std::vector<ComponentPlugin *> plugins;
+    for (const QString &name : files::list(m_componentsFolder, QStringLiteral("*"), attr::normal)) {
+        if (!QLibrary::isLibrary(name))
+            continue;
+        // The loader's own end does not unload: what a plug-in created may outlive it.
+        QPluginLoader loader(m_componentsFolder + name);
+        const QJsonObject metadata = loader.metaData();
+        if (metadata.isEmpty()) {
+            troubles.append(m_componentsFolder + name + QStringLiteral(" is not a plug-in for this program: ") + loader.errorString());
+            continue;
+        }
+        const bool ours = metadata.value(QLatin1String("IID")).toString() == QLatin1String(QmComponentPlugin_iid);
+        const QJsonObject own = metadata.value(QLatin1String("MetaData")).toObject();
+        if (!isNamedIn(own.value(QLatin1String("ProgIds")).toArray(), progId))
+            continue;
+        auto *const plugin = ours ? qobject_cast<ComponentPlugin *>(loader.instance()) : nullptr;
+        if (plugin != nullptr)
+            plugins.push_back(plugin);
+        else
+            troubles.append(QStringLiteral("%1%2 names it but cannot be used: %3")
+                                .arg(m_componentsFolder, name, ours ? loader.errorString() : QStringLiteral("it is made for another program")));
+    }
+    return plugins;
+}
+
+template <class Component, class Maker, class FromPlugin>
+std::unique_ptr<Component> ComponentRegistry::create(const QString &progId, const std::vector<Entry<Maker>> &entries, const char *kind,
+                                                     FromPlugin fromPlugin)
+{
+    for (const bool families : {false, true})
+        for (const Entry<Maker> &entry : entries)
+            if (isFamily(entry.identifier) == families && serves(entry.identifier, progId))
+                return entry.make(progId);
+    QStringList troubles;
+    if (!progId.isEmpty())
+        for (ComponentPlugin *const plugin : pluginsFor(progId, troubles))
+            if (std::unique_ptr<Component> component = fromPlugin(*plugin))
+                return component;
+    QString detail = progId.isEmpty()
+                         ? QStringLiteral("the package names no %1. Add its identifier to \"Packages.ini\".").arg(QString::fromLatin1(kind))
+                         : QStringLiteral("\"%1\": no %2 has this identifier, neither built in nor among the plug-ins in %3. Correct it in "
+                                          "\"Packages.ini\", or install the plug-in.")
+                               .arg(progId, QString::fromLatin1(kind), m_componentsFolder);
+    if (!troubles.isEmpty())
+        detail += u' ' + troubles.join(QStringLiteral("; "));
+    if (m_log != nullptr)
+        m_log->error(QStringLiteral("component not created: ") + detail);
+    raise(err::cannotCreateObject, detail, kFrameworkSource);
+}
+
+std::unique_ptr<ReportInterface> ComponentRegistry::createReportInterface(const QString &progId)
+{
+    return create<ReportInterface>(progId, m_reportInterfaces, "report interface",
+                                   [&](ComponentPlugin &plugin) { return plugin.createReportInterface(progId); });
+}
+
+std::unique_ptr<QueryAccess> ComponentRegistry::createQueryAccess(const QString &progId)
+{
+    return create<QueryAccess>(progId, m_queryAccesses, "query access component",
+                               [&](ComponentPlugin &plugin) { return plugin.createQueryAccess(progId); });
+}
+
+} // namespace qm

@@ -1,0 +1,59 @@
+/// \file
+/// The components that packages name: built in, then plug-ins.
+#pragma once
+
+#include "framework/Components.h"
+
+#include <functional>
+#include <vector>
+
+namespace qm {
+
+class ApplicationLog;
+class ComponentPlugin;
+
+/// Families of identifiers that the product itself serves; each package has an identifier of its own.
+inline constexpr char kReportInterfaceFamily[] = "QuillmarkReports.*";
+inline constexpr char kQueryAccessFamily[] = "QuillmarkQueryAccess.*";
+
+/// Creates components: registered identifiers first, then registered families, then the plug-ins of the "Components" folder.
+///
+/// Identifiers are compared without letter case. Query access components of kQueryAccessFamily are registered from the start; the report
+/// interface is registered by the program, for it lives above this library. Objects are made per use. Used on one thread.
+class ComponentRegistry final : public ComponentFactory
+{
+public:
+    using ReportInterfaceMaker = std::function<std::unique_ptr<ReportInterface>(const QString &progId)>;
+    using QueryAccessMaker = std::function<std::unique_ptr<QueryAccess>(const QString &progId)>;
+
+    /// \p installPath ends with a separator; its folder "Components" may be missing. \p log may be null.
+    explicit ComponentRegistry(const QString &installPath, ApplicationLog *log = nullptr);
+
+    /// \p identifier is exact, or a family "Prefix.*", which serves "Prefix." and any word of letters, digits and "_".
+    void registerReportInterface(const QString &identifier, ReportInterfaceMaker maker);
+    void registerQueryAccess(const QString &identifier, QueryAccessMaker maker);
+
+    /// \throws RuntimeError 429 naming the identifier and why nothing serves it; whatever the component's own creation throws.
+    [[nodiscard]] std::unique_ptr<ReportInterface> createReportInterface(const QString &progId) override;
+    [[nodiscard]] std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override;
+
+private:
+    template <class Maker>
+    struct Entry
+    {
+        QString identifier;
+        Maker make;
+    };
+    template <class Component, class Maker, class FromPlugin>
+    std::unique_ptr<Component> create(const QString &progId, const std::vector<Entry<Maker>> &entries, const char *kind,
+                                      FromPlugin fromPlugin);
+    /// The plug-ins whose metadata names \p progId; what went wrong with a file is added to \p troubles.
+    std::vector<ComponentPlugin *> pluginsFor(const QString &progId, QStringList &troubles) const;
+
+    QString m_componentsFolder;
+    ApplicationLog *m_log;
+    std::vector<Entry<ReportInterfaceMaker>> m_reportInterfaces;
+    std::vector<Entry<QueryAccessMaker>> m_queryAccesses;
+};
+
+} // namespace qm
