@@ -1,0 +1,360 @@
+#include "catalogue/CatalogueKeys.h"
+#include "catalogue/QueryTransfer.h"
+#include "catalogue/ReportGroups.h"
+#include "catalogue/ReportQueries.h"
+#include "core/ErrorReporter.h"
+#include "framework/Components.h"
+#include "framework/QueryFiles.h"
+#include "platform/Files.h"
+#include "support/Fakes.h"
+
+#include <QDir>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+using namespace qm;
+using namespace qm::test;
+
+namespace {
+
+/// A package's editor that saves one new query whenever it is opened on a group, under a name that is listed last.
+class SavingEditor final : public ReportInterface
+{
+public:
+    SavingEditor(const QString &description, int number) : m_description(description), m_number(number) {}
+    void EditQuery(const QString &target) override
+    {
+        if (!target.endsWith(kSep))
+            return;
+        Query query;
+        query.Description = m_description;
+        query.sql = QStringLiteral("select %1").arg(m_number);
+        TomlQueryAccess().WriteFile(query, target + QChar(0xFFFD) + QStringLiteral(" New Report Query.rqn"));
+    }
+    void GenerateReport(const QString &, int, bool, bool) override {}
+
+private:
+    QString m_description;
+    int m_number;
+};
+
+class TestComponents final : public ComponentFactory
+{
+public:
+    std::unique_ptr<ReportInterface> createReportInterface(const QString &) override
+    {
+        return std::make_unique<SavingEditor>(nextDescription, nextNumber);
+    }
+    std::unique_ptr<QueryAccess> createQueryAccess(const QString &) override { return std::make_unique<TomlQueryAccess>(); }
+    QString nextDescription;
+    int nextNumber = 0;
+};
+
+/// A group's files: name without letter case -> (name as spelled, number of the query in it).
+using GroupFiles = QMap<QString, std::pair<QString, int>>;
+/// A package's groups: name -> files. Names differ by more than letter case.
+using PackageGroups = QMap<QString, GroupFiles>;
+
+QString folded(const QString &name)
+{
+    return name.toCaseFolded();
+}
+
+bool isTaken(const PackageGroups &groups, const QString &name)
+{
+    for (auto it = groups.begin(); it != groups.end(); ++it)
+        if (folded(it.key()) == folded(name))
+            return true;
+    return false;
+}
+
+/// The catalogue's operations on two packages in a temporary folder, and the model of what the folders must hold.
+class Session
+{
+public:
+    Session()
+        : errors(prompts), tree({}), list({}), selection(tree, list),
+          catalogue(globals, errors, selection, [] { return std::make_unique<TomlQueryReader>(); },
+                    {[](const QString &) {}, [](const QString &) {}, [](const QModelIndex &) {}}),
+          groups(globals, errors, prompts, selection, catalogue, pending),
+          queries(globals, errors, prompts, components, selection, catalogue, groups),
+          transfer(globals, errors, prompts, selection, catalogue, pending)
+    {
+        globals.gstrInstallPath = folder.path() + kSep;
+        for (const QString &name : packages) {
+            const auto info = std::make_shared<PackageInfo>();
+            info->PackageName = name;
+            info->Interface = QStringLiteral("QuillmarkReports.") + name;
+            info->QueryAccess = QStringLiteral("QuillmarkQueryAccess.") + name;
+            info->InstallPath = folder.path() + kSep + name + kSep;
+            QDir().mkpath(groupsFolder(info->InstallPath));
+            const auto package = std::make_shared<QMKPackage>();
+            package->setPackageInfo(info);
+            globals.gdicPackages.Add(name, package);
+            model.insert(name, {});
+        }
+        catalogue.PopulateTreeView();
+    }
+    void click(const QString &key)
+    {
+        if (isLevel(key, selection::group))
+            touched.insert(groupFolder(key.section(u'/', 1, 1), LastKeyPart(key)));
+        selection.selectNode(tree.find(key));
+        catalogue.tvTreeView_NodeClick(selection.nodeIndex());
+    }
+    [[nodiscard]] QString groupFolder(const QString &package, const QString &group) const
+    {
+        return folder.path() + kSep + package + kSep + QStringLiteral("Query Groups") + kSep + group;
+    }
+    int rowOfFile(const QString &name) const
+    {
+        for (int i = 0; i < list.rows(); ++i)
+            if (files::lastPart(list.row(i).tag) == name)
+                return i;
+        return -1;
+    }
+
+    const QStringList packages{QStringLiteral("Server"), QStringLiteral("Mail")};
+    QTemporaryDir folder;
+    ScriptedPrompts prompts;
+    ErrorReporter errors;
+    Globals globals;
+    CatalogueTree tree;
+    CatalogueList list;
+    CatalogueSelection selection;
+    PendingPaste pending;
+    TestComponents components;
+    Catalogue catalogue;
+    ReportGroups groups;
+    ReportQueries queries;
+    QueryTransfer transfer;
+    QMap<QString, PackageGroups> model;
+    int nextNumber = 1;
+    QSet<QString> touched; ///< folders of the groups that the current step worked on
+};
+
+const QStringList kNames{QStringLiteral("Daily"),  QStringLiteral("daily"), QStringLiteral("Größe"),
+                         QStringLiteral("中文"),   QStringLiteral("a b"),   QStringLiteral("New Report Group"),
+                         QStringLiteral("x.y"),    QStringLiteral("bad?"),  QStringLiteral("Logons"),
+                         QStringLiteral("LOGONS"), QStringLiteral("ends "), QStringLiteral("with/slash")};
+
+constexpr int kFullComparison = 250; ///< steps from one comparison of every file to the next
+
+} // namespace
+
+/// Random group and query operations against a plain model of the folder tree: no file is lost, renamed or overwritten but as the model
+/// says.
+class CatalogueModelTest final : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void random_operations_agree_with_the_model()
+    {
+        const int steps = qEnvironmentVariableIntValue("QM_MODEL_STEPS") > 0 ? qEnvironmentVariableIntValue("QM_MODEL_STEPS") : 100'000;
+        QRandomGenerator random(20261121);
+        Session s;
+        for (int step = 0; step < steps; ++step) {
+            s.touched.clear();
+            s.prompts.shown.clear();
+            s.prompts.answers.clear();
+            const QString package = s.packages[random.bounded(2)];
+            oneStep(s, package, random);
+            compare(s, step, step % kFullComparison == 0 || step + 1 == steps);
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+private:
+    static QString anyGroup(const Session &s, const QString &package, QRandomGenerator &random)
+    {
+        const QStringList names = s.model[package].keys();
+        return names.isEmpty() ? QString() : names[random.bounded(static_cast<int>(names.size()))];
+    }
+    static void oneStep(Session &s, const QString &package, QRandomGenerator &random)
+    {
+        const int action = static_cast<int>(random.bounded(100U));
+        const QString group = anyGroup(s, package, random);
+        if (group.isNull() || (action < 6 && s.model[package].size() < 8))
+            return addGroup(s, package);
+        if (action < 9)
+            return deleteGroup(s, package, group);
+        if (action < 16)
+            return renameGroup(s, package, group, kNames[random.bounded(static_cast<int>(kNames.size()))]);
+        if (action < (s.model[package][group].size() < 12 ? 45 : 18))
+            return addQuery(s, package, group, kNames[random.bounded(static_cast<int>(kNames.size()))]);
+        const GroupFiles &files = s.model[package][group];
+        if (files.isEmpty())
+            return;
+        const QString file = files.values()[random.bounded(static_cast<int>(files.size()))].first;
+        if (action < 60)
+            return deleteQuery(s, package, group, file);
+        if (action < 72)
+            return renameQuery(s, package, group, file, kNames[random.bounded(static_cast<int>(kNames.size()))]);
+        const QString targetPackage = random.bounded(5) == 0 ? s.packages[random.bounded(2)] : package;
+        const QString target = anyGroup(s, targetPackage, random);
+        if (target.isNull())
+            return;
+        transferQuery(s, {package, group, file}, {targetPackage, target}, action < 82 ? 'c' : action < 92 ? 'x' : 'd');
+    }
+
+    static void addGroup(Session &s, const QString &package)
+    {
+        s.click(packageKey(package));
+        QString expected = QStringLiteral("New Report Group");
+        for (int i = 1; isTaken(s.model[package], expected); ++i)
+            expected = QStringLiteral("New Report Group") + QString::number(i);
+        s.groups.AddNewGroup(package);
+        s.model[package].insert(expected, {});
+        QCOMPARE(s.selection.nodeKey(), groupKey(package, expected));
+    }
+    static void deleteGroup(Session &s, const QString &package, const QString &group)
+    {
+        s.click(groupKey(package, group));
+        s.groups.DeleteGroup();
+        s.model[package].remove(group);
+        QCOMPARE(s.selection.nodeKey(), packageKey(package));
+        s.click(packageKey(package));
+    }
+    static void renameGroup(Session &s, const QString &package, const QString &group, const QString &name)
+    {
+        s.click(groupKey(package, group));
+        const bool valid = !isTaken(s.model[package], name) && !name.contains(u'.') && !name.contains(u'?') && !name.contains(u'/') &&
+                           !name.endsWith(u' ');
+        QCOMPARE(s.groups.tvTreeView_AfterLabelEdit(name), valid);
+        QCOMPARE(s.prompts.shown.empty(), valid);
+        if (!valid)
+            return;
+        const GroupFiles files = s.model[package].take(group);
+        s.model[package].insert(name, files);
+    }
+    static void addQuery(Session &s, const QString &package, const QString &group, const QString &description)
+    {
+        s.click(groupKey(package, group));
+        s.components.nextDescription = description;
+        s.components.nextNumber = s.nextNumber;
+        QVERIFY(s.queries.AddNewReportQuery(s.groupFolder(package, group) + kSep));
+        s.queries.RenameNewFileAsDescription();
+        GroupFiles &files = s.model[package][group];
+        // A free name is looked for with the description as typed; characters that no file may have go afterwards.
+        QString name = description + QStringLiteral(".rqn");
+        for (int i = 1; files.contains(folded(name)); ++i)
+            name = description + QString::number(i) + QStringLiteral(".rqn");
+        name.remove(u'?').remove(u'/');
+        if (files.contains(folded(name)))
+            name = QChar(0xFFFD) + QStringLiteral(" New Report Query.rqn"); // the rename failed and the file keeps its first name
+        QVERIFY2(!files.contains(folded(name)) || name.startsWith(QChar(0xFFFD)), qPrintable(name));
+        files.insert(folded(name), {name, s.nextNumber});
+        ++s.nextNumber;
+        if (name.startsWith(QChar(0xFFFD)))
+            deleteQuery(s, package, group, name);
+    }
+    static void deleteQuery(Session &s, const QString &package, const QString &group, const QString &file)
+    {
+        s.click(groupKey(package, group));
+        const int row = s.rowOfFile(file);
+        QVERIFY2(row >= 0, qPrintable(file));
+        s.queries.DeleteReportQuery(s.list.row(row).tag);
+        s.model[package][group].remove(folded(file));
+    }
+    static void renameQuery(Session &s, const QString &package, const QString &group, const QString &file, const QString &description)
+    {
+        s.click(groupKey(package, group));
+        const int row = s.rowOfFile(file);
+        s.selection.selectRow(row);
+        s.queries.lvListView_AfterLabelEdit(row, description);
+        GroupFiles &files = s.model[package][group];
+        const QString name = description + QStringLiteral(".rqn");
+        const bool usable = !name.contains(u'?') && !name.contains(u'/');
+        const bool clashes = files.contains(folded(name)) && folded(name) != folded(file);
+        QCOMPARE(s.prompts.shown.empty(), usable && !clashes);
+        if (!usable || clashes)
+            return;
+        const int number = files.take(folded(file)).second;
+        files.insert(folded(name), {name, number});
+    }
+
+    struct Place
+    {
+        QString package, group, file{};
+    };
+    /// \p how: 'c' copy and paste, 'x' cut and paste, 'd' drag.
+    static void transferQuery(Session &s, const Place &from, const Place &to, char how)
+    {
+        s.click(groupKey(from.package, from.group));
+        const int row = s.rowOfFile(from.file);
+        s.selection.selectRow(row);
+        if (how == 'd') {
+            s.transfer.pickUpForDrag(row);
+            QVERIFY(s.transfer.tvTreeView_DragOver(s.tree.find(groupKey(to.package, to.group))) == DragPicture::Drop);
+            QVERIFY(s.transfer.tvTreeView_DragDrop(true));
+            s.pending.clear();
+        } else {
+            s.transfer.pickUpSelected(how == 'x');
+            s.click(groupKey(to.package, to.group));
+            s.transfer.paste();
+            QVERIFY(!s.pending.isPending());
+        }
+        const bool sameGroup = from.package == to.package && from.group == to.group;
+        const bool refused = from.package != to.package || (how == 'x' && sameGroup);
+        QCOMPARE(s.prompts.shown.size(), refused ? std::size_t{1} : std::size_t{0});
+        if (refused)
+            return s.click(groupKey(from.package, from.group));
+        GroupFiles &source = s.model[from.package][from.group];
+        GroupFiles &target = s.model[to.package][to.group];
+        const int number = source[folded(from.file)].second;
+        QString name = from.file;
+        if (how == 'd' || target.contains(folded(name)))
+            name = QStringLiteral("Copy of ") + from.file; // an earlier copy is overwritten
+        // The file on disk keeps its spelling where one is replaced.
+        const QString spelled = target.contains(folded(name)) ? target[folded(name)].first : name;
+        target.insert(folded(name), {spelled, number});
+        if (how == 'x')
+            source.remove(folded(from.file));
+    }
+
+    static int numberIn(const QString &path)
+    {
+        const QByteArray text = files::readAll(path);
+        const auto at = text.indexOf("select ");
+        return text.mid(at + 7, 12).split('\'').front().split('"').front().trimmed().toInt();
+    }
+    /// Folder names, tree and package always; the files of the two groups the step worked on, or of all of them.
+    static void compare(Session &s, int step, bool allFiles)
+    {
+        const QByteArray where = "after step " + QByteArray::number(step);
+        for (const QString &package : s.packages) {
+            const QString root = s.groupFolder(package, {});
+            QStringList onDisk = QDir(root).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::NoSort);
+            QStringList expected = s.model[package].keys();
+            onDisk.sort();
+            expected.sort();
+            QVERIFY2(onDisk == expected, where + ": " + onDisk.join(u'|').toUtf8() + " expected " + expected.join(u'|').toUtf8());
+            QCOMPARE(s.globals.gdicPackages.at(package)->GroupCount(), static_cast<int>(expected.size()));
+            QCOMPARE(s.tree.rowCount(s.tree.find(packageKey(package))), static_cast<int>(expected.size()));
+            for (const QString &group : expected) {
+                QVERIFY2(s.tree.find(groupKey(package, group)).isValid(), where.constData());
+                if (allFiles || s.touched.contains(root + group))
+                    compareGroup(s.model[package][group], root + group, where);
+            }
+        }
+        if (s.list.level() == selection::group) {
+            const TreeNode node = s.selection.node();
+            const GroupFiles &files = s.model[s.selection.parentNode().text][node.text];
+            QVERIFY2(s.list.rows() == files.size(), where.constData());
+        }
+    }
+    static void compareGroup(const GroupFiles &model, const QString &folder, const QByteArray &where)
+    {
+        const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::NoSort);
+        QVERIFY2(names.size() == model.size(), where + ": " + folder.toUtf8() + ": " + names.join(u'|').toUtf8());
+        for (const QString &name : names) {
+            const auto found = model.find(folded(name));
+            QVERIFY2(found != model.end() && found->first == name, where + ": " + name.toUtf8());
+            QVERIFY2(numberIn(folder + kSep + name) == found->second, where + ": contents of " + name.toUtf8());
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(CatalogueModelTest)
+#include "catalogue_model_test.moc"
