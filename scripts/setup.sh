@@ -9,7 +9,7 @@ packages=(
   g++ cmake ninja-build pkg-config ccache clang-format
   # linked libraries
   qt6-base-dev libqt6svg6-dev libgl1-mesa-dev libsqlite3-dev libtomlplusplus-dev libspdlog-dev libexpat1-dev libssl-dev
-  zlib1g-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev
+  zlib1g-dev libdeflate-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev
   # fonts that the program ships
   fonts-dejavu-core fonts-droid-fallback
   # tests: a virtual display, readers that are not ours, locale definitions
