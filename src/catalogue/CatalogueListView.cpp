@@ -16,6 +16,7 @@ namespace qm {
 
 namespace {
 constexpr int kPadding = 24;
+constexpr QSize kIconSize(20, 20);
 }
 
 CatalogueListView::CatalogueListView(CatalogueList &list, QWidget *parent) : QTreeView(parent), m_list(list)
@@ -27,7 +28,8 @@ CatalogueListView::CatalogueListView(CatalogueList &list, QWidget *parent) : QTr
     setItemsExpandable(false);
     setUniformRowHeights(true);
     setAllColumnsShowFocus(true);
-    setAlternatingRowColors(true);
+    setTextElideMode(Qt::ElideMiddle);
+    setIconSize(kIconSize);
     setEditTriggers(NoEditTriggers);
     setSelectionMode(SingleSelection);
     setSelectionBehavior(SelectRows);
@@ -50,6 +52,7 @@ void CatalogueListView::applyColumnWidths()
 {
     const QScopedValueRollback applying(m_applyingWidths, true);
     const auto columns = columnsOfLevel(m_list.level());
+    setAlternatingRowColors(columns.size() > 1); // bands help along wide rows only
     const QList<int> remembered = m_widths.value(m_list.level());
     for (std::size_t i = 0; i < columns.size(); ++i)
         setColumnWidth(static_cast<int>(i), remembered.value(static_cast<qsizetype>(i), columns[i].pixels()));
@@ -102,7 +105,8 @@ void CatalogueListView::mouseMoveEvent(QMouseEvent *event)
 void CatalogueListView::mouseReleaseEvent(QMouseEvent *event)
 {
     m_pressedAt.reset();
-    QTreeView::mouseReleaseEvent(event);
+    QMouseEvent plain = withoutModifiers(*event);
+    QTreeView::mouseReleaseEvent(&plain);
     Q_EMIT MouseUp();
 }
 

@@ -12,6 +12,7 @@ namespace qm {
 
 namespace {
 constexpr int kPadding = 20;
+constexpr QSize kIconSize(20, 20);
 }
 
 CatalogueTreeView::CatalogueTreeView(QWidget *parent) : QTreeView(parent)
@@ -20,6 +21,7 @@ CatalogueTreeView::CatalogueTreeView(QWidget *parent) : QTreeView(parent)
     setAccessibleName(tr("Packages and report groups"));
     header()->hide();
     setUniformRowHeights(true);
+    setIconSize(kIconSize);
     setAnimated(true);
     setEditTriggers(NoEditTriggers);
     setSelectionMode(SingleSelection);
@@ -48,7 +50,8 @@ void CatalogueTreeView::mousePressEvent(QMouseEvent *event)
 
 void CatalogueTreeView::mouseReleaseEvent(QMouseEvent *event)
 {
-    QTreeView::mouseReleaseEvent(event);
+    QMouseEvent plain = withoutModifiers(*event);
+    QTreeView::mouseReleaseEvent(&plain);
     if (event->button() != Qt::LeftButton || !std::exchange(m_pressedOnNode, false))
         return;
     if (const QModelIndex selected = selectedIndexes().value(0); selected.isValid())

@@ -1,5 +1,7 @@
 #include "shell/Icons.h"
 
+#include "shell/PictureEngine.h"
+
 /// Resources of a static library are linked in by name; the macro needs the global namespace.
 static void initShellResources()
 {
@@ -21,13 +23,16 @@ QIcon icon(const QString &name)
 
 ImageList imageList()
 {
-    return {{QStringLiteral("Event"), icon(QStringLiteral("event"))},
-            {QStringLiteral("ReportGroup"), icon(QStringLiteral("report-group"))},
-            {QStringLiteral("ReportQuery"), icon(QStringLiteral("report-query"))},
-            {QStringLiteral("ScheduleJob"), icon(QStringLiteral("schedule-job"))},
-            {QStringLiteral("Drag"), icon(QStringLiteral("drag"))},
-            {QStringLiteral("Drop"), icon(QStringLiteral("drop"))},
-            {QStringLiteral("Invalid"), icon(QStringLiteral("invalid"))}};
+    const auto picture = [](const QString &name) {
+        return QIcon(new PictureEngine(resource(QStringLiteral("icons/%1.svg").arg(name)))); // owned by the icon
+    };
+    return {{QStringLiteral("Event"), picture(QStringLiteral("event"))},
+            {QStringLiteral("ReportGroup"), picture(QStringLiteral("report-group"))},
+            {QStringLiteral("ReportQuery"), picture(QStringLiteral("report-query"))},
+            {QStringLiteral("ScheduleJob"), picture(QStringLiteral("schedule-job"))},
+            {QStringLiteral("Drag"), picture(QStringLiteral("drag"))},
+            {QStringLiteral("Drop"), picture(QStringLiteral("drop"))},
+            {QStringLiteral("Invalid"), picture(QStringLiteral("invalid"))}};
 }
 
 QIcon applicationIcon()

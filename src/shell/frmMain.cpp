@@ -87,7 +87,13 @@ frmMain::frmMain(MainWindowServices services)
     m_catalogue->tvTreeView().setFocus();
 }
 
-frmMain::~frmMain() = default;
+frmMain::~frmMain()
+{
+    // The panes' events use the other members, and the focus wanders while widgets go.
+    m_active.disconnect(this);
+    m_schedule.reset();
+    m_catalogue.reset();
+}
 
 CataloguePaneHooks frmMain::catalogueHooks()
 {

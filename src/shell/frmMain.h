@@ -98,12 +98,12 @@ private:
     MainWindowServices m_services;
     WindowState m_state;
     ActiveControl m_active;
+    std::unique_ptr<CataloguePane> m_catalogue; ///< both panes: null until the constructor's body; the command facts ask about them before
+    std::unique_ptr<SchedulePane> m_schedule;
     Commands m_commands;
     SelectionCommands m_selectionCommands;
     ReportRunner m_runner;
     ConfigurationLoader m_loader;
-    std::unique_ptr<CataloguePane> m_catalogue;
-    std::unique_ptr<SchedulePane> m_schedule;
     std::unique_ptr<TrayIcon> m_tray;
     std::unique_ptr<frmAddNewDataSource> m_addDataSource;
     CaptionPanel *m_ssReportQuery = nullptr;

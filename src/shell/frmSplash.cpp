@@ -57,7 +57,7 @@ void frmSplash::buildControls()
     font.setBold(true);
     Label3->setFont(font);
     auto *Label1 = label(QStringLiteral("Label1"), tr("Reports and schedules over event-log databases"), this);
-    auto *Label2 = label(QStringLiteral("Label2"), tr("Press any key within a second to leave"), this);
+    auto *Label2 = label(QStringLiteral("Label2"), tr("Version 8.0, Service Pack 4"), this);
     Label2->setForegroundRole(QPalette::PlaceholderText);
     auto *lblStatus = label(QStringLiteral("lblStatus"), {}, this);
 

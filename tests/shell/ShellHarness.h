@@ -1,0 +1,162 @@
+/// \file
+/// The real main window on a temporary installation with real files; only prompts, clock and the package's report interface are not real.
+#pragma once
+
+#include "core/ErrorReporter.h"
+#include "framework/Components.h"
+#include "framework/ConfigReaders.h"
+#include "framework/QueryFiles.h"
+#include "platform/Registry.h"
+#include "platform/SystemDueTimer.h"
+#include "shell/HelpFile.h"
+#include "shell/frmMain.h"
+#include "support/Fakes.h"
+#include "support/TempInstallation.h"
+
+#include <QLabel>
+#include <QSignalSpy>
+
+namespace qm::test {
+
+/// A factory whose report interfaces record what they are asked to generate, and fail when told to.
+class RecordingComponents final : public ComponentFactory
+{
+public:
+    struct Run
+    {
+        QString progId, queryFile;
+        int reserved = -1;
+        bool interactive = false, flag = true;
+        int pointer = -1;
+    };
+    std::vector<Run> runs;
+    std::function<void()> onGenerate; ///< called in the middle of GenerateReport; may throw
+    const ScriptedPrompts *prompts = nullptr;
+
+    std::unique_ptr<ReportInterface> createReportInterface(const QString &progId) override
+    {
+        if (!progId.startsWith(QStringLiteral("Quillmark.")))
+            raise(err::cannotCreateObject, progId);
+        return std::make_unique<Interface>(*this, progId);
+    }
+    std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override { raise(err::cannotCreateObject, progId); }
+
+private:
+    class Interface final : public ReportInterface
+    {
+    public:
+        Interface(RecordingComponents &owner, QString progId) : m_owner(owner), m_progId(std::move(progId)) {}
+        void EditQuery(const QString &) override {}
+        void GenerateReport(const QString &queryFile, int reserved, bool interactive, bool flag) override
+        {
+            m_owner.runs.push_back(
+                {m_progId, queryFile, reserved, interactive, flag, m_owner.prompts ? m_owner.prompts->pointerShape : -1});
+            if (m_owner.onGenerate)
+                m_owner.onGenerate();
+        }
+
+    private:
+        RecordingComponents &m_owner;
+        QString m_progId;
+    };
+};
+
+class SilentJournal final : public ScheduleJournal
+{
+public:
+    void notRun(const ScheduledReportJob &, const QString &) override {}
+    void skippedRuns(const ScheduledReportJob &, const WallTime &, int) override {}
+    void note(const QString &) override {}
+};
+
+/// A query file as an operator would write it by hand.
+inline QByteArray queryFile(const QString &description, const QByteArray &output = "screen", const QByteArray &reportFile = {})
+{
+    return "description = \"" + description.toUtf8() + "\"\nreport_file = \"" + reportFile +
+           "\"\nsql = '''SELECT 1 AS one'''\n[output]\ntype = \"" + output + "\"\n";
+}
+
+/// One start of the program's window.
+class ShellHarness
+{
+public:
+    explicit ShellHarness(const std::vector<TempPackage> &packages = usualPackages())
+        : installation(packages), errors(prompts), clock({QDate(2026, 11, 21), 36'000}), jobReader(std::make_unique<TomlJobConfigReader>())
+    {
+        components.prompts = &prompts;
+    }
+
+    void start()
+    {
+        MainWindowServices services{.globals = globals,
+                                    .errors = errors,
+                                    .prompts = prompts,
+                                    .clock = clock,
+                                    .components = components,
+                                    .help = help,
+                                    .journal = journal,
+                                    .jobReader = *jobReader,
+                                    .readers = {[] { return std::make_unique<IniPackageConfigReader>(); },
+                                                [] { return std::make_unique<TomlJobConfigReader>(); },
+                                                [] { return std::make_unique<TomlEmailConfigReader>(); },
+                                                [] { return std::make_shared<TomlDataSourceFileReader>(); }},
+                                    .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
+                                    .getInstallPath = [] { return GetInstallPath(); },
+                                    .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
+                                    .isProducingRows = [this] { return producingRows; },
+                                    .closeViewers = [this] { ++viewersClosed; },
+                                    .endProgram = [this] { ++programEnds; },
+                                    .stateFile = stateFile};
+        window = std::make_unique<frmMain>(services);
+        window->Form_Load();
+    }
+
+    void show()
+    {
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    }
+
+    /// The boxes shown so far, each with its message's first line only.
+    [[nodiscard]] QStringList firstLines() const
+    {
+        QStringList lines;
+        for (const ScriptedPrompts::Shown &box : prompts.shown)
+            lines.append(box.text.section(QStringLiteral("\r\n"), 0, 0));
+        return lines;
+    }
+    [[nodiscard]] CatalogueTreeView &tree() const { return window->catalogue().tvTreeView(); }
+    [[nodiscard]] CatalogueListView &list() const { return window->catalogue().lvListView(); }
+    [[nodiscard]] CatalogueSelection &selection() const { return window->catalogue().selection(); }
+    [[nodiscard]] QString caption() const
+    {
+        return window->findChild<QWidget *>(QStringLiteral("ssReportQuery"))->findChild<QLabel *>()->text();
+    }
+    [[nodiscard]] QAction &tool(const char *id) const { return *window->commands().tool(QString::fromLatin1(id)); }
+    /// Column \p column of the list, top to bottom.
+    [[nodiscard]] QStringList listed(int column = 0) const
+    {
+        QStringList texts;
+        for (int row = 0; row < list().model()->rowCount(); ++row)
+            texts.append(list().model()->index(row, column).data().toString());
+        return texts;
+    }
+
+    TempInstallation installation;
+    ScriptedPrompts prompts;
+    ErrorReporter errors;
+    FakeClock clock;
+    Globals globals;
+    RecordingComponents components;
+    HelpFile help;
+    SilentJournal journal;
+    std::unique_ptr<JobConfigReader> jobReader;
+    bool producingRows = false;
+    int viewersClosed = 0, programEnds = 0;
+    QString stateFile;
+    std::unique_ptr<frmMain> window;
+};
+
+} // namespace qm::test
