@@ -78,8 +78,9 @@ std::vector<ComponentPlugin *> ComponentRegistry::pluginsFor(const QString &prog
         if (plugin != nullptr)
             plugins.push_back(plugin);
         else
-            troubles.append(QStringLiteral("%1%2 names it but cannot be used: %3")
-                                .arg(m_componentsFolder, name, ours ? loader.errorString() : QStringLiteral("it is made for another program")));
+            troubles.append(
+                QStringLiteral("%1%2 names it but cannot be used: %3")
+                    .arg(m_componentsFolder, name, ours ? loader.errorString() : QStringLiteral("it is made for another program")));
     }
     return plugins;
 }

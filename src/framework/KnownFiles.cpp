@@ -61,7 +61,8 @@ void KnownFiles::protect(const QString &path, const QByteArray &bytes)
         return;
     const QString aside = files::setAside(path);
     if (m_log != nullptr)
-        m_log->warning(QStringLiteral("%1 holds contents that this session did not read; it was renamed to %2 before saving").arg(path, aside));
+        m_log->warning(
+            QStringLiteral("%1 holds contents that this session did not read; it was renamed to %2 before saving").arg(path, aside));
 }
 
 void KnownFiles::note(const QString &text)

@@ -106,8 +106,9 @@ std::vector<LayoutAggregate> readAggregates(const std::vector<TomlNode> &nodes, 
         aggregate.function = static_cast<Aggregate>(table.word("function", static_cast<int>(Aggregate::Sum), functionWords()));
         aggregate.field = table.text("field");
         if (aggregate.field.isEmpty() && aggregate.function != Aggregate::Count)
-            table.fail("field", QStringLiteral("\"field\" is missing. Add a line field = \"...\" with a column of the result; only function = "
-                                               "\"count\" may do without."));
+            table.fail("field",
+                       QStringLiteral("\"field\" is missing. Add a line field = \"...\" with a column of the result; only function = "
+                                      "\"count\" may do without."));
         aggregate.caption = table.text("caption");
         aggregates.push_back(std::move(aggregate));
     }

@@ -65,9 +65,10 @@ QueryParameter readParameter(const TableReader &table)
     QueryParameter parameter;
     parameter.name = table.requiredText("name");
     if (!isParameterName(parameter.name))
-        table.fail("name", QStringLiteral("a parameter's name consists of letters, digits and \"_\" and begins with a letter, as in the SQL "
-                                          "without its colon; \"%1\" does not. Correct the line in a text editor.")
-                               .arg(parameter.name));
+        table.fail("name",
+                   QStringLiteral("a parameter's name consists of letters, digits and \"_\" and begins with a letter, as in the SQL "
+                                  "without its colon; \"%1\" does not. Correct the line in a text editor.")
+                       .arg(parameter.name));
     parameter.label = table.text("label");
     parameter.type = static_cast<ParameterType>(table.word("type", 0, parameterTypeWords()));
     if (const std::optional<QString> value = table.scalarAsText("default")) {
@@ -76,8 +77,8 @@ QueryParameter readParameter(const TableReader &table)
     }
     parameter.values = table.texts("values");
     if (parameter.type == ParameterType::List && parameter.values.isEmpty())
-        table.fail("values", QStringLiteral("the list parameter \"%1\" has no choices. Add a line values = [\"...\", \"...\"].")
-                                 .arg(parameter.name));
+        table.fail("values",
+                   QStringLiteral("the list parameter \"%1\" has no choices. Add a line values = [\"...\", \"...\"].").arg(parameter.name));
     return parameter;
 }
 
@@ -138,8 +139,9 @@ Query readQuery(const TomlNode &root, const QString &path)
     const TableReader engines(file.table("sql_for"), path);
     for (const auto &[engine, node] : file.table("sql_for").members) {
         if (node.kind != TomlNode::Kind::String)
-            engines.failAt(node.line, QStringLiteral("the variant for \"%1\" must be a text in quotes, not %2. Correct the line in a text editor.")
-                                          .arg(engine, node.kindText()));
+            engines.failAt(node.line,
+                           QStringLiteral("the variant for \"%1\" must be a text in quotes, not %2. Correct the line in a text editor.")
+                               .arg(engine, node.kindText()));
         query.sqlFor.insert(engine, node.text);
     }
     query.period.used = file.has("period");

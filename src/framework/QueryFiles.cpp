@@ -44,8 +44,8 @@ void requireQueryName(const QString &path)
 files::Privacy privacyOf(const Query &query)
 {
     const QString source = query.dataSource;
-    const bool holdsPassword = source.contains(QLatin1String("PWD"), Qt::CaseInsensitive) ||
-                               source.contains(QLatin1String("password"), Qt::CaseInsensitive);
+    const bool holdsPassword =
+        source.contains(QLatin1String("PWD"), Qt::CaseInsensitive) || source.contains(QLatin1String("password"), Qt::CaseInsensitive);
     return holdsPassword ? files::Privacy::Secret : files::Privacy::Normal;
 }
 
@@ -80,9 +80,10 @@ void TomlQueryAccess::WriteFile(const Query &query, const QString &path)
     requireQueryName(path);
     requireNameFromDescription(query, path);
     if (files::entryExists(path) && (query.QueryFile.isEmpty() || !files::sameFile(path, query.QueryFile)))
-        raise(err::fileAlreadyExists,
-              QStringLiteral("%1 is the file of another query. Choose another description or file name.").arg(files::existingSpelling(path)),
-              kFrameworkSource);
+        raise(
+            err::fileAlreadyExists,
+            QStringLiteral("%1 is the file of another query. Choose another description or file name.").arg(files::existingSpelling(path)),
+            kFrameworkSource);
     files::saveAtomically(files::existingSpelling(path), queryText(query, path), privacyOf(query));
 }
 

@@ -8,7 +8,8 @@
 namespace qm {
 
 /// Reads query files for the catalogue's list, fast: the query has its description, file, report file and output type, and nothing else,
-/// and cannot be written. A file in which these are wrong is refused as by TomlQueryAccess; other faults show when the query is opened or run.
+/// and cannot be written. A file in which these are wrong is refused as by TomlQueryAccess; other faults show when the query is opened or
+/// run.
 class TomlQueryReader final : public QueryReader
 {
 public:
@@ -21,9 +22,9 @@ class TomlQueryAccess final : public QueryAccess
 public:
     /// \throws RuntimeError 53, 75, 321 with path, line and what to do.
     [[nodiscard]] std::shared_ptr<Query> ReadFile(const QString &path) override;
-    /// Keeps keys this version does not know. A file that differs from the query's own only in letter case is written under its old spelling.
-    /// \throws RuntimeError 58 when \p path is taken by a file other than the query's own, 52 for a name that is none on some platform, 5 for
-    /// a query that could not be read back, and as files::saveAtomically.
+    /// Keeps keys this version does not know. A file that differs from the query's own only in letter case is written under its old
+    /// spelling. \throws RuntimeError 58 when \p path is taken by a file other than the query's own, 52 for a name that is none on some
+    /// platform, 5 for a query that could not be read back, and as files::saveAtomically.
     void WriteFile(const Query &query, const QString &path) override;
 };
 

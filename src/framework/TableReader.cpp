@@ -197,9 +197,10 @@ void TableReader::refuseUnknown(const QStringList &known) const
 {
     for (const TomlNode::Member &member : m_table.members)
         if (!known.contains(member.first))
-            failAt(member.second.line, QStringLiteral("\"%1\" is not a key of this file. Correct its spelling or remove the line; known keys "
-                                                      "are %2.")
-                                           .arg(member.first, known.join(QStringLiteral(", "))));
+            failAt(member.second.line,
+                   QStringLiteral("\"%1\" is not a key of this file. Correct its spelling or remove the line; known keys "
+                                  "are %2.")
+                       .arg(member.first, known.join(QStringLiteral(", "))));
 }
 
 std::optional<WallTime> localTimeOf(QStringView spelling)
@@ -209,7 +210,9 @@ std::optional<WallTime> localTimeOf(QStringView spelling)
         return std::nullopt;
     for (qsizetype i = 0; i < shape.size(); ++i) {
         const QChar c = spelling[i];
-        const bool fits = shape[i] == u'0' ? (c >= u'0' && c <= u'9') : shape[i] == u'T' ? (c == u'T' || c == u't' || c == u' ') : c == shape[i];
+        const bool fits = shape[i] == u'0'   ? (c >= u'0' && c <= u'9')
+                          : shape[i] == u'T' ? (c == u'T' || c == u't' || c == u' ')
+                                             : c == shape[i];
         if (!fits)
             return std::nullopt;
     }

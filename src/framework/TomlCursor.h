@@ -1,9 +1,9 @@
 /// \file
 /// A cursor over the plain subset of TOML that the program itself writes.
 ///
-/// The long files and the many files (100,000 jobs, 100,000 queries of a group) are mostly of that subset, and building the tree of each costs
-/// several times the reading. Whoever uses the cursor gives up at the first thing it does not take and lets parseToml() decide, so that what
-/// is accepted and every message come from one place.
+/// The long files and the many files (100,000 jobs, 100,000 queries of a group) are mostly of that subset, and building the tree of each
+/// costs several times the reading. Whoever uses the cursor gives up at the first thing it does not take and lets parseToml() decide, so
+/// that what is accepted and every message come from one place.
 #pragma once
 
 #include <QString>

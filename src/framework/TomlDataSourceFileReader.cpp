@@ -38,8 +38,8 @@ std::shared_ptr<DatabaseInfo> readSqlServer(const TableReader &file)
 
 std::shared_ptr<DatabaseInfo> readOracle(const TableReader &file)
 {
-    file.refuseUnknown({QStringLiteral("format"), QStringLiteral("class"), QStringLiteral("server"), QStringLiteral("user"),
-                        QStringLiteral("password")});
+    file.refuseUnknown(
+        {QStringLiteral("format"), QStringLiteral("class"), QStringLiteral("server"), QStringLiteral("user"), QStringLiteral("password")});
     auto info = std::make_shared<QMMDSOracle>();
     info->ServerName = file.text("server");
     info->UserName = file.text("user");
@@ -64,7 +64,8 @@ TomlNode treeOf(const DatabaseInfo &info)
         put("user", oracle->UserName);
         put("password", oracle->Password);
     } else {
-        raise(err::noSuchMember, QStringLiteral("a data source of class \"%1\" cannot be written.").arg(info.className()), kFrameworkSource);
+        raise(err::noSuchMember, QStringLiteral("a data source of class \"%1\" cannot be written.").arg(info.className()),
+              kFrameworkSource);
     }
     return root;
 }

@@ -178,9 +178,10 @@ QByteArray jobsText(const JobCollection &jobs)
         if (!job)
             raise(err::objectNotSet, QStringLiteral("a job of the collection is missing; nothing was saved."), kFrameworkSource);
         if (!isWritable(job->DateTime))
-            raise(err::typeMismatch,
-                  QStringLiteral("job %1 \"%2\" has no valid date; nothing was saved.").arg(QString::number(job->JobId), job->JobDescription),
-                  kFrameworkSource);
+            raise(
+                err::typeMismatch,
+                QStringLiteral("job %1 \"%2\" has no valid date; nothing was saved.").arg(QString::number(job->JobId), job->JobDescription),
+                kFrameworkSource);
         out.append("\n[[job]]\nid = ");
         out.append(QByteArray::number(job->JobId));
         out.append("\ndescription = ");

@@ -50,8 +50,8 @@ public:
     qint64 integer = 0;
     double number = 0;
     bool boolean = false;
-    std::vector<TomlNode> items;  ///< of an array
-    std::vector<Member> members;  ///< of a table
+    std::vector<TomlNode> items; ///< of an array
+    std::vector<Member> members; ///< of a table
 
     int line = 0;         ///< from 1; 0: not read from a file
     qsizetype begin = -1; ///< place of the value in the file's bytes, -1 unknown

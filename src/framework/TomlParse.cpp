@@ -148,9 +148,10 @@ TomlNode parseToml(const QByteArray &bytes, const QString &path)
     text.remove_prefix(skipped);
     if (const qsizetype bad = toml_text::firstBadUtf8(text); bad >= 0) {
         const auto line = 1 + std::count(text.begin(), text.begin() + bad, '\n');
-        raise(err::invalidFileFormat,
-              QStringLiteral("%1, line %2: the text is not UTF-8. Save the file as UTF-8 in a text editor.").arg(path, QString::number(line)),
-              kFrameworkSource);
+        raise(
+            err::invalidFileFormat,
+            QStringLiteral("%1, line %2: the text is not UTF-8. Save the file as UTF-8 in a text editor.").arg(path, QString::number(line)),
+            kFrameworkSource);
     }
     refuseDeepKeys(text, path);
     try {

@@ -52,8 +52,8 @@ void keepUnknown(TomlNode &target, const TomlNode &original, const TomlSchema &s
 /// The member of \p table, which may be null.
 [[nodiscard]] const TomlNode *childOf(const TomlNode *table, const char *key);
 
-/// \p text with the values changed in which \p after differs from \p before, so that comments and lay-out stay; \p tree is \p text as parsed.
-/// nullopt when more than values changed.
+/// \p text with the values changed in which \p after differs from \p before, so that comments and lay-out stay; \p tree is \p text as
+/// parsed. nullopt when more than values changed.
 [[nodiscard]] std::optional<QByteArray> spliceChanges(const QByteArray &text, const TomlNode &tree, const TomlNode &before,
                                                       const TomlNode &after);
 
