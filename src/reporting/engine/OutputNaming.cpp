@@ -1,7 +1,7 @@
 #include "reporting/engine/OutputNaming.h"
 
-#include "core/RuntimeError.h"
 #include "platform/Files.h"
+#include "reporting/engine/Failure.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -81,10 +81,8 @@ QString fillFields(const QString &text, const QMap<QString, QString> &values, co
         else if (const auto value = values.constFind(name); value != values.constEnd())
             filled += *value;
         else
-            raise(err::reportFailed,
-                  QStringLiteral("%1 names the unknown field {%2}. The fields are: {%3}.")
-                      .arg(where, name, (values.keys() + kept).join(QStringLiteral("}, {"))),
-                  kFrameworkSource);
+            failReport(QStringLiteral("%1 names the unknown field {%2}. The fields are: {%3}.")
+                           .arg(where, name, (values.keys() + kept).join(QStringLiteral("}, {"))));
         at = close + 1;
     }
     return filled + text.mid(at);

@@ -1,6 +1,6 @@
 #include "reporting/engine/Period.h"
 
-#include "core/RuntimeError.h"
+#include "reporting/engine/Failure.h"
 
 #include <QStringList>
 #include <QTimeZone>
@@ -19,8 +19,7 @@ constexpr char kPhrases[] = "today, yesterday, last [N] hours|days|weeks|months,
 
 [[noreturn]] void refuse(const QString &phrase)
 {
-    raise(err::reportFailed, QStringLiteral("\"%1\" is not a period. Write one of: %2.").arg(phrase, QString::fromLatin1(kPhrases)),
-          kFrameworkSource);
+    failReport(QStringLiteral("\"%1\" is not a period. Write one of: %2.").arg(phrase, QString::fromLatin1(kPhrases)));
 }
 
 QString localText(Instant instant)
@@ -172,9 +171,8 @@ PeriodRange resolvePeriod(const QString &phrase, const Clock &clock)
 PeriodRange periodBetween(QDate from, QDate to, const Clock &)
 {
     if (from.isValid() && to.isValid() && from > to)
-        raise(err::reportFailed,
-              QStringLiteral("The period ends before it begins: from %1 to %2.").arg(from.toString(Qt::ISODate), to.toString(Qt::ISODate)),
-              kFrameworkSource);
+        failReport(
+            QStringLiteral("The period ends before it begins: from %1 to %2.").arg(from.toString(Qt::ISODate), to.toString(Qt::ISODate)));
     if (!from.isValid() && !to.isValid())
         return allTime();
     if (from.isValid() && to.isValid())

@@ -1,7 +1,7 @@
 #include "reporting/engine/ReportPlan.h"
 
-#include "core/RuntimeError.h"
 #include "reporting/engine/ColumnGuess.h"
+#include "reporting/engine/Failure.h"
 #include "reporting/engine/OutputNaming.h"
 
 #include <algorithm>
@@ -22,10 +22,9 @@ std::size_t fieldIndex(const QString &field, const QString &layoutName, std::spa
     QStringList names;
     for (const ResultColumn &column : result)
         names.append(QString::fromStdString(column.name));
-    raise(err::reportFailed,
-          QStringLiteral("The layout %1 names the column \"%2\", which the query's result does not have. The result's columns are: %3.")
-              .arg(layoutName, field, names.join(QStringLiteral(", "))),
-          kFrameworkSource);
+    failReport(
+        QStringLiteral("The layout %1 names the column \"%2\", which the query's result does not have. The result's columns are: %3.")
+            .arg(layoutName, field, names.join(QStringLiteral(", "))));
 }
 
 /// Every field that grouping, totals and chart name must be there, whether or not the format shows them.
@@ -222,7 +221,7 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
         if (!placed[i] && !used.onlyListed)
             place({}, i);
     if (plan.columns.empty())
-        raise(err::reportFailed, QStringLiteral("The layout %1 shows no column. Make one visible.").arg(layoutName), kFrameworkSource);
+        failReport(QStringLiteral("The layout %1 shows no column. Make one visible.").arg(layoutName));
     plan.inResultOrder = plan.resultIndex.size() == result.size();
     for (std::size_t i = 0; i < plan.resultIndex.size(); ++i)
         plan.inResultOrder = plan.inResultOrder && plan.resultIndex[i] == i;

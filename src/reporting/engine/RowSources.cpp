@@ -1,7 +1,7 @@
 #include "reporting/engine/RowSources.h"
 
-#include "core/RuntimeError.h"
 #include "platform/Files.h"
+#include "reporting/engine/Failure.h"
 #include "reporting/engine/SqliteRowSource.h"
 
 namespace qm {
@@ -66,11 +66,9 @@ QString redacted(const QString &text)
 SourceDescription describeSource(const QString &dataSource, const QString &database)
 {
     if (!dataSource.isEmpty())
-        raise(err::reportFailed,
-              QStringLiteral("The query reads from the data source \"%1\". This version reads only a package's own event database: "
-                             "choose that in the query's data source.")
-                  .arg(redacted(dataSource)),
-              kFrameworkSource);
+        failReport(QStringLiteral("The query reads from the data source \"%1\". This version reads only a package's own event database: "
+                                  "choose that in the query's data source.")
+                       .arg(redacted(dataSource)));
     return {database, QStringLiteral("event database %1").arg(files::lastPart(database)), SqlDialect::Sqlite};
 }
 

@@ -1,7 +1,7 @@
 #include "reporting/engine/RunLedger.h"
 
-#include "core/RuntimeError.h"
 #include "platform/Files.h"
+#include "reporting/engine/Failure.h"
 #include "reporting/engine/ProcessIdentity.h"
 
 #include <QDir>
@@ -33,7 +33,7 @@ constexpr char kList[] = R"(SELECT id, query_file, description, package, "trigge
 
 [[noreturn]] void fail(sqlite3 *connection)
 {
-    raise(err::reportFailed, sqlite::message(connection), kFrameworkSource);
+    failReport(sqlite::message(connection));
 }
 
 void run(sqlite3 *connection, const char *sql)
@@ -70,7 +70,7 @@ void createTables(sqlite3 *connection)
     const int found = sqlite3_column_int(version.get(), 0);
     sqlite3_reset(version.get());
     if (found > kSchemaVersion)
-        raise(err::reportFailed, QStringLiteral("it belongs to a newer version of this program"), kFrameworkSource);
+        failReport(QStringLiteral("it belongs to a newer version of this program"));
     if (found == kSchemaVersion)
         return;
     run(connection, "BEGIN IMMEDIATE");
@@ -219,14 +219,12 @@ std::vector<LedgerEntry> RunLedger::list(int limit) const
         code = sqlite3_prepare_v2(connection.get(), kList, -1, &raw, nullptr);
     const sqlite::Statement statement(raw);
     if (code != SQLITE_OK)
-        raise(err::reportFailed, QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())),
-              kFrameworkSource);
+        failReport(QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())));
     sqlite3_bind_int(statement.get(), 1, limit > 0 ? limit : -1);
     while ((code = sqlite3_step(statement.get())) == SQLITE_ROW)
         entries.push_back(readEntry(statement.get()));
     if (code != SQLITE_DONE)
-        raise(err::reportFailed, QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())),
-              kFrameworkSource);
+        failReport(QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())));
     return entries;
 }
 

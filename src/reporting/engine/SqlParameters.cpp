@@ -1,6 +1,6 @@
 #include "reporting/engine/SqlParameters.h"
 
-#include "core/RuntimeError.h"
+#include "reporting/engine/Failure.h"
 
 #include <QTime>
 
@@ -121,12 +121,10 @@ void refuseUnknown(const Query &query, const QStringList &used, const QMap<QStri
         for (const QString &name : used)
             if (!known.contains(name, Qt::CaseInsensitive))
                 known.append(name);
-        raise(err::reportFailed,
-              QStringLiteral("The query \"%1\" has no parameter \"%2\". %3")
-                  .arg(query.Description, it.key(),
-                       known.isEmpty() ? QStringLiteral("It takes no parameters.")
-                                       : QStringLiteral("Its parameters are: %1.").arg(known.join(QStringLiteral(", ")))),
-              kFrameworkSource);
+        failReport(QStringLiteral("The query \"%1\" has no parameter \"%2\". %3")
+                       .arg(query.Description, it.key(),
+                            known.isEmpty() ? QStringLiteral("It takes no parameters.")
+                                            : QStringLiteral("Its parameters are: %1.").arg(known.join(QStringLiteral(", ")))));
     }
 }
 
@@ -140,10 +138,8 @@ std::optional<QString> givenValue(const QMap<QString, QString> &given, const QSt
 
 [[noreturn]] void raiseMissing(const Query &query, const QStringList &missing)
 {
-    raise(err::reportFailed,
-          QStringLiteral("The query \"%1\" needs values for: %2. Give each as a parameter, or put a default into the query file.")
-              .arg(query.Description, missing.join(QStringLiteral("; "))),
-          kFrameworkSource);
+    failReport(QStringLiteral("The query \"%1\" needs values for: %2. Give each as a parameter, or put a default into the query file.")
+                   .arg(query.Description, missing.join(QStringLiteral("; "))));
 }
 
 } // namespace
@@ -174,9 +170,7 @@ SqlValue readParameterValue(const QueryParameter &parameter, const QString &text
 {
     if (const auto value = readAs(parameter, text, today))
         return *value;
-    raise(err::reportFailed,
-          QStringLiteral("The parameter \"%1\" cannot be \"%2\". It must be %3.").arg(parameter.name, text, expectedForm(parameter)),
-          kFrameworkSource);
+    failReport(QStringLiteral("The parameter \"%1\" cannot be \"%2\". It must be %3.").arg(parameter.name, text, expectedForm(parameter)));
 }
 
 std::vector<BoundParameter> bindParameters(const Query &query, const QStringList &used, const QMap<QString, QString> &given,

@@ -1,6 +1,6 @@
 #include "reporting/engine/Sqlite.h"
 
-#include "core/RuntimeError.h"
+#include "reporting/engine/Failure.h"
 
 #include <cstring>
 
@@ -33,7 +33,7 @@ Statement prepare(sqlite3 *connection, const char *sql)
 {
     sqlite3_stmt *statement = nullptr;
     if (sqlite3_prepare_v2(connection, sql, -1, &statement, nullptr) != SQLITE_OK)
-        raise(err::reportFailed, message(connection), kFrameworkSource);
+        failReport(message(connection));
     return Statement(statement);
 }
 

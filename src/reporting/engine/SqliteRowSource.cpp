@@ -1,7 +1,7 @@
 #include "reporting/engine/SqliteRowSource.h"
 
-#include "core/RuntimeError.h"
 #include "platform/Files.h"
+#include "reporting/engine/Failure.h"
 #include "reporting/engine/SqlLexer.h"
 
 #include <QFileInfo>
@@ -18,11 +18,6 @@ constexpr auto kBusyTimeout = 10s;
 constexpr auto kBusyPause = 20ms;
 /// Virtual machine steps between two looks at the limits: about a millisecond.
 constexpr int kStepsPerLook = 20000;
-
-[[noreturn]] void fail(const QString &text)
-{
-    raise(err::reportFailed, text, kFrameworkSource);
-}
 
 } // namespace
 
@@ -106,21 +101,22 @@ void SqliteRowSource::prepare()
     if (const qsizetype nul = m_sql.indexOf(QChar(u'\0')); nul >= 0)
         raiseAt(QStringLiteral("The SQL holds a NUL character"), nul);
     if (firstStatementOffset(m_sql, 0, SqlDialect::Sqlite) < 0)
-        fail(QStringLiteral("The query has no SQL statement. Open it in the query editor and write one."));
+        failReport(QStringLiteral("The query has no SQL statement. Open it in the query editor and write one."));
     const char *rest = sql.constData();
     sqlite3_stmt *statement = nullptr;
     while (!statement) { // semicolons before the statement prepare to nothing
-        const int code = sqlite3_prepare_v2(m_connection.get(), rest, static_cast<int>(sql.cend() - rest + 1), &statement, &rest);
+        const char *begin = rest;
+        const int code = sqlite3_prepare_v2(m_connection.get(), begin, static_cast<int>(sql.cend() - begin + 1), &statement, &rest);
         if (code == SQLITE_OK && rest != sql.cend())
             continue;
         if (code != SQLITE_OK) {
             m_limits.check();
             if (!m_guard.refusal().isEmpty())
-                fail(QStringLiteral("The SQL of a report may only read. Refused: %1.").arg(m_guard.refusal()));
+                failReport(QStringLiteral("The SQL of a report may only read. Refused: %1.").arg(m_guard.refusal()));
             const int offset = sqlite3_error_offset(m_connection.get());
             if (const int kind = code & 0xFF; offset < 0 && kind != SQLITE_ERROR)
                 raiseRunning(code);
-            const auto before = rest - sql.cbegin();
+            const auto before = begin - sql.cbegin();
             raiseAt(sqlite::message(m_connection.get()), offset < 0 ? -1 : QString::fromUtf8(sql.constData(), before + offset).size());
         }
         break;
@@ -130,9 +126,9 @@ void SqliteRowSource::prepare()
     if (const qsizetype second = firstStatementOffset(m_sql, done, SqlDialect::Sqlite); second >= 0)
         raiseAt(QStringLiteral("A report runs one statement, and here a second one begins"), second);
     if (!sqlite3_stmt_readonly(statement))
-        fail(QStringLiteral("The SQL of a report may only read, and this statement writes."));
+        failReport(QStringLiteral("The SQL of a report may only read, and this statement writes."));
     if (sqlite3_column_count(statement) == 0)
-        fail(QStringLiteral("The SQL gives no columns. A report needs a statement that selects."));
+        failReport(QStringLiteral("The SQL gives no columns. A report needs a statement that selects."));
 }
 
 void SqliteRowSource::bind(const std::vector<BoundParameter> &parameters)
@@ -141,13 +137,13 @@ void SqliteRowSource::bind(const std::vector<BoundParameter> &parameters)
     for (int index = 1; index <= sqlite3_bind_parameter_count(statement); ++index) {
         const char *mark = sqlite3_bind_parameter_name(statement, index);
         if (!mark || *mark == '?')
-            fail(QStringLiteral("The SQL has the nameless parameter \"?\". Write parameters as :name."));
+            failReport(QStringLiteral("The SQL has the nameless parameter \"?\". Write parameters as :name."));
         const QString name = QString::fromUtf8(mark + 1);
         const auto found = std::find_if(parameters.begin(), parameters.end(), [&](const BoundParameter &parameter) {
             return parameter.name.compare(name, Qt::CaseInsensitive) == 0;
         });
         if (found == parameters.end())
-            fail(QStringLiteral("The SQL's parameter \"%1\" has no value.").arg(name));
+            failReport(QStringLiteral("The SQL's parameter \"%1\" has no value.").arg(name));
         if (const auto *integer = std::get_if<std::int64_t>(&found->value))
             sqlite3_bind_int64(statement, index, *integer);
         else if (const auto *real = std::get_if<double>(&found->value))
@@ -213,13 +209,14 @@ void SqliteRowSource::raiseOpening(int code) const
     switch (code & 0xFF) {
     case SQLITE_READONLY:
     case SQLITE_CANTOPEN:
-        fail(QStringLiteral(
-                 "The event database %1 cannot be read by this user: %2. Either an import that was broken off left it in need of recovery, "
-                 "or its write-ahead log lies in a folder that this user may not write. Open it once as a user who may write to %3, "
-                 "or give this user the right to write there.")
-                 .arg(m_path, words, folder));
+        failReport(
+            QStringLiteral(
+                "The event database %1 cannot be read by this user: %2. Either an import that was broken off left it in need of recovery, "
+                "or its write-ahead log lies in a folder that this user may not write. Open it once as a user who may write to %3, "
+                "or give this user the right to write there.")
+                .arg(m_path, words, folder));
     case SQLITE_NOTADB:
-        fail(QStringLiteral("%1 is not an event database: %2. Choose another file, or import the events again.").arg(m_path, words));
+        failReport(QStringLiteral("%1 is not an event database: %2. Choose another file, or import the events again.").arg(m_path, words));
     default:
         raiseRunning(code);
     }
@@ -233,14 +230,15 @@ void SqliteRowSource::raiseRunning(int code) const
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
     case SQLITE_PROTOCOL:
-        fail(QStringLiteral(
-                 "The event database %1 was locked by another program for %2 seconds (an import?): %3. Run the report again when that "
-                 "program has finished.")
-                 .arg(m_path)
-                 .arg(std::chrono::seconds(kBusyTimeout).count())
-                 .arg(words));
+        failReport(
+            QStringLiteral(
+                "The event database %1 was locked by another program for %2 seconds (an import?): %3. Run the report again when that "
+                "program has finished.")
+                .arg(m_path)
+                .arg(std::chrono::seconds(kBusyTimeout).count())
+                .arg(words));
     case SQLITE_CORRUPT:
-        fail(
+        failReport(
             QStringLiteral("The event database %1 is damaged: %2. Restore it from a copy, or import the events again.").arg(m_path, words));
     case SQLITE_FULL:
         raise(err::diskFull, QStringLiteral("while sorting rows of %1: %2").arg(m_path, words), kFrameworkSource);
@@ -250,19 +248,19 @@ void SqliteRowSource::raiseRunning(int code) const
         throw std::bad_alloc();
     case SQLITE_AUTH:
         if (!m_guard.refusal().isEmpty())
-            fail(QStringLiteral("The SQL of a report may only read. Refused: %1.").arg(m_guard.refusal()));
+            failReport(QStringLiteral("The SQL of a report may only read. Refused: %1.").arg(m_guard.refusal()));
         [[fallthrough]];
     default:
-        fail(QStringLiteral("The database %1 reports: %2.").arg(m_path, words));
+        failReport(QStringLiteral("The database %1 reports: %2.").arg(m_path, words));
     }
 }
 
 void SqliteRowSource::raiseAt(const QString &words, qsizetype offset) const
 {
     if (offset < 0)
-        fail(QStringLiteral("The SQL is refused: %1.").arg(words));
+        failReport(QStringLiteral("The SQL is refused: %1.").arg(words));
     const SqlPosition position = sqlPosition(m_sql, offset);
-    fail(QStringLiteral("The SQL is refused in line %1, column %2: %3.").arg(position.line).arg(position.column).arg(words));
+    failReport(QStringLiteral("The SQL is refused in line %1, column %2: %3.").arg(position.line).arg(position.column).arg(words));
 }
 
 } // namespace qm

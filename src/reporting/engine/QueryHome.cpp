@@ -1,0 +1,76 @@
+#include "reporting/engine/QueryHome.h"
+
+#include "framework/ConfigReaders.h"
+#include "framework/QueryFiles.h"
+#include "platform/Files.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace qm {
+
+namespace {
+
+constexpr char kGroupsFolder[] = "Query Groups", kPackagesFile[] = "Packages.ini";
+
+QString withSeparator(const QString &folder)
+{
+    QString native = QDir::toNativeSeparators(folder);
+    return native.endsWith(kSep) ? native : native + kSep;
+}
+
+} // namespace
+
+QueryHome findQueryHome(const QString &queryFile, const QString &installPath)
+{
+    QueryHome home;
+    const QFileInfo group(QFileInfo(queryFile).absolutePath());
+    const QFileInfo groups(group.path());
+    if (groups.fileName().compare(QLatin1String(kGroupsFolder), Qt::CaseInsensitive) != 0)
+        return home;
+    home.group = group.fileName();
+    home.packageFolder = withSeparator(groups.path());
+    if (installPath.isEmpty())
+        return home;
+    IniPackageConfigReader reader;
+    for (const auto &package : reader.ReadPackages(installPath + QLatin1String(kPackagesFile))) {
+        const QString folder = withSeparator(package->InstallPath);
+        if (folder.compare(home.packageFolder, Qt::CaseInsensitive) != 0 && !files::sameFile(folder, home.packageFolder))
+            continue;
+        home.package = package->PackageName;
+        home.database = package->Database;
+        break;
+    }
+    return home;
+}
+
+QString installationAbove(const QString &queryFile)
+{
+    for (QDir folder = QFileInfo(queryFile).absoluteDir();; folder.setPath(QFileInfo(folder.path()).path())) {
+        if (QFileInfo(folder.filePath(QLatin1String(kPackagesFile))).isFile())
+            return withSeparator(folder.path());
+        if (folder.isRoot())
+            return {};
+    }
+}
+
+std::shared_ptr<Query> readQueryFile(const QString &path)
+{
+    return TomlQueryAccess().ReadFile(path);
+}
+
+QString layoutPath(const QString &reportFile, const QString &packageFolder)
+{
+    if (reportFile.isEmpty())
+        return {};
+    QString native = reportFile;
+    native.replace(u'\\', u'/');
+    return QDir::isAbsolutePath(native) ? native : packageFolder + QDir::toNativeSeparators(native);
+}
+
+ReportLayout readLayoutFile(const QString &path)
+{
+    return TomlLayoutReader().ReadLayout(path);
+}
+
+} // namespace qm

@@ -1,0 +1,35 @@
+/// \file
+/// Where a query file belongs: its installation, package and report group; and what is read with it.
+#pragma once
+
+#include "framework/Query.h"
+#include "framework/ReportLayout.h"
+
+#include <QString>
+
+namespace qm {
+
+/// The package whose folder a query file lies in. All empty when it lies in none.
+struct QueryHome
+{
+    QString package;       ///< its name
+    QString packageFolder; ///< absolute, with trailing separator
+    QString database;      ///< absolute path of the embedded event database
+    QString group;         ///< name of the report group
+};
+
+/// Finds the package of \p queryFile: the folder above "Query Groups" in the installation \p installPath (with trailing separator; may be
+/// empty). \throws RuntimeError as the reader of "Packages.ini" does.
+[[nodiscard]] QueryHome findQueryHome(const QString &queryFile, const QString &installPath);
+
+/// The installation that \p queryFile lies in: the nearest folder above it that holds "Packages.ini", with trailing separator. Empty: none.
+[[nodiscard]] QString installationAbove(const QString &queryFile);
+
+/// \throws RuntimeError as the reader of query files does.
+[[nodiscard]] std::shared_ptr<Query> readQueryFile(const QString &path);
+/// Absolute path of the layout file that a query names; empty for the automatic layout.
+[[nodiscard]] QString layoutPath(const QString &reportFile, const QString &packageFolder);
+/// \throws RuntimeError as the reader of layout files does.
+[[nodiscard]] ReportLayout readLayoutFile(const QString &path);
+
+} // namespace qm

@@ -1,0 +1,57 @@
+/// \file
+/// One run of one report query, from its file to its output.
+#pragma once
+
+#include "reporting/engine/FileDelivery.h"
+#include "reporting/engine/ReportEngine.h"
+#include "reporting/engine/ReportPlan.h"
+#include "reporting/engine/RowSources.h"
+#include "reporting/engine/RunLedger.h"
+
+namespace qm {
+
+/// Made for one run and used once.
+class ReportRun final
+{
+public:
+    ReportRun(const EngineServices &services, const QString &queryFile, const RunOptions &options);
+
+    /// \throws RuntimeError; ledger and log have it then.
+    RunResult execute();
+
+private:
+    enum class Target { Nothing, Screen, ExactFile, NamedFile };
+
+    void prepare();
+    void chooseTarget();
+    void choosePeriod(const QStringList &used);
+    void chooseSource();
+    void produce();
+    void passRows(RowSource &source, const RowSample &sample, const ReportPlan &plan, ReportWriter &writer);
+    void deliver(RowSource &source, const RowSample &sample, const ReportPlan &plan);
+    void noteChanges(const WriterNotes &notes);
+    [[nodiscard]] OutputName nameOutput() const;
+
+    void addNote(const QString &text);
+    void logStart();
+    void end(const QString &status, const QString &error);
+    void logEnd();
+
+    const EngineServices &m_services;
+    const RunOptions &m_options;
+    QString m_queryFile;
+    std::shared_ptr<Query> m_query;
+    QString m_packageFolder, m_database, m_sql;
+    Target m_target = Target::NamedFile;
+    QString m_format;
+    SourceDescription m_source;
+    std::optional<PeriodRange> m_period;
+    RunFacts m_facts;
+    RunLimits m_limits;
+    ReportTail m_tail;
+    RunLedger m_ledger;
+    LedgerEntry m_entry;
+    RunResult m_result;
+};
+
+} // namespace qm
