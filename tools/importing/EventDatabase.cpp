@@ -99,7 +99,7 @@ void EventDatabase::open()
         failImport(err::pathFileAccess, QStringLiteral("%1 is a folder; name a database file in it").arg(m_path));
     if (!info.absoluteDir().exists())
         failImport(err::pathNotFound, QStringLiteral("%1: its folder does not exist; make it first").arg(m_path));
-    constexpr QFile::Permissions kAnyWrite = QFile::WriteOwner | QFile::WriteUser | QFile::WriteGroup | QFile::WriteOther;
+    constexpr QFile::Permissions kAnyWrite = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
     if (info.exists() && (info.permissions() & kAnyWrite) == QFile::Permissions())
         failImport(err::pathFileAccess, QStringLiteral("%1 is read-only; make it writable or name another file").arg(m_path));
     sqlite3 *opened = nullptr;

@@ -1,0 +1,291 @@
+// quillmark-import on CSV: what arrives, what is refused and where, and that whatever goes wrong leaves the old data whole.
+
+#include "ToolRun.h"
+
+#include <QTemporaryDir>
+
+using namespace qm::test;
+
+class ToolsImportTest final : public QObject
+{
+    Q_OBJECT
+
+private:
+    [[nodiscard]] QString path(const char *name) const { return m_folder->filePath(QString::fromLatin1(name)); }
+    [[nodiscard]] QStringList arguments(const char *kind, const QStringList &inputs) const
+    {
+        return QStringList{QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"), QString::fromLatin1(kind)} + inputs;
+    }
+    [[nodiscard]] ToolResult import(const char *kind, const QByteArray &csv) const
+    {
+        writeFile(path("in.csv"), csv);
+        return runTool("quillmark-import", arguments(kind, {path("in.csv")}));
+    }
+    [[nodiscard]] QStringList rows(const char *sql) const { return rowsOf(path("log.db"), QString::fromLatin1(sql)); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_folder->isValid());
+    }
+
+    void tricky_csv_arrives_as_it_was_written()
+    {
+        const ToolResult result = import("server", "\xEF\xBB\xBF"
+                                                   "id,Time_Generated,level,type,channel,computer,message,colour,event_id,user_name\r\n"
+                                                   "7,2026-11-20T10:00:00.123Z,Error,Error,,,\"two \"\"quoted\"\" words,\r\nand a\nsecond "
+                                                   "line\",red,4625,Ünïcode 用户 🙂\r\n"
+                                                   "9,2026-11-20 12:30:00+02:00,Warning,Warning,System,PC,\"\",,,\n"
+                                                   "8,\"2026-11-20\",Information,Audit Success,Security,\" PC \",\t,\"\"\"\",-5,O'Brien");
+        QCOMPARE(result.err.trimmed(),
+                 QStringLiteral("quillmark-import: %1: column \"colour\" is not known and is skipped").arg(path("in.csv")));
+        QCOMPARE(result.code, 0);
+        QCOMPARE(rows("SELECT id,time_generated,level,channel,computer,message,event_id,user_name FROM server_events ORDER BY id"),
+                 (QStringList{QStringLiteral("1|2026-11-20 10:00:00.123|Error|Unknown|(unknown)|two \"quoted\" words,\r\nand a\nsecond "
+                                             "line|4625|Ünïcode 用户 🙂"),
+                              QStringLiteral("2|2026-11-20 10:30:00.000|Warning|System|PC|~|~|~"),
+                              QStringLiteral("3|2026-11-20 00:00:00.000|Information|Security| PC |\t|-5|O'Brien")}));
+        QCOMPARE(rows("SELECT typeof(event_id) FROM server_events WHERE id=1"), QStringList{QStringLiteral("integer")});
+        QCOMPARE(rows("PRAGMA journal_mode"), QStringList{QStringLiteral("wal")});
+        QCOMPARE(rows("SELECT title FROM event_types WHERE event_id=4625"), QStringList{QStringLiteral("Failed logon")});
+        // Row ids go on after the largest one, whatever the file says.
+        QCOMPARE(import("server", "id,time_generated,level,type\n1,2026-11-21,Error,Error\n").code, 0);
+        QCOMPARE(rows("SELECT max(id) FROM server_events"), QStringList{QStringLiteral("4")});
+    }
+
+    void derived_columns_are_computed()
+    {
+        QCOMPARE(
+            import("mail", "time,event,sender,recipient,sender_domain\n2026-11-20,FAIL,\"\"\"a@b\"\"@EXAMPLE.Org>\",nobody,wrong.example\n")
+                .code,
+            0);
+        QCOMPARE(rows("SELECT sender_domain,recipient_domain FROM mail_events"), QStringList{QStringLiteral("example.org|~")});
+        QVERIFY(QFile::remove(path("log.db")));
+        const QByteArray head = "time,server,operation,result,path\n";
+        QByteArray csv = head;
+        for (const char *file : {"C:\\Data\\a.TXT", "C:\\root.ini", "\\\\srv\\share\\x\\y.tar.gz", "C:\\no.longextension", "plain",
+                                 "/srv/data/.profile", "C:\\folder\\"})
+            csv += QByteArray("2026-11-20,S,READ,SUCCESS,") + file + '\n';
+        QCOMPARE(import("file", csv).code, 0);
+        QCOMPARE(rows("SELECT folder,file_ext FROM file_events ORDER BY id"),
+                 (QStringList{QStringLiteral("C:\\Data|txt"), QStringLiteral("C:\\|ini"), QStringLiteral("\\\\srv\\share\\x|gz"),
+                              QStringLiteral("C:\\|~"), QStringLiteral("~|~"), QStringLiteral("/srv/data|profile"),
+                              QStringLiteral("C:\\folder|~")}));
+    }
+
+    void values_that_no_look_up_table_lists_are_told()
+    {
+        const ToolResult result = import("file", "time,server,operation,result\n2026-11-20,S,TELEPORT,SUCCESS\n");
+        QCOMPARE(result.code, 0);
+        QVERIFY2(result.err.contains(QStringLiteral("\"TELEPORT\" in column \"operation\" is not listed in file_operations")),
+                 qPrintable(result.err));
+    }
+
+    void a_fault_is_told_with_its_line_and_nothing_is_imported_data()
+    {
+        QTest::addColumn<QByteArray>("csv");
+        QTest::addColumn<QString>("expected");
+        const QByteArray head = "time_generated,level,type,event_id,message\n", good = "2026-11-20,Error,Error,1,text\n";
+        const auto row = [](const char *name, const QByteArray &csv, const char *expected) {
+            QTest::newRow(name) << csv << QString::fromUtf8(expected);
+        };
+        row("empty file", "", "line 1: the file is empty");
+        row("no known column", "a,b\n1,2\n", "line 1: the first line names no column of server_events");
+        row("required column missing", "time_generated,level\n",
+            "line 1: the first line lacks what every row of server_events needs: type");
+        row("column twice", "level,type,time_generated,LEVEL\n", "line 1: the first line names the column \"LEVEL\" twice");
+        row("too few fields", head + good + "2026-11-20,Error,Error,1\n",
+            "line 3: the record has 4 fields, but the first line names 5 columns");
+        row("too many fields", head + good + "2026-11-20,Error,Error,1,a,b\n", "line 3: the record has 6 fields");
+        row("blank line", head + good + "\n" + good, "line 3: the line is empty");
+        row("quote in a bare field", head + good + "2026-11-20,Error,Error,1,say \"hi\"\n",
+            "line 3: a quotation mark stands inside a field");
+        row("text after a quoted field", head + "2026-11-20,Error,Error,1,\"say\" hi\n", "line 2: text follows the closing quotation mark");
+        row("never closed", head + good + "2026-11-20,Error,Error,1,\"say\nand\nso on\n",
+            "line 3: the quotation mark that begins a field on this line is never closed");
+        row("lines of a quoted field count", head + "2026-11-20,Error,Error,1,\"a\nb\nc\"\n2026-11-20,Error,Error,x1,d\n",
+            "line 5: column \"event_id\" holds \"x1\"");
+        row("lone carriage return", head + good + "2026-11-20,Error,Error,1,a\r2026-11-20,Error,Error,1,b\n",
+            "line 3: a carriage return that ends no line");
+        row("number too large", head + "2026-11-20,Error,Error,99999999999999999999,d\n", "line 2: column \"event_id\" holds");
+        row("no such day", head + good + "2026-02-29,Error,Error,1,d\n",
+            "line 3: column \"time_generated\" holds \"2026-02-29\", which is not a time");
+        row("time empty", head + good + ",Error,Error,1,d\n", "line 3: column \"time_generated\" is empty");
+        row("level empty", head + good + "2026-11-20,,Error,1,d\n", "line 3: column \"level\" is empty");
+        row("not UTF-8", head + good + "2026-11-20,Error,Error,1,caf\xE9\n", "line 3: the record holds bytes that are not UTF-8");
+        row("NUL", head + good + QByteArray("2026-11-20,Error,Error,1,a\0b\n", 29), "line 3: the record holds a NUL character");
+        row("binary event log", QByteArray("ElfFile\0\0", 9), "line 1: this is a binary Windows event log; export it as XML");
+        row("compressed", "\x1F\x8B\x08", "line 1: this file is compressed");
+    }
+    void a_fault_is_told_with_its_line_and_nothing_is_imported()
+    {
+        QFETCH(QByteArray, csv);
+        QFETCH(QString, expected);
+        QCOMPARE(import("server", "time_generated,level,type\n2026-11-19,Error,Error\n").code, 0);
+        const QByteArray before = readFile(path("log.db"));
+        writeFile(path("good.csv"), "time_generated,level,type\n2026-11-18,Error,Error\n");
+        writeFile(path("bad.csv"), csv);
+        const ToolResult result = runTool("quillmark-import", arguments("server", {path("good.csv"), path("bad.csv")}));
+        QCOMPARE(result.code, 1);
+        QVERIFY2(result.err.contains(path("bad.csv") + QStringLiteral(", ") + expected), qPrintable(result.err));
+        QVERIFY2(result.err.contains(QStringLiteral("nothing was imported")), qPrintable(result.err));
+        QCOMPARE(rows("SELECT id,time_generated FROM server_events"), QStringList{QStringLiteral("1|2026-11-19 00:00:00.000")});
+        QCOMPARE(readFile(path("log.db")), before);
+    }
+
+    void databases_that_are_not_ours_stay_as_they_are()
+    {
+        const QByteArray csv = "time_generated,level,type\n2026-11-20,Error,Error\n";
+        const auto refused = [&](const char *kind, const char *why) {
+            const QByteArray before = readFile(path("log.db"));
+            const ToolResult result = import(kind, csv);
+            return result.code == 1 && result.err.contains(QString::fromUtf8(why)) && readFile(path("log.db")) == before
+                       ? QString()
+                       : QStringLiteral("%1: %2").arg(result.code).arg(result.err);
+        };
+        writeFile(path("log.db"), QByteArray(4096, 'x'));
+        QCOMPARE(refused("server", "is not an SQLite database"), QString());
+        QVERIFY(QFile::remove(path("log.db")));
+        sqlite3 *other = nullptr;
+        QCOMPARE(sqlite3_open(path("log.db").toUtf8().constData(), &other), SQLITE_OK);
+        QCOMPARE(sqlite3_exec(other, "CREATE TABLE accounts(a); INSERT INTO accounts VALUES(1)", nullptr, nullptr, nullptr), SQLITE_OK);
+        QCOMPARE(refused("server", "is a database of something else: it has tables, but no table \"server_events\""), QString());
+        QCOMPARE(sqlite3_exec(other, "CREATE TABLE server_events(id, level)", nullptr, nullptr, nullptr), SQLITE_OK);
+        QCOMPARE(refused("server", "lacks the columns time_generated, record_id"), QString());
+        sqlite3_close(other);
+        QVERIFY(QFile::remove(path("log.db")));
+        QCOMPARE(import("server", csv).code, 0);
+        QVERIFY(QFile::setPermissions(path("log.db"), QFile::ReadOwner | QFile::ReadGroup));
+        QCOMPARE(refused("server", "is read-only"), QString());
+        const ToolResult lost = runTool("quillmark-import", {QStringLiteral("--database"), path("no/such/log.db"), QStringLiteral("--kind"),
+                                                             QStringLiteral("server"), path("in.csv")});
+        QCOMPARE(lost.code, 1);
+        QVERIFY2(lost.err.contains(QStringLiteral("its folder does not exist")), qPrintable(lost.err));
+    }
+
+    void wrong_usage_ends_with_2()
+    {
+        const QString input = path("in.csv");
+        for (const QStringList &wrong :
+             {QStringList{}, QStringList{QStringLiteral("--kind"), QStringLiteral("server"), input}, arguments("disk", {input}),
+              arguments("server", {}), arguments("mail", {QStringLiteral("--format"), QStringLiteral("syslog"), input}),
+              arguments("server", {QStringLiteral("--format"), QStringLiteral("pdf"), input}),
+              arguments("server", {QStringLiteral("--colour"), input})}) {
+            const ToolResult result = runTool("quillmark-import", wrong);
+            QVERIFY2(result.code == 2 && result.err.contains(QStringLiteral("usage:")), qPrintable(wrong.join(u' ')));
+        }
+        const ToolResult missing = runTool("quillmark-import", arguments("server", {path("none.csv")}));
+        QCOMPARE(missing.code, 1);
+        QVERIFY2(missing.err.contains(QStringLiteral("there is no such file")), qPrintable(missing.err));
+        QVERIFY(!QFile::exists(path("log.db")));
+        QCOMPARE(runTool("quillmark-import", {QStringLiteral("--help")}).code, 0);
+    }
+
+    void a_killed_import_leaves_the_old_data_whole()
+    {
+        QCOMPARE(import("server", "time_generated,level,type\n2026-11-19,Error,Error\n").code, 0);
+        constexpr int kRows = 60'000;
+        QByteArray csv = "time_generated,level,type,message\n";
+        for (int i = 0; i < kRows; ++i)
+            csv += "2026-11-20,Error,Error,\"row " + QByteArray::number(i) + " of an import that does not end well\"\n";
+        writeFile(path("long.csv"), csv);
+        qint64 expected = 1;
+        for (const int delayMs : {30, 90, 150, 220, 300, 400, 600}) {
+            QProcess process;
+            process.start(toolPath("quillmark-import"), arguments("server", {path("long.csv")}));
+            if (!process.waitForFinished(delayMs))
+                process.kill();
+            process.waitForFinished();
+            const qint64 count = rows("SELECT count(*) FROM server_events").value(0).toLongLong();
+            QVERIFY2(count == expected || count == expected + kRows, qPrintable(QString::number(count)));
+            expected = count;
+            QCOMPARE(rows("PRAGMA integrity_check"), QStringList{QStringLiteral("ok")});
+        }
+        QCOMPARE(runTool("quillmark-import", arguments("server", {path("long.csv")})).code, 0);
+        QCOMPARE(rows("SELECT count(*) FROM server_events"), QStringList{QString::number(expected + kRows)});
+    }
+
+    void a_second_importer_waits_and_readers_see_all_or_nothing()
+    {
+        const QByteArray head = "time_generated,level,type,message\n", row = "2026-11-20,Error,Error," + QByteArray(200, 'm') + '\n';
+        constexpr int kRows = 10'000;
+        QProcess first; // holds the database until its standard input ends
+        first.start(toolPath("quillmark-import"), arguments("server", {QStringLiteral("-")}));
+        QVERIFY(first.waitForStarted());
+        first.write(head + row.repeated(kRows / 2));
+        const auto journal = path("log.db-wal");
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(journal), 10'000);
+        QTest::qWait(500);
+        writeFile(path("second.csv"), head + row);
+        const ToolResult impatient = runTool("quillmark-import", QStringList{QStringLiteral("--wait"), QStringLiteral("1")} +
+                                                                     arguments("server", {path("second.csv")}));
+        QCOMPARE(impatient.code, 1);
+        QVERIFY2(impatient.err.contains(QStringLiteral("is in use by another program that writes to it; waited 1 seconds")),
+                 qPrintable(impatient.err));
+        QProcess second;
+        second.start(toolPath("quillmark-import"), arguments("server", {path("second.csv")}));
+        QVERIFY(!second.waitForFinished(1000));
+        QCOMPARE(rows("SELECT count(*) FROM sqlite_schema"), QStringList{QStringLiteral("0")});
+        first.write(row.repeated(kRows / 2));
+        first.closeWriteChannel();
+        QVERIFY(first.waitForFinished(60'000));
+        QCOMPARE(first.exitCode(), 0);
+        QVERIFY(second.waitForFinished(60'000));
+        QCOMPARE(second.exitCode(), 0);
+        QCOMPARE(rows("SELECT count(*), max(id) FROM server_events"), QStringList{QStringLiteral("%1|%1").arg(kRows + 1)});
+    }
+
+    void an_interrupted_import_says_so()
+    {
+        QProcess process;
+        process.start(toolPath("quillmark-import"), arguments("server", {QStringLiteral("-")}));
+        QVERIFY(process.waitForStarted());
+        const QByteArray row = "2026-11-20,Error,Error\n";
+        process.write("time_generated,level,type\n" + row.repeated(30'000));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path("log.db-wal")), 10'000);
+        process.terminate();
+        process.write(row.repeated(30'000));
+        process.closeWriteChannel();
+        QVERIFY(process.waitForFinished(30'000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 1);
+        QVERIFY(process.readAllStandardError().contains("interrupted"));
+        QCOMPARE(rows("SELECT count(*) FROM sqlite_schema"), QStringList{QStringLiteral("0")});
+    }
+
+    void real_events_arrive_row_for_row()
+    {
+        const QString data = qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/../shared/data/");
+        if (!QFile::exists(data + QStringLiteral("build_db.py")))
+            QSKIP("the shared event data is not on this machine");
+        if (QProcess::execute(QStringLiteral("python3"), {data + QStringLiteral("build_db.py"), data, path("reference")}) != 0)
+            QSKIP("python3 is not on this machine");
+        const QMap<QString, QString> tables{{QStringLiteral("server"), QStringLiteral("event_types,logon_types,server_events")},
+                                            {QStringLiteral("mail"), QStringLiteral("mail_event_types,mail_status,mail_events")},
+                                            {QStringLiteral("file"), QStringLiteral("file_operations,file_events")}};
+        for (auto i = tables.begin(); i != tables.end(); ++i) {
+            const QString database = m_folder->filePath(i.key() + QStringLiteral(".db"));
+            const QString reference = m_folder->filePath(QStringLiteral("reference/") + i.key() + QStringLiteral(".db"));
+            const ToolResult result = runTool("quillmark-import", {QStringLiteral("--database"), database, QStringLiteral("--kind"),
+                                                                   i.key(), data + i.key() + QStringLiteral("_events.csv")});
+            QVERIFY2(result.code == 0, qPrintable(result.err));
+            for (const QString &table : i.value().split(u',')) {
+                const QStringList all =
+                    rowsOf(reference, QStringLiteral("SELECT name FROM pragma_table_info('%1') WHERE name<>'id'").arg(table));
+                const QString columns = all.join(u',');
+                const QString sql = QStringLiteral("SELECT %1 FROM %2 ORDER BY %1").arg(columns, table);
+                const QStringList expected = rowsOf(reference, sql);
+                QVERIFY2(expected.size() > 5, qPrintable(table));
+                QVERIFY2(rowsOf(database, sql) == expected, qPrintable(table));
+            }
+            const QString schema = QStringLiteral("SELECT type, name FROM sqlite_schema ORDER BY name");
+            QCOMPARE(rowsOf(database, schema), rowsOf(reference, schema));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(ToolsImportTest)
+#include "tools_import_test.moc"

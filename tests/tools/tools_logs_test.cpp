@@ -1,0 +1,230 @@
+// quillmark-import on what machines log by themselves: syslog, the journal, Windows events; and the texts of times.
+
+#include "ToolRun.h"
+
+#include "importing/TimeText.h"
+
+#include <QDateTime>
+#include <QTemporaryDir>
+
+using namespace qm;
+using namespace qm::test;
+
+class ToolsLogsTest final : public QObject
+{
+    Q_OBJECT
+
+private:
+    [[nodiscard]] QString path(const char *name) const { return m_folder->filePath(QString::fromLatin1(name)); }
+    [[nodiscard]] ToolResult import(const char *name, const QByteArray &log, const QStringList &more = {}) const
+    {
+        writeFile(path(name), log);
+        return runTool("quillmark-import",
+                       QStringList{QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"), QStringLiteral("server")} +
+                           more + QStringList{path(name)});
+    }
+    [[nodiscard]] QStringList rows(const char *columns) const
+    {
+        return rowsOf(path("log.db"), QStringLiteral("SELECT %1 FROM server_events ORDER BY id").arg(QString::fromLatin1(columns)));
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_folder->isValid());
+    }
+
+    void times_become_utc_text_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected"); // empty: refused
+        const auto row = [](const char *text, const char *expected) {
+            QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(expected);
+        };
+        row("2026-11-20T08:15:30.123Z", "2026-11-20 08:15:30.123");
+        row("2026-11-20 08:15:30", "2026-11-20 08:15:30.000");
+        row("2026-11-20T08:15", "2026-11-20 08:15:00.000");
+        row("2026-11-20", "2026-11-20 00:00:00.000");
+        row("2026-11-20T08:15:30.9999999Z", "2026-11-20 08:15:30.999");
+        row("2026-11-20T08:15:30,5Z", "2026-11-20 08:15:30.500");
+        row("2026-01-01T00:30:00+02:00", "2025-12-31 22:30:00.000");
+        row("2026-11-20T08:15:30-0330", "2026-11-20 11:45:30.000");
+        row("2026-11-20 08:15:30 +01", "2026-11-20 07:15:30.000");
+        row("2024-02-29T23:59:60Z", "2024-03-01 00:00:00.000");
+        row("0001-01-01T00:00:00Z", "0001-01-01 00:00:00.000");
+        row("9999-12-31T23:59:59.999Z", "9999-12-31 23:59:59.999");
+        for (const char *wrong :
+             {"", "2026-11-20T", "2026-11-20T24:00:00Z", "2026-13-01", "2100-02-29", "20/11/2026", "2026-11-20T08:15:30+25:00",
+              "2026-11-20T08:15:30.Z", "2026-11-20T08:15:30Z ", "0001-01-01T00:00:00+01:00", "9999-12-31T23:59:59-01:00", "1700000000"})
+            row(wrong, "");
+    }
+    void times_become_utc_text()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        const auto time = parseEventTime(text.toStdString());
+        QCOMPARE(time ? QString::fromStdString(eventTimeText(*time)) : QString(), expected);
+        if (time)
+            QCOMPARE(*time, QDateTime::fromString(expected + u'Z', Qt::ISODateWithMs).toMSecsSinceEpoch());
+    }
+
+    void syslog_rfc_5424()
+    {
+        const QByteArray log =
+            "<34>1 2026-11-20T22:14:15.003Z mymachine.example.com su 231 ID47 - \xEF\xBB\xBF'su root' failed for lonvick on /dev/pts/8\n"
+            "<165>1 2026-11-20T05:14:15.000003-07:00 192.0.2.1 myproc 8710 - [ex@32473 iut=\"3\" note=\"a \\] and \\\" in it\"][x y=\"z\"] "
+            "%% It's time.\n"
+            "<191>1 2026-11-20T00:00:00Z - - - - -\n";
+        QCOMPARE(import("app.log", log).err, QString());
+        QCOMPARE(
+            rows("time_generated,level,type,source,channel,category,computer,process,message,data_source"),
+            (QStringList{QStringLiteral("2026-11-20 22:14:15.003|Critical|Critical|su|auth|ID47|mymachine.example.com|su[231]|'su root' "
+                                        "failed for lonvick on /dev/pts/8|syslog:app.log"),
+                         QStringLiteral("2026-11-20 12:14:15.000|Information|Information|myproc|local4|~|192.0.2.1|myproc[8710]|[ex@32473 "
+                                        "iut=\"3\" note=\"a \\] and \\\" in it\"][x y=\"z\"] %% "
+                                        "It's time.|syslog:app.log"),
+                         QStringLiteral("2026-11-20 00:00:00.000|Verbose|Verbose|~|local7|~|(unknown)|~|~|syslog:app.log")}));
+    }
+
+    void syslog_rfc_3164_takes_zone_and_year_from_here()
+    {
+        // The tests run in Europe/Berlin; the file was last written on 2026-01-03.
+        const QByteArray log = "Dec 31 23:59:58 host sshd[812]: Failed password for root from 198.51.100.7 port 4711 ssh2\r\n"
+                               "Jan  1 00:30:00 host kernel: [ 1.5] eth0: link up\r\n"
+                               "<11>Jan  2 08:00:00 host CRON[9]: (root) CMD (a: b)\n"
+                               "\tgoes on here\n\nand here\n"
+                               "Jul  1 12:00:00 host just words\n"
+                               "2026-01-02T09:00:00.5+01:00 host app: caf\xE9\n";
+        writeFile(path("messages"), log);
+        QFile file(path("messages"));
+        QVERIFY(file.open(QIODevice::Append));
+        QVERIFY(file.setFileTime(QDateTime(QDate(2026, 1, 3), QTime(12, 0), Qt::UTC), QFileDevice::FileModificationTime));
+        file.close();
+        const ToolResult result = runTool("quillmark-import", {QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"),
+                                                               QStringLiteral("server"), path("messages")});
+        QCOMPARE(result.err, QString());
+        QCOMPARE(rows("time_generated,level,source,channel,computer,process,message"),
+                 (QStringList{
+                     QStringLiteral("2025-12-31 22:59:58.000|Information|sshd|syslog|host|sshd[812]|Failed password for root from "
+                                    "198.51.100.7 port 4711 ssh2"),
+                     QStringLiteral("2025-12-31 23:30:00.000|Information|kernel|syslog|host|~|[ 1.5] eth0: link up"),
+                     QStringLiteral("2026-01-02 07:00:00.000|Error|CRON|user|host|CRON[9]|(root) CMD (a: b)\n\tgoes on here\n\nand here"),
+                     QStringLiteral("2025-07-01 10:00:00.000|Information|~|syslog|host|~|just words"),
+                     QStringLiteral("2026-01-02 08:00:00.500|Information|app|syslog|host|~|caf\uFFFD")}));
+    }
+
+    void the_journal()
+    {
+        const QByteArray log =
+            R"({"__REALTIME_TIMESTAMP":"1795421430123456","PRIORITY":"3","SYSLOG_IDENTIFIER":"sshd","_COMM":"sshd","_EXE":"/usr/sbin/sshd","_HOSTNAME":"srv1","_UID":"0","SYSLOG_FACILITY":"4","_SYSTEMD_UNIT":"ssh.service","MESSAGE":"line one\nline two"})"
+            "\n"
+            R"({"__REALTIME_TIMESTAMP":"1795421431000000","MESSAGE":[99,97,102,195,169],"_TRANSPORT":"kernel","PRIORITY":["6","6"]})"
+            "\n"
+            R"({"__REALTIME_TIMESTAMP":"1795421432000000","MESSAGE":null,"_COMM":["a","b"],"_HOSTNAME":"srv1"})"
+            "\n";
+        QCOMPARE(import("journal.json", log).err, QString());
+        QCOMPARE(
+            rows("time_generated,level,source,channel,category,computer,user_name,process,message"),
+            (QStringList{QStringLiteral("2026-11-23 08:10:30.123|Error|sshd|auth|ssh.service|srv1|uid 0|/usr/sbin/sshd|line one\nline two"),
+                         QStringLiteral("2026-11-23 08:10:31.000|Information|~|kernel|~|(unknown)|~|~|café"),
+                         QStringLiteral("2026-11-23 08:10:32.000|Information|a\nb|journal|~|srv1|~|a\nb|~")}));
+        const ToolResult bad = import("bad.json", log + "{\"MESSAGE\":\n");
+        QCOMPARE(bad.code, 1);
+        QVERIFY2(bad.err.contains(QStringLiteral("bad.json, line 4: the line is not JSON")), qPrintable(bad.err));
+    }
+
+    void windows_events()
+    {
+        const QByteArray logon =
+            "<Event xmlns='http://schemas.microsoft.com/win/2004/08/events/event'><System><Provider "
+            "Name='Microsoft-Windows-Security-Auditing' Guid='{5}'/>"
+            "<EventID>4625</EventID><Version>0</Version><Level>0</Level><Task>12544</Task><Opcode>0</Opcode><Keywords>0x8010000000000000</"
+            "Keywords>"
+            "<TimeCreated SystemTime='2026-11-20T10:29:51.0261234Z'/><EventRecordID>440</EventRecordID><Channel>Security</Channel>"
+            "<Computer>SRV1.example.com</Computer><Security/></System><EventData><Data Name='SubjectUserName'>-</Data><Data "
+            "Name='TargetUserName'>m.okafor</Data>"
+            "<Data Name='TargetDomainName'>EXAMPLE</Data><Data Name='Status'>0xc000006d</Data><Data Name='SubStatus'>0xc000006a</Data>"
+            "<Data Name='LogonType'>3</Data><Data Name='ProcessName'>-</Data><Data "
+            "Name='IpAddress'>::ffff:192.0.2.7</Data></EventData></Event>";
+        const QByteArray created =
+            "<Event xmlns='http://schemas.microsoft.com/win/2004/08/events/event'><System><Provider "
+            "Name='Microsoft-Windows-Security-Auditing'/>"
+            "<EventID>4720</EventID><Level>0</Level><Task>13824</Task><Keywords>0x8020000000000000</Keywords><TimeCreated "
+            "SystemTime='2026-11-20T10:30:00Z'/>"
+            "<EventRecordID>441</EventRecordID><Channel>Security</Channel><Computer>SRV1</Computer></System><EventData>"
+            "<Data Name='TargetUserName'>new &amp; &#x7528;</Data><Data Name='SubjectUserName'>adm</Data><Data "
+            "Name='SubjectDomainName'>EXAMPLE</Data></EventData>"
+            "<RenderingInfo Culture='de-DE'><Message>Ein Benutzerkonto wurde "
+            "erstellt.\r\n\r\nKonto:\tnew</Message><Level>Informationen</Level><Task>Benutzerkontenverwaltung</Task></RenderingInfo></"
+            "Event>";
+        const QByteArray cleared = "<Event xmlns='http://schemas.microsoft.com/win/2004/08/events/event'><System><Provider "
+                                   "Name='Microsoft-Windows-Eventlog'/><EventID>1102</EventID>"
+                                   "<Level>4</Level><Task>104</Task><Keywords>0x4020000000000000</Keywords><TimeCreated "
+                                   "SystemTime='2026-11-20T10:31:00Z'/><EventRecordID>1</EventRecordID>"
+                                   "<Channel>Security</Channel><Computer>SRV1</Computer></System><UserData><LogFileCleared "
+                                   "xmlns='http://manifests.microsoft.com/win/2004/08/windows/eventlog'>"
+                                   "<SubjectUserSid>S-1-5-21-1</SubjectUserSid><SubjectUserName>admmig</"
+                                   "SubjectUserName><SubjectDomainName>OFFSEC</SubjectDomainName></LogFileCleared></UserData></Event>";
+        const QByteArray service = "<Event><System><Provider Name='Service Control Manager'/><EventID "
+                                   "Qualifiers='16384'>7036</EventID><Level>3</Level><Task>0</Task>"
+                                   "<Keywords>0x8080000000000000</Keywords><TimeCreated "
+                                   "SystemTime='2026-11-20T10:32:00Z'/><EventRecordID>5</EventRecordID><Channel>System</Channel>"
+                                   "<Computer>SRV1</Computer><Security "
+                                   "UserID='S-1-5-18'/></System><EventData><Data>plain</Data><Binary>5700</Binary></EventData></Event>";
+        const QStringList expected{
+            QStringLiteral("2026-11-20 10:29:51.026|440|4625|Information|Audit "
+                           "Failure|Logon|EXAMPLE|m.okafor|~|3|192.0.2.7|0xc000006a|Failed logon.\n\nSubjectUserName: -\nTargetUserName: "
+                           "m.okafor\nTargetDomainName: EXAMPLE\nStatus: 0xc000006d\nSubStatus: 0xc000006a\nLogonType: 3\nProcessName: "
+                           "-\nIpAddress: ::ffff:192.0.2.7"),
+            QStringLiteral("2026-11-20 10:30:00.000|441|4720|Information|Audit Success|Benutzerkontenverwaltung|EXAMPLE|adm|new & "
+                           "用|~|~|~|Ein Benutzerkonto wurde erstellt.\n\nKonto:\tnew"),
+            QStringLiteral("2026-11-20 10:31:00.000|1|1102|Information|Audit Success|Log clear|OFFSEC|admmig|~|~|~|~|Audit log "
+                           "cleared.\n\nSubjectUserSid: S-1-5-21-1\nSubjectUserName: "
+                           "admmig\nSubjectDomainName: OFFSEC"),
+            QStringLiteral(
+                "2026-11-20 10:32:00.000|5|7036|Warning|Warning|~|~|S-1-5-18|~|~|~|~|Service state changed.\n\nplain\nBinary: 5700")};
+        const char *columns = "time_generated,record_id,event_id,level,type,category,user_domain,user_name,target_user,logon_type,ip_"
+                              "address,status_code,message";
+        const QByteArray all = logon + '\n' + created + '\n' + cleared + '\n' + service;
+        const QString utf16 = QStringLiteral("\uFEFF<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n<Events>\r\n") + QString::fromUtf8(all) +
+                              QStringLiteral("</Events>");
+        for (const QByteArray &file :
+             {all, QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\r\n<Events>" + all + "</Events>\r\n"),
+              QByteArray(reinterpret_cast<const char *>(utf16.utf16()), utf16.size() * 2)}) {
+            QFile::remove(path("log.db"));
+            QCOMPARE(import("events.xml", file).err, QString());
+            QCOMPARE(rows(columns), expected);
+        }
+        const auto refusal = [&](const QByteArray &file) { return import("bad.xml", file).err; };
+        QVERIFY2(
+            refusal("<Events>\n" + all).contains(QStringLiteral("line 7: the XML is not well-formed: the file ends inside an element")),
+            qPrintable(refusal("<Events>\n" + all)));
+        QVERIFY2(refusal("<Events>\n\n" + logon + "<Event></Events>").contains(QStringLiteral("line 3: the XML is not well-formed")),
+                 qPrintable(refusal("<Events>\n\n" + logon + "<Event></Events>")));
+        QVERIFY(refusal("<html></html>").contains(QStringLiteral("the file holds no <Event>")));
+        QVERIFY(refusal("<!DOCTYPE a [<!ENTITY b \"c\">]><Events/>").contains(QStringLiteral("not well-formed")));
+        QByteArray timeless = logon;
+        timeless.replace("SystemTime", "Systemtime");
+        QVERIFY(refusal(all + "\n" + timeless).contains(QStringLiteral("line 7: the event has no time")));
+        QCOMPARE(rows("count(*)"), QStringList{QStringLiteral("4")});
+    }
+
+    void a_log_of_a_server_is_no_mail_log()
+    {
+        writeFile(path("app.log"), "<34>1 2026-11-20T22:14:15.003Z host su - - - text\n");
+        const ToolResult result = runTool("quillmark-import", {QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"),
+                                                               QStringLiteral("mail"), path("app.log")});
+        QCOMPARE(result.code, 1);
+        QVERIFY2(result.err.contains(QStringLiteral("this looks like syslog")), qPrintable(result.err));
+        // What no format recognises is taken for CSV, unless the format is named.
+        QVERIFY(import("words.log", "just words\n").err.contains(QStringLiteral("line 1: the first line names no column")));
+        QVERIFY(import("words.log", "just words\n", {QStringLiteral("--format"), QStringLiteral("syslog")})
+                    .err.contains(QStringLiteral("line 1: the line does not begin with a syslog time")));
+    }
+};
+
+QTEST_GUILESS_MAIN(ToolsLogsTest)
+#include "tools_logs_test.moc"
