@@ -52,8 +52,8 @@ std::int64_t firstUnixSecondAt(const WallTime &wall)
         raise(err::invalidProcedureCall, QStringLiteral("a due time without a date"));
     // No zone was ever more than 26 hours from UTC, and none changed twice within 15 minutes. Inside a stretch of one offset
     // the wall clock only grows, so the first stretch that reaches the wanted reading holds the answer.
-    constexpr std::int64_t reach = 26 * 3600;
-    constexpr std::int64_t step = 15 * 60;
+    constexpr std::int64_t reach = 93600; // s
+    constexpr std::int64_t step = 900;    // s
     zone::refresh();
     const std::int64_t wanted = wall.secondsSince({kUnixEpoch, 0});
     std::int64_t stretch = wanted - reach;

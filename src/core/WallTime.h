@@ -30,7 +30,7 @@ struct WallTime
     friend bool operator==(const WallTime &, const WallTime &) = default;
     friend std::strong_ordering operator<=>(const WallTime &a, const WallTime &b)
     {
-        if (const auto byDay = a.date.toJulianDay() <=> b.date.toJulianDay(); byDay != 0)
+        if (const auto byDay = a.date.toJulianDay() <=> b.date.toJulianDay(); std::is_neq(byDay))
             return byDay;
         return a.secondOfDay <=> b.secondOfDay;
     }

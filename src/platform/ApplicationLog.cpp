@@ -11,7 +11,7 @@ namespace qm {
 
 namespace {
 
-constexpr std::size_t kFileSize = 5 * 1024 * 1024;
+constexpr std::size_t kFileSize = 5U << 20U;
 constexpr std::size_t kOldFiles = 5;
 
 /// \p text on one line: what would break the line, move the cursor or change the reading direction is written as an escape.

@@ -20,6 +20,7 @@ namespace {
 constexpr mode_t kEverybody = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
 constexpr mode_t kOwner = S_IRUSR | S_IWUSR;
 constexpr mode_t kOthers = S_IRWXO;
+constexpr qsizetype kBlock = 65536;
 
 /// Gives the new file the old one's access list, where the file system keeps such lists.
 void copyAccessList(const QString &from, int to)
@@ -120,7 +121,7 @@ QByteArray readAll(const QString &path)
         bytes.resize(had + static_cast<qsizetype>(got));
         if (got == 0)
             return bytes;
-        room = std::max<qsizetype>(room - static_cast<qsizetype>(got), 64 * 1024);
+        room = std::max<qsizetype>(room - static_cast<qsizetype>(got), kBlock);
     }
 }
 

@@ -66,7 +66,7 @@ QString lastPart(const QString &path)
 QString setAside(const QString &path)
 {
     for (int number = 1;; ++number) {
-        const QString aside = path + QStringLiteral(".unreadable-%1").arg(number);
+        QString aside = path + QStringLiteral(".unreadable-%1").arg(number);
         if (entryExists(aside))
             continue;
         try {

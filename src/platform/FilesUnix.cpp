@@ -21,6 +21,7 @@ namespace {
 
 constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr mode_t kPermissionBits = S_IRWXU | S_IRWXG | S_IRWXO;
+constexpr std::size_t kBlock = 262144;
 
 struct Found
 {
@@ -50,7 +51,7 @@ void copyContent(const QString &from, Replacement &to)
     if (!S_ISREG(status.st_mode))
         raise(err::pathFileAccess, from + QStringLiteral(": is not a file"));
     to.open(status.st_mode & kPermissionBits);
-    std::vector<char> block(256 * 1024);
+    std::vector<char> block(kBlock);
     for (;;) {
         const ssize_t got = retrying([&] { return ::read(source.get(), block.data(), block.size()); });
         if (got < 0)

@@ -70,7 +70,7 @@ QString InstanceLock::holder() const
     QString host;
     QString program;
     const QString user = QFileInfo(m_state->path).owner();
-    const QString who = user.isEmpty() ? QStringLiteral("another user") : QStringLiteral("the user \"%1\"").arg(user);
+    QString who = user.isEmpty() ? QStringLiteral("another user") : QStringLiteral("the user \"%1\"").arg(user);
     if (!m_state->lock.getLockInfo(&process, &host, &program))
         return who;
     return QStringLiteral("%1 on the computer \"%2\" (%3, process %4)").arg(who, host, program).arg(process);

@@ -171,6 +171,8 @@ int main(int argc, char **argv)
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 4 && arguments[1] == u"--child"_qs)
         return runAsChild(app, arguments[2], arguments[3]);
+    const QTemporaryDir runtimeFolder; // for this run's pipes, seen by the child processes too
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
     PlatformInstanceTest test;
     return QTest::qExec(&test, argc, argv);
 }
