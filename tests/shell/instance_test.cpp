@@ -1,0 +1,56 @@
+// The finished program: one window per installation.
+
+#include "support/TempInstallation.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QtTest>
+
+using namespace qm::test;
+
+class InstanceTest final : public QObject
+{
+    Q_OBJECT
+
+    static constexpr int kStartMs = 20000;
+
+    static void start(QProcess &process)
+    {
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/quillmark"), QStringList());
+        QVERIFY(process.waitForStarted(kStartMs));
+    }
+
+private Q_SLOTS:
+    void a_second_start_ends_and_a_killed_one_does_not_block()
+    {
+        const TempInstallation installation;
+        const QByteArray jobs = "# kept as it is\n";
+        installation.write(QStringLiteral("Config/Jobs.cfg"), jobs);
+        const QString lock = installation.path() + QStringLiteral("Config/quillmark.lock");
+
+        QProcess first;
+        start(first);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(lock), kStartMs);
+        QTest::qWait(2500); // past the splash
+
+        QProcess second;
+        start(second);
+        QVERIFY(second.waitForFinished(kStartMs));
+        QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(second.exitCode(), 0);
+        QCOMPARE(first.state(), QProcess::Running);
+        QCOMPARE(installation.read(QStringLiteral("Config/Jobs.cfg")), jobs);
+
+        first.kill();
+        QVERIFY(first.waitForFinished(kStartMs));
+        QProcess third;
+        start(third);
+        QVERIFY(!third.waitForFinished(4000)); // stays open although the lock file is still there
+        third.kill();
+        QVERIFY(third.waitForFinished(kStartMs));
+    }
+};
+
+QTEST_GUILESS_MAIN(InstanceTest)
+#include "instance_test.moc"
