@@ -13,6 +13,12 @@ namespace qm::pdf {
 /// They are shown as a mark, so that no text can pass for another. Tab and line breaks are not among them.
 [[nodiscard]] bool isHiddenControl(char32_t character);
 
+/// True for the pictures of the C0 controls, U+2400 to U+2421.
+[[nodiscard]] inline bool isControlPicture(char32_t character)
+{
+    return character >= 0x2400 && character <= 0x2421;
+}
+
 /// True for line and paragraph separators, carriage return and line feed.
 [[nodiscard]] inline bool isLineBreak(char32_t character)
 {

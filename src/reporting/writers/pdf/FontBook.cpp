@@ -94,6 +94,9 @@ const FontBook::Slot &FontBook::resolve(TextStyle style, char32_t character)
     slot.rules = breakRules(character);
     slot.kind = isSimple(character) ? Kind::Simple : Kind::Complex;
     slot.face = isHiddenControl(character) ? kNoFace : faceFor(style, character);
+    slot.missing = slot.face == kNoFace;
+    if (slot.missing && isControlPicture(character))
+        slot.kind = Kind::Complex; // the shaper spells it out
     if (slot.kind == Kind::Complex)
         return slot;
     GlyphCode code;
@@ -101,7 +104,6 @@ const FontBook::Slot &FontBook::resolve(TextStyle style, char32_t character)
     appendUtf8(text, character);
     if (slot.face == kNoFace) {
         code = missingGlyph(text);
-        slot.missing = true;
     } else if (character < 0x80) {
         const Ascii &table = ascii(style);
         code = {table.font, small(character), table.width[character]};
@@ -193,6 +195,27 @@ FontBook::GlyphCode FontBook::glyphCode(std::int16_t face, std::uint32_t glyph, 
     const GlyphCode code = give(wideFont(face), glyph, text);
     m_glyphCodes.emplace(m_key, code);
     return code;
+}
+
+FontBook::GlyphCode FontBook::partCode(std::int16_t face, std::uint32_t glyph, std::string_view text, Em width)
+{
+    m_key.assign("part");
+    for (const std::uint32_t number : {static_cast<std::uint32_t>(face), glyph, static_cast<std::uint32_t>(width)})
+        appendHex(m_key, number, 8);
+    m_key += text;
+    const auto known = m_glyphCodes.find(m_key);
+    if (known != m_glyphCodes.end())
+        return known->second;
+    GlyphCode code = give(wideFont(face), glyph, text);
+    code.width = static_cast<std::uint16_t>(std::clamp(width, 0, 65535));
+    m_fonts[code.font]->codes[code.code].width = code.width;
+    m_glyphCodes.emplace(m_key, code);
+    return code;
+}
+
+FontBook::GlyphCode FontBook::blankCode(std::int16_t face, std::string_view text, Em width)
+{
+    return partCode(face, m_faces[static_cast<std::size_t>(face)]->glyph(U' '), text, width);
 }
 
 FontBook::GlyphCode FontBook::missingGlyph(std::string_view text)

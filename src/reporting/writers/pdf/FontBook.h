@@ -81,6 +81,10 @@ public:
         std::uint16_t font = 0, code = 0, width = 0;
     };
     GlyphCode glyphCode(std::int16_t face, std::uint32_t glyph, std::string_view text);
+    /// As glyphCode(), but the code takes only \p width: for a ligature that shares its place with blankCode()s, one for each of its
+    /// characters.
+    GlyphCode partCode(std::int16_t face, std::uint32_t glyph, std::string_view text, Em width);
+    GlyphCode blankCode(std::int16_t face, std::string_view text, Em width);
     /// The box that stands for a character no font has.
     GlyphCode missingGlyph(std::string_view text);
 

@@ -119,7 +119,11 @@ void TextCanvas::drawLine(const TextBlock &block, std::uint32_t index, Tenths le
         x += spare;
     else if (place == Place::Centre)
         x += spare / 2;
-    drawLine(block, index, std::max(x, left), y, size);
+    x = std::max(x, left);
+    // Blanks at the end of a right-to-left line stand left of it, outside its width.
+    if (m_layout.isRightToLeft(block, index))
+        x -= m_layout.hangingBlanks(line) * size / 1000;
+    drawLine(block, index, x, y, size);
 }
 
 void TextCanvas::drawLine(const TextBlock &block, std::uint32_t index, Tenths x, Tenths y, Tenths size)
@@ -128,8 +132,11 @@ void TextCanvas::drawLine(const TextBlock &block, std::uint32_t index, Tenths x,
     const bool cut = block.ellipsis && index + 1 == block.lineCount;
     moveTo(x, y);
     const bool ellipsisFirst = cut && m_layout.isRightToLeft(block, index);
-    if (ellipsisFirst)
+    m_pen = 0;
+    if (ellipsisFirst) {
         drawEllipsis(block.style, size);
+        m_pen = m_fonts.slot(block.style, kEllipsis).width;
+    }
     if (block.shaped)
         drawShaped(block, line, size);
     else
@@ -137,6 +144,7 @@ void TextCanvas::drawLine(const TextBlock &block, std::uint32_t index, Tenths x,
     if (cut && !ellipsisFirst)
         drawEllipsis(block.style, size);
     closeString();
+    drawMarks(size);
 }
 
 void TextCanvas::drawPlain(std::string_view text, TextStyle style, Tenths size)
@@ -242,6 +250,26 @@ void TextCanvas::drawShaped(const TextBlock &block, const TextLine &line, Tenths
     setRise(0, size);
 }
 
+/// Draws the marks of the line just drawn. They are ink, not text: the characters they show have codes in the line.
+void TextCanvas::drawMarks(Tenths size)
+{
+    if (m_marks.empty())
+        return;
+    const Tenths x = m_x;
+    const Tenths y = m_y;
+    const auto scaled = [&](Em distance) { return (distance * size + (distance < 0 ? -500 : 500)) / 1000; };
+    m_out += "/Span<</ActualText<FEFF>>>BDC\n";
+    for (const Mark &mark : m_marks) {
+        moveTo(x + scaled(mark.x + mark.glyph.dx), y + scaled(mark.glyph.dy));
+        setFont(mark.glyph.font, size);
+        openHex();
+        appendHex(m_out, mark.glyph.code, 4);
+        closeString();
+    }
+    m_out += "EMC\n";
+    m_marks.clear();
+}
+
 void TextCanvas::drawCluster(const TextBlock &block, const TextCluster &cluster, Tenths size)
 {
     m_missing += cluster.missing ? 1 : 0;
@@ -270,21 +298,30 @@ void TextCanvas::drawCluster(const TextBlock &block, const TextCluster &cluster,
 
 void TextCanvas::drawGlyph(const ShapedGlyph &glyph, Tenths size)
 {
-    setRise(glyph.dy, size);
+    if (glyph.inkOnly)
+        m_marks.push_back({glyph, m_pen});
+    m_pen += glyph.advance;
+    if (glyph.inkOnly && glyph.advance == 0)
+        return;
+    setRise(glyph.inkOnly ? 0 : glyph.dy, size);
     setFont(glyph.font, size);
     if (!m_inArray) {
         closeString();
         m_out += '[';
         m_inArray = true;
     }
+    if (glyph.inkOnly) {
+        adjust(glyph.advance);
+        return;
+    }
     adjust(glyph.dx);
     if (m_open != Open::Hex) {
         m_out += '<';
         m_open = Open::Hex;
     }
-    const EmbeddedFont &font = *m_fonts.fonts()[glyph.font];
+    EmbeddedFont &font = *m_fonts.fonts()[glyph.font];
     if (!font.wide && glyph.code < 0x80)
-        m_fonts.fonts()[glyph.font]->used[glyph.code] = true;
+        font.used[glyph.code] = true;
     appendHex(m_out, glyph.code, font.wide ? 4 : 2);
     adjust(glyph.advance - glyph.width - glyph.dx);
 }

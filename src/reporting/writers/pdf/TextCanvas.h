@@ -47,6 +47,7 @@ private:
     void drawShaped(const TextBlock &block, const TextLine &line, Tenths size);
     void drawCluster(const TextBlock &block, const TextCluster &cluster, Tenths size);
     void drawGlyph(const ShapedGlyph &glyph, Tenths size);
+    void drawMarks(Tenths size);
     void adjust(Em distance);
     void setRise(Em rise, Tenths size);
     const std::vector<std::uint32_t> &visualOrder(const TextLine &line);
@@ -63,6 +64,13 @@ private:
     Em m_rise = 0;
     Ink m_ink = Ink::Text;
     std::int64_t m_missing = 0;
+    struct Mark
+    {
+        ShapedGlyph glyph;
+        Em x = 0;
+    };
+    std::vector<Mark> m_marks; ///< of the line being drawn
+    Em m_pen = 0;              ///< within that line
     std::vector<std::uint32_t> m_order;
     std::vector<std::uint8_t> m_orderLevels;
 };

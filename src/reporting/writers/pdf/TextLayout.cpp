@@ -298,6 +298,14 @@ bool TextLayout::isRightToLeft(const TextBlock &block, std::uint32_t index) cons
     return found.begin < found.end && m_shaped.clusters[found.begin].rightToLeft;
 }
 
+Em TextLayout::hangingBlanks(const TextLine &shapedLine) const
+{
+    Em width = 0;
+    for (std::uint32_t i = shapedLine.end; i > shapedLine.begin && m_shaped.clusters[i - 1].rules == kSpace; --i)
+        width += m_shaped.clusters[i - 1].advance;
+    return width;
+}
+
 Em TextLayout::measure(std::string_view text, TextStyle style)
 {
     constexpr Em kEndless = 1'000'000'000;

@@ -54,6 +54,8 @@ public:
     [[nodiscard]] FontBook &fonts() const { return m_fonts; }
     /// True when the line belongs to a paragraph that runs from right to left.
     [[nodiscard]] bool isRightToLeft(const TextBlock &block, std::uint32_t index) const;
+    /// Width of the blanks at the end of a shaped line.
+    [[nodiscard]] Em hangingBlanks(const TextLine &shapedLine) const;
     /// Width of \p text on one line.
     [[nodiscard]] Em measure(std::string_view text, TextStyle style);
 

@@ -6,6 +6,7 @@
 
 #include <fribidi.h>
 
+#include <algorithm>
 #include <array>
 
 namespace qm::pdf {
@@ -27,17 +28,18 @@ bool isPlainScript(hb_script_t script)
     return script == HB_SCRIPT_LATIN || script == HB_SCRIPT_GREEK || script == HB_SCRIPT_CYRILLIC || script == HB_SCRIPT_COMMON;
 }
 
-/// "[NUL]" for the C0 controls, "[U+202E]" for the others.
-std::string controlName(std::uint32_t character)
+constexpr std::uint32_t kControlPictures = 0x2400; ///< U+2400 and on show the C0 controls
+
+/// "[NUL]" for the C0 controls and their pictures, "[U+202E]" for the others.
+std::string nameOf(std::uint32_t character)
 {
-    static constexpr std::array<std::string_view, 32> kNames = {"NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS",  "TAB", "LF",
-                                                                "VT",  "FF",  "CR",  "SO",  "SI",  "DLE", "DC1", "DC2", "DC3", "DC4", "NAK",
-                                                                "SYN", "ETB", "CAN", "EM",  "SUB", "ESC", "FS",  "GS",  "RS",  "US"};
+    static constexpr std::array<std::string_view, 34> kNames = {
+        "NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS", "TAB", "LF",  "VT", "FF", "CR", "SO", "SI", "DLE",
+        "DC1", "DC2", "DC3", "DC4", "NAK", "SYN", "ETB", "CAN", "EM", "SUB", "ESC", "FS", "GS", "RS", "US", "SP", "DEL"};
+    const std::uint32_t control = character == 0x7F ? 0x21 : character >= kControlPictures ? character - kControlPictures : character;
     std::string name = "[";
-    if (character < kNames.size()) {
-        name += kNames[character];
-    } else if (character == 0x7F) {
-        name += "DEL";
+    if (control < kNames.size()) {
+        name += kNames[control];
     } else {
         name += "U+";
         appendHex(name, character, character > 0xFFFF ? 5 : 4);
@@ -95,14 +97,14 @@ void TextShaper::shapeParagraph(std::size_t begin, std::size_t end, ShapedText &
     findScripts(begin, end);
     for (std::size_t i = begin; i < end;) {
         const std::uint32_t character = m_characters[i];
-        if (isHiddenControl(character)) {
-            appendControl(i++, out);
+        if (isNamed(character)) {
+            appendNamed(i++, out);
         } else if (character == U'\t') {
             appendTab(i++, out);
         } else {
             const Run run = takeRun(i, end);
             if (run.face == FontBook::kNoFace)
-                appendMissing(i, out);
+                appendMissing(run.begin, run.end, out);
             else
                 shapeRun(run, begin, end, out);
             i = run.end;
@@ -160,9 +162,16 @@ TextShaper::Run TextShaper::takeRun(std::size_t begin, std::size_t end)
     run.script = m_scripts[begin];
     run.face = m_fonts.slot(m_style, m_characters[begin]).face;
     std::size_t i = begin + 1;
-    for (; i < end && run.face != FontBook::kNoFace; ++i) {
+    for (; i < end; ++i) {
         const std::uint32_t character = m_characters[i];
-        if (m_levels[i] != m_levels[begin] || m_scripts[i] != run.script || character == U'\t' || isHiddenControl(character))
+        if (m_levels[i] != m_levels[begin] || character == U'\t' || isNamed(character))
+            break;
+        if (run.face == FontBook::kNoFace) { // one box stands for a character and what modifies it
+            if (!isJoinerOrSelector(character) && !isMark(character))
+                break;
+            continue;
+        }
+        if (m_scripts[i] != run.script)
             break;
         if (isJoinerOrSelector(character) || m_fonts.slot(m_style, character).face == run.face)
             continue;
@@ -177,10 +186,11 @@ TextShaper::Run TextShaper::takeRun(std::size_t begin, std::size_t end)
 void TextShaper::shapeRun(const Run &run, std::size_t paragraphBegin, std::size_t paragraphEnd, ShapedText &out)
 {
     hb_buffer_clear_contents(m_buffer);
-    hb_buffer_set_cluster_level(m_buffer, HB_BUFFER_CLUSTER_LEVEL_MONOTONE_CHARACTERS);
     hb_buffer_add_utf32(m_buffer, m_characters.data() + paragraphBegin, static_cast<int>(paragraphEnd - paragraphBegin),
                         static_cast<unsigned>(run.begin - paragraphBegin), static_cast<int>(run.end - run.begin));
     const bool backwards = (run.level & 1) != 0;
+    hb_buffer_set_cluster_level(m_buffer,
+                                backwards ? HB_BUFFER_CLUSTER_LEVEL_MONOTONE_GRAPHEMES : HB_BUFFER_CLUSTER_LEVEL_MONOTONE_CHARACTERS);
     hb_buffer_set_direction(m_buffer, backwards ? HB_DIRECTION_RTL : HB_DIRECTION_LTR);
     hb_buffer_set_script(m_buffer, run.script);
     static constexpr hb_feature_t kNoTaste[] = {{HB_TAG('l', 'i', 'g', 'a'), 0, 0, HB_FEATURE_GLOBAL_END},
@@ -215,43 +225,98 @@ void TextShaper::shapeRun(const Run &run, std::size_t paragraphBegin, std::size_
     }
 }
 
+/// The code of a glyph that shows the characters from \p begin to \p end, which may be none.
+FontBook::GlyphCode TextShaper::codeFor(const Run &run, std::uint32_t glyph, std::size_t begin, std::size_t end)
+{
+    if (glyph == 0)
+        return m_fonts.missingGlyph(textOf(begin, end));
+    if (end - begin == 1) {
+        const FontBook::Slot &slot = m_fonts.slot(m_style, m_characters[begin]);
+        if (slot.kind == FontBook::Kind::Simple && slot.face == run.face &&
+            m_fonts.face(static_cast<std::size_t>(run.face)).glyph(m_characters[begin]) == glyph)
+            return {slot.font, slot.code, slot.width};
+    }
+    return m_fonts.glyphCode(run.face, glyph, textOf(begin, end));
+}
+
+ShapedGlyph TextShaper::placed(const Run &run, unsigned index, const FontBook::GlyphCode &code) const
+{
+    const hb_glyph_position_t &position = hb_buffer_get_glyph_positions(m_buffer, nullptr)[index];
+    const FontFace &face = m_fonts.face(static_cast<std::size_t>(run.face));
+    const bool missing = hb_buffer_get_glyph_infos(m_buffer, nullptr)[index].codepoint == 0;
+    return {code.font,
+            code.code,
+            face.toEm(position.x_offset),
+            face.toEm(position.y_offset),
+            missing ? Em{code.width} : face.toEm(position.x_advance),
+            code.width};
+}
+
+/// Makes a cluster of the glyphs from \p first to \p last, which show the characters from \p begin to \p end.
 void TextShaper::appendGroup(const Run &run, unsigned first, unsigned last, std::size_t begin, std::size_t end, ShapedText &out)
 {
     const hb_glyph_info_t *infos = hb_buffer_get_glyph_infos(m_buffer, nullptr);
-    const hb_glyph_position_t *positions = hb_buffer_get_glyph_positions(m_buffer, nullptr);
-    const FontFace &face = m_fonts.face(static_cast<std::size_t>(run.face));
-    const std::string_view text = textOf(begin, end);
     TextCluster &cluster = appendCluster(begin, end, out);
     cluster.level = run.level;
-    cluster.actualText = last - first > 1;
     if (isMark(m_characters[begin]) || isJoinerOrSelector(m_characters[begin]))
         cluster.rules |= kNeverBefore;
-    for (unsigned i = first; i < last; ++i) {
-        FontBook::GlyphCode code;
-        const FontBook::Slot &slot = m_fonts.slot(m_style, m_characters[begin]);
-        if (infos[i].codepoint == 0) {
-            code = m_fonts.missingGlyph(text);
-            cluster.missing = true;
-        } else if (end - begin == 1 && last - first == 1 && slot.kind == FontBook::Kind::Simple && slot.face == run.face &&
-                   face.glyph(m_characters[begin]) == infos[i].codepoint) {
-            code = {slot.font, slot.code, slot.width};
-        } else {
-            code = m_fonts.glyphCode(run.face, infos[i].codepoint, i == first ? text : std::string_view());
-        }
-        const Em advance = infos[i].codepoint == 0 ? code.width : face.toEm(positions[i].x_advance);
-        out.glyphs.push_back(
-            {code.font, code.code, face.toEm(positions[i].x_offset), face.toEm(positions[i].y_offset), advance, code.width});
-        cluster.advance += advance;
+    cluster.missing = std::any_of(infos + first, infos + last, [](const hb_glyph_info_t &info) { return info.codepoint == 0; });
+    const std::size_t glyphs = last - first;
+    if ((run.level & 1) != 0 && end - begin > 1 && !cluster.missing) {
+        appendOneByOne(run, first, last, begin, end, out);
+    } else {
+        cluster.actualText = glyphs > 1;
+        for (unsigned i = first; i < last; ++i)
+            out.glyphs.push_back(placed(run, i, codeFor(run, infos[i].codepoint, begin, i == first ? end : begin)));
     }
+    for (auto glyph = out.glyphs.begin() + cluster.glyph; glyph != out.glyphs.end(); ++glyph)
+        cluster.advance += glyph->advance;
     cluster.glyphEnd = static_cast<std::uint32_t>(out.glyphs.size());
 }
 
-void TextShaper::appendControl(std::size_t index, ShapedText &out)
+/// Readers turn right-to-left text round character by character. So each code there stands for one character, the last one leftmost: the
+/// glyph that takes room shares it with blanks for the other characters it shows, and marks are drawn outside the text.
+void TextShaper::appendOneByOne(const Run &run, unsigned first, unsigned last, std::size_t begin, std::size_t end, ShapedText &out)
+{
+    const hb_glyph_info_t *infos = hb_buffer_get_glyph_infos(m_buffer, nullptr);
+    const hb_glyph_position_t *positions = hb_buffer_get_glyph_positions(m_buffer, nullptr);
+    unsigned widest = first;
+    for (unsigned i = first; i < last; ++i)
+        if (positions[i].x_advance > positions[widest].x_advance)
+            widest = i;
+    for (unsigned i = first; i < last; ++i) {
+        if (i != widest) {
+            out.glyphs.push_back(placed(run, i, m_fonts.glyphCode(run.face, infos[i].codepoint, {})));
+            out.glyphs.back().inkOnly = true;
+            continue;
+        }
+        ShapedGlyph glyph = placed(run, i, {});
+        const Em part = glyph.advance / static_cast<Em>(end - begin);
+        glyph.advance -= part * static_cast<Em>(end - begin - 1);
+        const FontBook::GlyphCode code = m_fonts.partCode(run.face, infos[i].codepoint, textOf(end - 1, end), glyph.advance);
+        glyph.font = code.font;
+        glyph.code = code.code;
+        glyph.width = code.width;
+        out.glyphs.push_back(glyph);
+        for (std::size_t shown = end - 1; shown > begin; --shown) {
+            const FontBook::GlyphCode blank = m_fonts.blankCode(run.face, textOf(shown - 1, shown), part);
+            out.glyphs.push_back({blank.font, blank.code, 0, 0, part, blank.width});
+        }
+    }
+}
+
+/// Controls are shown by their names, and so are pictures of controls that no shipped font has.
+bool TextShaper::isNamed(std::uint32_t character)
+{
+    return isHiddenControl(character) || (isControlPicture(character) && m_fonts.slot(m_style, character).missing);
+}
+
+void TextShaper::appendNamed(std::size_t index, ShapedText &out)
 {
     TextCluster &cluster = appendCluster(index, index + 1, out);
     cluster.control = true;
     cluster.rules = kNoRule;
-    for (const char letter : controlName(m_characters[index])) {
+    for (const char letter : nameOf(m_characters[index])) {
         const FontBook::Slot &slot = m_fonts.slot(m_style, static_cast<unsigned char>(letter));
         out.glyphs.push_back({slot.font, slot.code, 0, 0, slot.width, slot.width});
         cluster.advance += slot.width;
@@ -271,13 +336,12 @@ void TextShaper::appendTab(std::size_t index, ShapedText &out)
     cluster.glyphEnd = static_cast<std::uint32_t>(out.glyphs.size());
 }
 
-void TextShaper::appendMissing(std::size_t index, ShapedText &out)
+void TextShaper::appendMissing(std::size_t begin, std::size_t end, ShapedText &out)
 {
-    TextCluster &cluster = appendCluster(index, index + 1, out);
-    const bool invisible = isJoinerOrSelector(m_characters[index]);
-    if (invisible)
+    TextCluster &cluster = appendCluster(begin, end, out);
+    if (isJoinerOrSelector(m_characters[begin]))
         return;
-    const FontBook::GlyphCode box = m_fonts.missingGlyph(textOf(index, index + 1));
+    const FontBook::GlyphCode box = m_fonts.missingGlyph(textOf(begin, end));
     cluster.missing = true;
     cluster.advance = box.width;
     out.glyphs.push_back({box.font, box.code, 0, 0, box.width, box.width});

@@ -17,6 +17,7 @@ struct ShapedGlyph
 {
     std::uint16_t font = 0, code = 0;
     Em dx = 0, dy = 0, advance = 0, width = 0;
+    bool inkOnly = false; ///< a mark whose character another code stands for: drawn after the line, outside its text
 };
 
 /// The smallest piece of shaped text that lines and reordering may move. Clusters are kept in reading order.
@@ -73,8 +74,12 @@ private:
     [[nodiscard]] Run takeRun(std::size_t begin, std::size_t end);
     void shapeRun(const Run &run, std::size_t paragraphBegin, std::size_t paragraphEnd, ShapedText &out);
     void appendGroup(const Run &run, unsigned first, unsigned last, std::size_t begin, std::size_t end, ShapedText &out);
-    void appendControl(std::size_t index, ShapedText &out);
-    void appendMissing(std::size_t index, ShapedText &out);
+    void appendOneByOne(const Run &run, unsigned first, unsigned last, std::size_t begin, std::size_t end, ShapedText &out);
+    [[nodiscard]] ShapedGlyph placed(const Run &run, unsigned index, const FontBook::GlyphCode &code) const;
+    [[nodiscard]] FontBook::GlyphCode codeFor(const Run &run, std::uint32_t glyph, std::size_t begin, std::size_t end);
+    [[nodiscard]] bool isNamed(std::uint32_t character);
+    void appendNamed(std::size_t index, ShapedText &out);
+    void appendMissing(std::size_t begin, std::size_t end, ShapedText &out);
     void appendTab(std::size_t index, ShapedText &out);
     TextCluster &appendCluster(std::size_t begin, std::size_t end, ShapedText &out) const;
     [[nodiscard]] std::string_view textOf(std::size_t begin, std::size_t end) const;

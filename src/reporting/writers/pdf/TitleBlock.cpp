@@ -79,7 +79,7 @@ void TitleBlock::drawFacts(const ReportHead &head, ReportPages &pages)
     m_count = {m_geometry.left + label + kLabelGap, m_geometry.left + width, pages.cursor() - metrics.baseline};
 
     std::vector<std::pair<std::string, std::string>> facts;
-    facts.emplace_back(kCountLabel, "");
+    facts.emplace_back(); // the count's place
     facts.insert(facts.end(), head.facts.begin(), head.facts.end());
     for (auto &[name, value] : facts)
         std::replace_if(
@@ -124,7 +124,10 @@ void TitleBlock::drawCount(const ReportTail &tail, int pageCount, TextCanvas &ca
     if (tail.truncated)
         text += ". " + truncationNotice(tail);
     m_layout.clear();
+    const TextBlock label = m_layout.fit(kCountLabel, TextStyle::Regular, metrics.limitFor(m_count.left - m_geometry.left));
     const TextBlock block = m_layout.fit(text, TextStyle::Regular, metrics.limitFor(m_count.right - m_count.left));
+    canvas.setInk(Ink::Faint);
+    canvas.drawLine(label, 0, m_geometry.left, m_count.left, TextCanvas::Place::Start, m_count.baseline, metrics.size);
     canvas.setInk(Ink::Text);
     canvas.drawLine(block, 0, m_count.left, m_count.right, TextCanvas::Place::Start, m_count.baseline, metrics.size);
 }
