@@ -1,0 +1,197 @@
+#include "reporting/ui/EditedQuery.h"
+
+#include "core/RuntimeError.h"
+#include "platform/Files.h"
+#include "reporting/engine/OutputNaming.h"
+#include "reporting/ui/PackageReportInterface.h"
+
+#include <QDataStream>
+#include <QDir>
+#include <QFileInfo>
+#include <QIODevice>
+
+namespace qm {
+
+namespace {
+
+constexpr char16_t kLast = 0xFFFD; ///< sorts after every letter of every alphabet, emoji and private-use characters included
+
+QDataStream &operator<<(QDataStream &out, const QueryParameter &parameter)
+{
+    return out << parameter.name << parameter.label << static_cast<int>(parameter.type) << parameter.defaultValue << parameter.hasDefault
+               << parameter.values;
+}
+
+QDataStream &operator<<(QDataStream &out, const LayoutAggregate &aggregate)
+{
+    return out << aggregate.field << static_cast<int>(aggregate.function) << aggregate.caption;
+}
+
+QDataStream &operator<<(QDataStream &out, const LayoutBand &band)
+{
+    return out << band.left << band.centre << band.right;
+}
+
+void write(QDataStream &out, const ReportLayout &layout)
+{
+    out << layout.title << layout.subtitle << static_cast<int>(layout.page.size) << static_cast<int>(layout.page.orientation)
+        << layout.page.marginMm << layout.header << layout.footer << layout.onlyListed;
+    for (const LayoutColumn &column : layout.columns)
+        out << column.field << column.caption << column.widthMm << static_cast<int>(column.alignment) << column.format << column.visible
+            << column.wrap;
+    for (const LayoutGroup &group : layout.groups) {
+        out << group.field << group.newPage << static_cast<qint64>(group.subtotals.size());
+        for (const LayoutAggregate &subtotal : group.subtotals)
+            out << subtotal;
+    }
+    for (const LayoutAggregate &total : layout.totals)
+        out << total;
+    out << layout.chart.kind << layout.chart.title << layout.chart.category << layout.chart.series << layout.chart.values
+        << layout.chart.top << layout.chart.other;
+}
+
+} // namespace
+
+QByteArray fingerprint(const QueryDraft &draft)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    const Query &query = draft.query;
+    out << query.Description << query.ReportFile << query.dataSource << query.sql << query.sqlFor << query.period.used << query.period.range
+        << query.rowLimit << query.timeoutSeconds;
+    for (const QueryParameter &parameter : query.parameters)
+        out << parameter;
+    const OutputSettings &output = query.OutputSettings;
+    out << output.OutputType << output.format << output.file << output.csvByteOrderMark << output.csvGuardFormulas << output.email.from
+        << output.email.to << output.email.cc << output.email.bcc << output.email.subject << output.email.body;
+    if (!query.ReportFile.isEmpty())
+        write(out, draft.layout);
+    return bytes;
+}
+
+QString newQueryPath(const QString &folder)
+{
+    const QStringList names = files::list(folder, QStringLiteral("*.rqn"), attr::normal);
+    const QString last = names.isEmpty() ? QString() : names.last();
+    QString stem = QChar(kLast) + QStringLiteral("New Report Query");
+    if (!last.isEmpty() && !last.startsWith(stem) && !files::orderedBefore(last, stem))
+        stem = last.chopped(4) + stem;
+    for (int counter = 1;; ++counter) {
+        // Digits sort before the mark, so a counter with more digits gets more marks.
+        const QString digits = QString::number(counter);
+        const QString number = counter == 1 ? QString() : QString(digits.size(), QChar(kLast)) + digits;
+        const QString name = stem + number + QStringLiteral(".rqn");
+        if (!files::entryExists(folder + name) && (last.isEmpty() || files::orderedBefore(last, name)))
+            return folder + name;
+        if (counter == 999) {
+            stem = last.chopped(4) + QChar(kLast);
+            counter = 0;
+        }
+    }
+}
+
+EditedQuery::EditedQuery(ReportingUiServices &services, const QString &target) : m_services(services)
+{
+    const bool isFolder = target.endsWith(kSep) || target.endsWith(u'/') || target.endsWith(u'\\');
+    m_folder = isFolder ? target : target.chopped(files::lastPart(target).size());
+    const QString install = services.installPath ? services.installPath() : QString();
+    m_home = findQueryHome(isFolder ? target + QStringLiteral("new.rqn") : target, install);
+    if (isFolder) {
+        if (!QFileInfo(m_folder).isDir())
+            raise(err::pathNotFound, QStringLiteral("the report group's folder \"%1\" is not there; refresh the tree").arg(m_folder),
+                  kFrameworkSource);
+        m_saved.query.period = {true, QStringLiteral("last week")};
+        return;
+    }
+    m_path = target;
+    m_saved.query = *services.queries.ReadFile(target);
+    if (m_saved.query.ReportFile.isEmpty())
+        return;
+    try {
+        m_saved.layout = readLayout(m_saved.query.ReportFile);
+    } catch (const RuntimeError &error) {
+        m_layoutProblem = error.description();
+    }
+}
+
+ReportLayout EditedQuery::readLayout(const QString &reportFile) const
+{
+    return m_services.layouts.ReadLayout(layoutPath(reportFile, m_home.packageFolder));
+}
+
+QString EditedQuery::freeLayoutName(const QString &description) const
+{
+    QString stem = sanitizedName(description, 150);
+    if (stem.isEmpty())
+        stem = QStringLiteral("New layout");
+    for (int counter = 1;; ++counter) {
+        const QString name =
+            QStringLiteral("Layouts/") + stem + (counter == 1 ? QString() : QString::number(counter)) + QStringLiteral(".rpt");
+        if (!files::entryExists(layoutPath(name, m_home.packageFolder)))
+            return name;
+    }
+}
+
+QString EditedQuery::whyNotALayout(const QString &reportFile) const
+{
+    const QString path = QDir::cleanPath(QDir::fromNativeSeparators(layoutPath(reportFile, m_home.packageFolder)));
+    if (!reportFile.endsWith(QStringLiteral(".rpt"), Qt::CaseInsensitive))
+        return QStringLiteral("a layout file's name ends in \".rpt\"");
+    if (const QString why = files::whyNotAName(files::lastPart(path)); !why.isEmpty())
+        return QStringLiteral("its name ") + why;
+    if (QFileInfo(reportFile).isRelative() && m_home.packageFolder.isEmpty())
+        return QStringLiteral("this query lies in no package; give the layout's whole path");
+    const QString package = QDir::cleanPath(QDir::fromNativeSeparators(m_home.packageFolder)) + u'/';
+    if (QFileInfo(reportFile).isRelative() && !path.startsWith(package))
+        return QStringLiteral("it leads out of the package's folder");
+    // A group's folder is copied and deleted with its queries; a layout in it would go with the first group that is deleted.
+    if (!m_home.packageFolder.isEmpty() && path.startsWith(package + QStringLiteral("Query Groups/"), Qt::CaseInsensitive))
+        return QStringLiteral("it lies in a report group; put it into the package's \"Layouts\" folder");
+    return {};
+}
+
+void EditedQuery::writeNew(Query &query)
+{
+    for (int tries = 0;; ++tries) {
+        const QString path = newQueryPath(m_folder);
+        try {
+            m_services.queries.WriteFile(query, path);
+            m_path = path;
+            return;
+        } catch (const RuntimeError &error) {
+            // Somebody else took the name between the listing and the writing.
+            if (error.number() != err::fileAlreadyExists || tries > 10)
+                throw;
+        }
+    }
+}
+
+void EditedQuery::save(const QueryDraft &draft)
+{
+    QString createdLayout;
+    if (!draft.query.ReportFile.isEmpty()) {
+        const QString path = layoutPath(draft.query.ReportFile, m_home.packageFolder);
+        const QString folder = QFileInfo(path).absolutePath();
+        if (!QFileInfo(folder).isDir())
+            files::makeFolder(QDir::toNativeSeparators(folder));
+        if (!files::entryExists(path))
+            createdLayout = path;
+        m_services.layouts.WriteLayout(draft.layout, path);
+    }
+    QueryDraft written = draft;
+    try {
+        if (isNew())
+            writeNew(written.query);
+        else
+            m_services.queries.WriteFile(written.query, m_path);
+    } catch (...) {
+        if (!createdLayout.isEmpty())
+            files::kill(createdLayout);
+        throw;
+    }
+    written.query.QueryFile = m_path;
+    m_saved = std::move(written);
+    m_layoutProblem.clear();
+}
+
+} // namespace qm

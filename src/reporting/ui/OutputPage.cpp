@@ -1,0 +1,260 @@
+#include "reporting/ui/OutputPage.h"
+
+#include "core/RuntimeError.h"
+#include "reporting/engine/OutputNaming.h"
+#include "reporting/engine/ReportPlan.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QRegularExpression>
+#include <QSpinBox>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <limits>
+
+namespace qm {
+
+namespace {
+
+const QString kDefaultPattern = QStringLiteral("{description} {date}.{format}");
+
+QStringList addresses(const QLineEdit *edit)
+{
+    QStringList found;
+    static const QRegularExpression separators(QStringLiteral("[;,]"));
+    for (const QString &address : edit->text().split(separators))
+        if (!address.trimmed().isEmpty())
+            found << address.trimmed();
+    return found;
+}
+
+} // namespace
+
+OutputPage::OutputPage(const Clock &clock, const QueryHome &home, QWidget *parent)
+    : QWidget(parent), m_clock(clock), m_home(home), m_type(new QComboBox(this)), m_format(new QComboBox(this)),
+      m_file(new QGroupBox(tr("File"), this)), m_mail(new QGroupBox(tr("E-mail"), this)), m_limit(new QSpinBox(this)),
+      m_timeout(new QSpinBox(this))
+{
+    m_type->addItems({tr("Screen"), tr("Printer"), tr("File"), tr("E-mail")});
+    m_type->setObjectName(QStringLiteral("outputType"));
+    for (const auto &[format, label] :
+         {std::pair{"pdf", "PDF document"}, {"html", "HTML page"}, {"xlsx", "Excel workbook"}, {"csv", "CSV file"}})
+        m_format->addItem(tr(label), QString::fromLatin1(format));
+    m_format->setObjectName(QStringLiteral("outputFormat"));
+    m_limit->setRange(0, std::numeric_limits<int>::max());
+    m_limit->setSpecialValueText(tr("no limit"));
+    m_limit->setGroupSeparatorShown(true);
+    m_limit->setObjectName(QStringLiteral("rowLimit"));
+    m_timeout->setRange(0, 24 * 3600);
+    m_timeout->setSpecialValueText(tr("as usual"));
+    m_timeout->setSuffix(tr(" s"));
+    m_timeout->setObjectName(QStringLiteral("timeout"));
+    auto form = new QFormLayout;
+    form->addRow(tr("Send the report to:"), m_type);
+    form->addRow(tr("Format:"), m_format);
+    form->addRow(tr("Rows at most:"), m_limit);
+    form->addRow(tr("Stop after:"), m_timeout);
+    buildFile();
+    buildMail();
+    auto layout = new QVBoxLayout(this);
+    layout->addLayout(form);
+    layout->addWidget(m_file);
+    layout->addWidget(m_mail);
+    layout->addStretch();
+
+    const auto watch = [this] {
+        refresh();
+        Q_EMIT changed();
+    };
+    for (QComboBox *box : {m_type, m_format})
+        connect(box, &QComboBox::currentIndexChanged, this, watch);
+    for (QLineEdit *edit : {m_pattern, m_from, m_to, m_cc, m_bcc, m_subjectLine})
+        connect(edit, &QLineEdit::textChanged, this, watch);
+    for (QCheckBox *box : {m_mark, m_guard})
+        connect(box, &QCheckBox::toggled, this, watch);
+    for (QSpinBox *box : {m_limit, m_timeout})
+        connect(box, &QSpinBox::valueChanged, this, watch);
+    connect(m_body, &QPlainTextEdit::textChanged, this, watch);
+}
+
+void OutputPage::buildFile()
+{
+    m_pattern = new QLineEdit(m_file);
+    m_pattern->setObjectName(QStringLiteral("filePattern"));
+    m_pattern->setPlaceholderText(kDefaultPattern);
+    m_example = new QLabel(m_file);
+    m_example->setTextFormat(Qt::PlainText);
+    m_example->setWordWrap(true);
+    m_example->setObjectName(QStringLiteral("fileExample"));
+    m_example->setForegroundRole(QPalette::PlaceholderText);
+    auto insert = new QToolButton(m_file);
+    insert->setText(tr("Insert field"));
+    insert->setPopupMode(QToolButton::InstantPopup);
+    auto menu = new QMenu(insert);
+    for (const char *field :
+         {"description", "date", "time", "period", "from", "to", "package", "group", "year", "month", "day", "format", "counter"})
+        connect(menu->addAction(QStringLiteral("{%1}").arg(QLatin1String(field))), &QAction::triggered, m_pattern,
+                [this, text = QStringLiteral("{%1}").arg(QLatin1String(field))] { m_pattern->insert(text); });
+    insert->setMenu(menu);
+    m_mark = new QCheckBox(tr("Begin CSV with a byte-order mark (for spreadsheets that expect it)"), m_file);
+    m_guard = new QCheckBox(tr("Guard CSV cells that a spreadsheet would run as a formula"), m_file);
+    auto row = new QHBoxLayout;
+    row->addWidget(m_pattern, 1);
+    row->addWidget(insert);
+    auto form = new QFormLayout(m_file);
+    form->addRow(tr("File name:"), row);
+    form->addRow(QString(), m_example);
+    form->addRow(QString(), m_mark);
+    form->addRow(QString(), m_guard);
+}
+
+void OutputPage::buildMail()
+{
+    const auto edit = [this](const char *name) {
+        auto line = new QLineEdit(m_mail);
+        line->setObjectName(QLatin1String(name));
+        return line;
+    };
+    m_from = edit("mailFrom");
+    m_to = edit("mailTo");
+    m_to->setPlaceholderText(tr("several addresses separated by ;"));
+    m_cc = edit("mailCc");
+    m_bcc = edit("mailBcc");
+    m_subjectLine = edit("mailSubject");
+    m_subjectLine->setPlaceholderText(QStringLiteral("{description}, {period}"));
+    m_body = new QPlainTextEdit(m_mail);
+    m_body->setObjectName(QStringLiteral("mailBody"));
+    m_body->setTabChangesFocus(true);
+    m_body->setMaximumHeight(90);
+    auto form = new QFormLayout(m_mail);
+    form->addRow(tr("From:"), m_from);
+    form->addRow(tr("To:"), m_to);
+    form->addRow(tr("Cc:"), m_cc);
+    form->addRow(tr("Bcc:"), m_bcc);
+    form->addRow(tr("Subject:"), m_subjectLine);
+    form->addRow(tr("Text:"), m_body);
+}
+
+void OutputPage::show(const Query &query)
+{
+    const OutputSettings &output = query.OutputSettings;
+    const bool known = output.OutputType >= 0 && output.OutputType <= 3;
+    m_otherType = output.OutputType;
+    if (!known && m_type->count() == 4)
+        m_type->addItem(tr("Other (%1)").arg(output.OutputType));
+    m_type->setCurrentIndex(known ? output.OutputType : 4);
+    const int format = m_format->findData(output.format.toLower());
+    if (format < 0)
+        m_format->addItem(output.format, output.format);
+    m_format->setCurrentIndex(format < 0 ? m_format->count() - 1 : format);
+    m_pattern->setText(output.file);
+    m_mark->setChecked(output.csvByteOrderMark);
+    m_guard->setChecked(output.csvGuardFormulas);
+    m_from->setText(output.email.from);
+    m_to->setText(output.email.to.join(QStringLiteral("; ")));
+    m_cc->setText(output.email.cc.join(QStringLiteral("; ")));
+    m_bcc->setText(output.email.bcc.join(QStringLiteral("; ")));
+    m_subjectLine->setText(output.email.subject);
+    m_body->setPlainText(output.email.body);
+    m_limit->setValue(static_cast<int>(std::min<qint64>(query.rowLimit, m_limit->maximum())));
+    m_timeout->setValue(query.timeoutSeconds);
+    refresh();
+}
+
+void OutputPage::store(Query &query) const
+{
+    OutputSettings &output = query.OutputSettings;
+    output.OutputType = m_type->currentIndex() < 4 ? m_type->currentIndex() : m_otherType;
+    output.format = m_format->currentData().toString();
+    output.file = m_pattern->text();
+    output.csvByteOrderMark = m_mark->isChecked();
+    output.csvGuardFormulas = m_guard->isChecked();
+    output.email.from = m_from->text().trimmed();
+    output.email.to = addresses(m_to);
+    output.email.cc = addresses(m_cc);
+    output.email.bcc = addresses(m_bcc);
+    output.email.subject = m_subjectLine->text();
+    output.email.body = m_body->toPlainText();
+    query.rowLimit = m_limit->value();
+    query.timeoutSeconds = m_timeout->value();
+}
+
+void OutputPage::setSubject(const QString &description, const QString &periodPhrase)
+{
+    m_description = description;
+    m_period = periodPhrase;
+    refresh();
+}
+
+QString OutputPage::example() const
+{
+    const WallTime now = m_clock.wallNow();
+    RunFacts facts;
+    facts.description = m_description.isEmpty() ? tr("New report") : m_description;
+    facts.package = m_home.package;
+    facts.group = m_home.group;
+    facts.periodPhrase = m_period;
+    facts.madeLocal = now.date.toString(Qt::ISODate) + u' ' + time24Text(now.secondOfDay);
+    facts.madeUtc = facts.dateFrom = facts.dateTo = facts.madeLocal;
+    facts.format = m_format->currentData().toString();
+    auto fields = fieldValues(facts);
+    fields.insert(QStringLiteral("counter"), QStringLiteral("1"));
+    for (QString &value : fields)
+        value = sanitizedName(value);
+    const QString pattern = m_pattern->text().trimmed().isEmpty() ? kDefaultPattern : m_pattern->text();
+    QString name = fillFields(pattern, fields, tr("The file name"));
+    const QString suffix = u'.' + facts.format;
+    if (!name.endsWith(suffix, Qt::CaseInsensitive))
+        name += suffix;
+    return name;
+}
+
+void OutputPage::refresh()
+{
+    const int type = m_type->currentIndex();
+    const bool csv = m_format->currentData().toString() == u"csv";
+    m_file->setVisible(type == static_cast<int>(OutputKind::File) || type == static_cast<int>(OutputKind::Email));
+    m_mail->setVisible(type == static_cast<int>(OutputKind::Email));
+    m_format->setEnabled(type != static_cast<int>(OutputKind::Screen) && type != static_cast<int>(OutputKind::Printer));
+    m_mark->setVisible(csv);
+    m_guard->setVisible(csv && type == static_cast<int>(OutputKind::File));
+    try {
+        m_example->setText(tr("Today: %1").arg(example()));
+    } catch (const RuntimeError &error) {
+        m_example->setText(error.description());
+    }
+}
+
+QString OutputPage::problem() const
+{
+    const int type = m_type->currentIndex();
+    if (type == static_cast<int>(OutputKind::File) || type == static_cast<int>(OutputKind::Email)) {
+        try {
+            static_cast<void>(example());
+        } catch (const RuntimeError &error) {
+            return error.description();
+        }
+        static const QRegularExpression leaves(QStringLiteral("(^|[/\\\\])\\.\\.([/\\\\]|$)"));
+        if (m_pattern->text().contains(leaves))
+            return tr("The file name may not lead out of its folder (\"..\").");
+    }
+    if (type == static_cast<int>(OutputKind::Email)) {
+        const QStringList all = addresses(m_to) + addresses(m_cc) + addresses(m_bcc);
+        if (all.isEmpty())
+            return tr("Give at least one address that the e-mail goes to.");
+        for (const QString &address : all)
+            if (address.count(u'@') != 1 || address.startsWith(u'@') || address.endsWith(u'@'))
+                return tr("\"%1\" is not an e-mail address.").arg(address);
+    }
+    return {};
+}
+
+} // namespace qm

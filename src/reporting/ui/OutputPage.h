@@ -1,0 +1,59 @@
+/// \file
+/// The output page of the query editor.
+#pragma once
+
+#include "core/Clock.h"
+#include "framework/Query.h"
+#include "reporting/engine/QueryHome.h"
+
+#include <QWidget>
+
+class QCheckBox;
+class QComboBox;
+class QGroupBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QSpinBox;
+
+namespace qm {
+
+/// Where the report goes, in which format and under which name, with an example of the name as it would be now.
+class OutputPage final : public QWidget
+{
+    Q_OBJECT
+public:
+    OutputPage(const Clock &clock, const QueryHome &home, QWidget *parent = nullptr);
+
+    void show(const Query &query);
+    /// Writes the page's settings into \p query; settings that the page does not show stay.
+    void store(Query &query) const;
+    /// What the example of the file name depends on.
+    void setSubject(const QString &description, const QString &periodPhrase);
+    /// Why the settings cannot be saved; empty when they can.
+    [[nodiscard]] QString problem() const;
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    void buildFile();
+    void buildMail();
+    void refresh();
+    /// The file name as it would be now. \throws RuntimeError for an unknown field.
+    [[nodiscard]] QString example() const;
+
+    const Clock &m_clock;
+    const QueryHome &m_home;
+    QString m_description, m_period;
+    int m_otherType = 0; ///< a code this version does not offer, kept
+    QComboBox *m_type, *m_format;
+    QGroupBox *m_file, *m_mail;
+    QLineEdit *m_pattern, *m_from, *m_to, *m_cc, *m_bcc, *m_subjectLine;
+    QLabel *m_example;
+    QCheckBox *m_mark, *m_guard;
+    QPlainTextEdit *m_body;
+    QSpinBox *m_limit, *m_timeout;
+};
+
+} // namespace qm

@@ -1,0 +1,94 @@
+#include "reporting/ui/QueryProbe.h"
+
+#include "core/RuntimeError.h"
+#include "reporting/engine/CancelFlag.h"
+#include "reporting/writers/CellFormat.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+
+namespace qm {
+
+namespace {
+
+constexpr std::size_t kMaxCellBytes = 4096;
+
+std::optional<QString> shown(const Value &value, const CellFormatter &format)
+{
+    if (value.isNull())
+        return std::nullopt;
+    std::string text;
+    Value cut = value;
+    if (value.kind == Value::Kind::Text && value.size > kMaxCellBytes)
+        cut = Value::ofText(value.text().substr(0, kMaxCellBytes));
+    format.append(cut, text);
+    return QString::fromStdString(text);
+}
+
+} // namespace
+
+QString sqlFor(const Query &query, SqlDialect dialect)
+{
+    static const QMap<SqlDialect, QString> names{{SqlDialect::Oracle, QStringLiteral("oracle")},
+                                                 {SqlDialect::MsSql, QStringLiteral("mssql")},
+                                                 {SqlDialect::PostgreSql, QStringLiteral("postgresql")},
+                                                 {SqlDialect::Sqlite, QStringLiteral("sqlite")}};
+    const QString variant = query.sqlFor.value(names.value(dialect));
+    return variant.isEmpty() ? query.sql : variant;
+}
+
+void checkSql(const ProbeRequest &request, std::shared_ptr<CancelFlag> cancel)
+{
+    const auto source = describeSource(request.query.dataSource, request.database);
+    const QString sql = sqlFor(request.query, source.dialect);
+    std::vector<BoundParameter> parameters;
+    for (const QString &name : parameterNames(sql, source.dialect)) {
+        BoundParameter parameter;
+        parameter.name = name;
+        parameter.value = QByteArray();
+        parameters.push_back(parameter);
+    }
+    const RunLimits limits(std::move(cancel), std::chrono::seconds(30));
+    static_cast<void>(openRowSource(source, sql, parameters, limits));
+}
+
+ProbeRows readFirstRows(const ProbeRequest &request, std::size_t limit, std::shared_ptr<CancelFlag> cancel)
+{
+    QElapsedTimer timer;
+    timer.start();
+    const auto source = describeSource(request.query.dataSource, request.database);
+    const QString sql = sqlFor(request.query, source.dialect);
+    const auto parameters =
+        bindParameters(request.query, parameterNames(sql, source.dialect), request.values, request.period, request.today);
+    const RunLimits limits(std::move(cancel), std::chrono::seconds(0));
+    const auto rows = openRowSource(source, sql, parameters, limits);
+    ProbeRows result;
+    for (const ResultColumn &column : rows->columns())
+        result.columns << QString::fromStdString(column.name);
+    std::vector<Value> row(rows->columns().size());
+    const CellFormatter plain{ReportColumn{}};
+    while (rows->next(row)) {
+        if (result.rows.size() == limit) {
+            result.more = true;
+            break;
+        }
+        auto &texts = result.rows.emplace_back();
+        for (const Value &value : row)
+            texts.push_back(shown(value, plain));
+    }
+    result.seconds = static_cast<double>(timer.nsecsElapsed()) / 1e9;
+    return result;
+}
+
+SqlPosition placeInError(const QString &words)
+{
+    static const QRegularExpression place(QStringLiteral("line (\\d+), column (\\d+)"));
+    static const QRegularExpression lineOnly(QStringLiteral("line (\\d+)"));
+    if (const auto match = place.match(words); match.hasMatch())
+        return {match.captured(1).toInt(), match.captured(2).toInt()};
+    if (const auto match = lineOnly.match(words); match.hasMatch())
+        return {match.captured(1).toInt(), 1};
+    return {0, 0};
+}
+
+} // namespace qm

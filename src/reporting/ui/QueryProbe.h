@@ -1,0 +1,49 @@
+/// \file
+/// Tries a query that is being edited on its data source: is it right, and what are its first rows.
+#pragma once
+
+#include "framework/Query.h"
+#include "reporting/engine/Period.h"
+#include "reporting/engine/RowSources.h"
+
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace qm {
+
+class CancelFlag;
+
+/// A query as it is to be tried; holds copies, so that it can go to another thread.
+struct ProbeRequest
+{
+    Query query;
+    QString database;              ///< the package's embedded database
+    QMap<QString, QString> values; ///< given parameter values, by name
+    std::optional<PeriodRange> period;
+    QDate today;
+};
+
+struct ProbeRows
+{
+    QStringList columns;
+    std::vector<std::vector<std::optional<QString>>> rows; ///< shown texts; nullopt: NULL
+    bool more = false;                                     ///< there are more rows than were read
+    double seconds = 0;
+};
+
+/// The SQL that runs on \p source: the variant for its dialect, or the general one.
+[[nodiscard]] QString sqlFor(const Query &query, SqlDialect dialect);
+/// Prepares the SQL without running it; parameters need no values. \throws RuntimeError with the database's words.
+void checkSql(const ProbeRequest &request, std::shared_ptr<CancelFlag> cancel);
+/// The first \p limit rows. \throws RuntimeError as a run does; cancelledByOperator.
+[[nodiscard]] ProbeRows readFirstRows(const ProbeRequest &request, std::size_t limit, std::shared_ptr<CancelFlag> cancel);
+
+/// Line and column that an error's text names ("line 3, column 7"); both 0 when it names none.
+[[nodiscard]] SqlPosition placeInError(const QString &words);
+
+} // namespace qm

@@ -1,0 +1,67 @@
+#include "reporting/ui/ReportDesk.h"
+
+namespace qm {
+
+ReportDesk::Producing::Producing(ReportDesk &desk, std::shared_ptr<CancelFlag> cancel) : m_desk(desk)
+{
+    m_desk.m_cancel = std::move(cancel);
+    Q_EMIT m_desk.runStarted();
+}
+
+ReportDesk::Producing::~Producing()
+{
+    m_desk.m_cancel.reset();
+    Q_EMIT m_desk.runEnded();
+}
+
+ReportDesk::~ReportDesk()
+{
+    for (const auto &viewer : m_viewers)
+        delete viewer.data();
+}
+
+void ReportDesk::cancelRun()
+{
+    if (m_cancel)
+        m_cancel->cancel();
+}
+
+void ReportDesk::dropClosedViewers()
+{
+    std::erase_if(m_viewers, [](const QPointer<QWidget> &viewer) { return viewer.isNull(); });
+}
+
+void ReportDesk::addViewer(QWidget *viewer)
+{
+    dropClosedViewers();
+    m_viewers.emplace_back(viewer);
+    while (m_viewers.size() > kMaxViewers) {
+        const QPointer<QWidget> oldest = m_viewers.front();
+        m_viewers.pop_front();
+        if (oldest) {
+            oldest->hide();
+            oldest->deleteLater();
+        }
+    }
+}
+
+int ReportDesk::viewerCount() const
+{
+    int open = 0;
+    for (const auto &viewer : m_viewers)
+        open += viewer.isNull() ? 0 : 1;
+    return open;
+}
+
+void ReportDesk::closeViewers()
+{
+    for (const auto &viewer : m_viewers) {
+        if (viewer) {
+            viewer->hide();
+            viewer->deleteLater();
+        }
+    }
+    m_viewers.clear();
+}
+
+} // namespace qm
