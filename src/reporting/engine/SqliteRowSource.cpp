@@ -19,6 +19,23 @@ constexpr auto kBusyPause = 20ms;
 /// Virtual machine steps between two looks at the limits: about a millisecond.
 constexpr int kStepsPerLook = 20000;
 
+/// Where the name stands that \p words are about ("no such table: events"), looked for from \p from on; -1 when they are about no name.
+qsizetype offsetOfName(const QString &sql, qsizetype from, const QString &words)
+{
+    const QString name = words.section(QStringLiteral(": "), 1).section(u'.', -1);
+    if (!words.startsWith(QStringLiteral("no such ")) || name.isEmpty())
+        return -1;
+    for (const SqlToken &token : lexSql(sql, SqlDialect::Sqlite)) {
+        const bool isName = token.kind == SqlToken::Kind::Word || token.kind == SqlToken::Kind::QuotedName;
+        QStringView text = QStringView(sql).mid(token.offset, token.length);
+        if (token.kind == SqlToken::Kind::QuotedName && text.size() > 2)
+            text = text.sliced(1, text.size() - 2);
+        if (isName && token.offset >= from && text.compare(name, Qt::CaseInsensitive) == 0)
+            return token.offset;
+    }
+    return -1;
+}
+
 } // namespace
 
 SqliteRowSource::SqliteRowSource(const QString &database, const QString &sql, const std::vector<BoundParameter> &parameters,
@@ -109,16 +126,8 @@ void SqliteRowSource::prepare()
         const int code = sqlite3_prepare_v2(m_connection.get(), begin, static_cast<int>(sql.cend() - begin + 1), &statement, &rest);
         if (code == SQLITE_OK && rest != sql.cend())
             continue;
-        if (code != SQLITE_OK) {
-            m_limits.check();
-            if (!m_guard.refusal().isEmpty())
-                failReport(QStringLiteral("The SQL of a report may only read. Refused: %1.").arg(m_guard.refusal()));
-            const int offset = sqlite3_error_offset(m_connection.get());
-            if (const int kind = code & 0xFF; offset < 0 && kind != SQLITE_ERROR)
-                raiseRunning(code);
-            const auto before = begin - sql.cbegin();
-            raiseAt(sqlite::message(m_connection.get()), offset < 0 ? -1 : QString::fromUtf8(sql.constData(), before + offset).size());
-        }
+        if (code != SQLITE_OK)
+            raisePreparing(code, sql, begin - sql.constData());
         break;
     }
     m_statement.reset(statement);
@@ -129,6 +138,19 @@ void SqliteRowSource::prepare()
         failReport(QStringLiteral("The SQL of a report may only read, and this statement writes."));
     if (sqlite3_column_count(statement) == 0)
         failReport(QStringLiteral("The SQL gives no columns. A report needs a statement that selects."));
+}
+
+void SqliteRowSource::raisePreparing(int code, const QByteArray &sql, qsizetype begin) const
+{
+    m_limits.check();
+    if (!m_guard.refusal().isEmpty())
+        failReport(QStringLiteral("The SQL of a report may only read. Refused: %1.").arg(m_guard.refusal()));
+    const int offset = sqlite3_error_offset(m_connection.get());
+    if (offset < 0 && (code & 0xFF) != SQLITE_ERROR)
+        raiseRunning(code);
+    const QString words = sqlite::message(m_connection.get());
+    const qsizetype before = QString::fromUtf8(sql.constData(), begin + std::max(offset, 0)).size();
+    raiseAt(words, offset < 0 ? offsetOfName(m_sql, before, words) : before);
 }
 
 void SqliteRowSource::bind(const std::vector<BoundParameter> &parameters)

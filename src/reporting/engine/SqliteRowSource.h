@@ -36,6 +36,8 @@ private:
     void readColumns();
 
     [[noreturn]] void raiseOpening(int code) const;
+    /// \p begin: where in \p sql (UTF-8) the statement begins that was refused.
+    [[noreturn]] void raisePreparing(int code, const QByteArray &sql, qsizetype begin) const;
     [[noreturn]] void raiseRunning(int code) const;
     [[noreturn]] void raiseAt(const QString &words, qsizetype offset) const;
 

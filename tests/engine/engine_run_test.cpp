@@ -1,0 +1,354 @@
+#include "core/RuntimeError.h"
+#include "platform/ApplicationLog.h"
+#include "platform/Files.h"
+#include "reporting/engine/ReportEngine.h"
+#include "reporting/engine/RunLedger.h"
+#include "support/Fakes.h"
+#include "support/TempInstallation.h"
+
+#include <QtTest>
+
+#include <random>
+#include <thread>
+
+namespace {
+
+using qm::RuntimeError;
+
+/// Keeps what an output is given, as text.
+class Recorder final : public qm::ReportWriter
+{
+public:
+    qm::ReportHead head;
+    std::vector<qm::ReportColumn> columns;
+    QStringList rows;
+    std::optional<qm::ReportTail> tail;
+
+    void begin(const qm::ReportHead &given, std::span<const qm::ReportColumn> givenColumns) override
+    {
+        head = given;
+        columns.assign(givenColumns.begin(), givenColumns.end());
+    }
+    void row(std::span<const qm::Value> cells) override
+    {
+        QStringList texts;
+        for (const qm::Value &cell : cells)
+            texts.append(cell.kind == qm::Value::Kind::Integer ? QString::number(cell.integer)
+                         : cell.kind == qm::Value::Kind::Real  ? QString::number(cell.real)
+                         : cell.isNull()                       ? QStringLiteral("NULL")
+                                                               : QString::fromUtf8(cell.data, static_cast<qsizetype>(cell.size)));
+        rows.append(texts.join(u'|'));
+    }
+    void end(const qm::ReportTail &given) override { tail = given; }
+
+    [[nodiscard]] QString fact(const char *name) const
+    {
+        for (const auto &[key, value] : head.facts)
+            if (key == name)
+                return QString::fromStdString(value);
+        return {};
+    }
+    [[nodiscard]] QString columnList() const
+    {
+        QStringList texts;
+        for (const qm::ReportColumn &column : columns)
+            texts.append(QStringLiteral("%1:%2:%3:%4")
+                             .arg(QString::fromStdString(column.caption))
+                             .arg(static_cast<int>(column.type))
+                             .arg(static_cast<int>(column.alignment))
+                             .arg(QString::fromStdString(column.format)));
+        return texts.join(u' ');
+    }
+};
+
+QString failureOf(const std::function<void()> &body)
+{
+    try {
+        body();
+    } catch (const RuntimeError &error) {
+        return QStringLiteral("%1 %2").arg(error.number()).arg(error.description());
+    }
+    return {};
+}
+
+} // namespace
+
+class EngineRunTest final : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<qm::test::TempInstallation> m_installation;
+    std::unique_ptr<qm::ApplicationLog> m_log;
+    qm::test::FakeClock m_clock{{QDate(2026, 11, 21), 12 * 3600}};
+
+    void makeDatabase(const QString &word, const char *sql) const
+    {
+        int code = SQLITE_OK;
+        const auto connection = qm::sqlite::open(m_installation->packagePath(word) + QStringLiteral("EventLog.db"),
+                                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
+        QCOMPARE(qm::sqlite::execute(connection.get(), sql), SQLITE_OK);
+    }
+    /// A query file in the group "Tests" of a package.
+    [[nodiscard]] QString query(const QByteArray &sql, const QByteArray &more = {}, const QString &word = QStringLiteral("Server")) const
+    {
+        return m_installation->write(m_installation->group(word, QStringLiteral("Tests")) + QStringLiteral("/q.rqn"),
+                                     "format = 1\ndescription = \"My query\"\nsql = '''\n" + sql + "\n'''\n" + more);
+    }
+    qm::RunResult run(const QString &file, const qm::RunOptions &options)
+    {
+        qm::ReportEngine engine({m_installation->path(), qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/fonts"), m_clock, *m_log});
+        return engine.run(file, options);
+    }
+    Recorder show(const QString &file, qm::RunOptions options = {})
+    {
+        Recorder screen;
+        options.screen = &screen;
+        run(file, options);
+        return screen;
+    }
+    [[nodiscard]] QStringList reports() const
+    {
+        return QDir(m_installation->path() + QStringLiteral("Reports")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+    [[nodiscard]] qm::LedgerEntry lastRun() const
+    {
+        const auto all = qm::RunLedger(m_installation->path()).list(1);
+        return all.empty() ? qm::LedgerEntry() : all.front();
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_installation.reset(); // the environment it set must be back before the next one changes it
+        m_installation = std::make_unique<qm::test::TempInstallation>();
+        m_log = std::make_unique<qm::ApplicationLog>(m_installation->path(), QStringLiteral("test"));
+        makeDatabase(QStringLiteral("Server"),
+                     "CREATE TABLE e(id INTEGER, at DATETIME, user_name TEXT, ok BOOLEAN, note TEXT);"
+                     "INSERT INTO e VALUES(1, '2026-11-20 08:00:00.000', 'ann', 1, 'x'),(2, '2026-11-20 09:00:00.000', NULL, 0, 'y')");
+    }
+
+    void columns_are_worked_out_from_the_result()
+    {
+        const Recorder screen = show(query(
+            "SELECT id, at, user_name, ok, id + 0.25 AS client_ip, date(at) AS dayOfWeek, '08:00:00', NULL n, 7 AS \"COUNT(*)\" FROM e"));
+        // Types: 0 text, 1 integer, 2 real, 3 boolean, 4 date, 5 date and time, 6 time. Alignment: 0 left, 1 centre, 2 right.
+        QCOMPARE(screen.columnList(), QStringLiteral("ID:1:2: At:5:0:datetime User name:0:0: Ok:3:1:boolean Client IP:2:2:0.00 "
+                                                     "Day of week:4:0:date '08:00:00':6:0:time N:0:0: COUNT(*):1:2:"));
+        QCOMPARE(screen.rows.first(), QStringLiteral("1|2026-11-20 08:00:00.000|ann|1|1.25|2026-11-20|08:00:00|NULL|7"));
+        QCOMPARE(screen.tail->rows, std::int64_t{2});
+        QCOMPARE(screen.fact("Package"), QStringLiteral("Server Operating System Logs"));
+        QCOMPARE(screen.fact("Report group"), QStringLiteral("Tests"));
+        QCOMPARE(screen.fact("Source"), QStringLiteral("event database EventLog.db"));
+        QVERIFY(screen.fact("Made").contains(QStringLiteral("2026-11-21 12:00:00 UTC")));
+        makeDatabase(QStringLiteral("Server"), "UPDATE e SET at = '2026-11-20 08:00:00.125', id = 'x7' WHERE id = 1");
+        const Recorder changed = show(query("SELECT id, at FROM e"));
+        QCOMPARE(changed.columnList(), QStringLiteral("ID:0:0: At:5:0:datetime-ms"));
+    }
+
+    void wide_columns_share_what_the_narrow_ones_leave()
+    {
+        const Recorder screen = show(
+            query("SELECT id, printf('%.300c', 'x') AS a, printf('%.500c', 'y') AS b, printf('%.400c', 'z') AS c, id + 1 AS d FROM e"));
+        double sum = 0;
+        for (const qm::ReportColumn &column : screen.columns)
+            sum += column.widthMm;
+        QVERIFY2(sum > 272 && sum < 273.01, qPrintable(QString::number(sum))); // A4 landscape less two margins of 12 mm
+        QVERIFY(screen.columns[0].widthMm < 15 && screen.columns[1].widthMm > 75);
+        QCOMPARE(screen.columns[1].widthMm, screen.columns[2].widthMm);
+    }
+
+    void a_layout_orders_names_and_hides_columns()
+    {
+        m_installation->write(
+            m_installation->packagePath(QStringLiteral("Server")) + QStringLiteral("Layouts/l.rpt"),
+            "format = 1\ntitle = \"Of {package}\"\nsubtitle = \"{query} {date}\"\n[header]\nleft = \"{title} {page}/{pages}\"\n"
+            "[[column]]\nfield = \"NOTE\"\ncaption = \"Remark\"\nwidth_mm = 33\nalign = \"centre\"\n[[column]]\nfield = \"id\"\nformat = "
+            "\"#,##0\"\n"
+            "[[column]]\nfield = \"ok\"\nvisible = false\n");
+        const QByteArray named = "report_file = \"Layouts/l.rpt\"\n";
+        const Recorder screen = show(query("SELECT id, ok, user_name, note FROM e", named));
+        QCOMPARE(screen.columnList(), QStringLiteral("Remark:0:1: ID:1:2:#,##0 User name:0:0:"));
+        QCOMPARE(screen.columns[0].widthMm, 33.0);
+        QCOMPARE(screen.rows, (QStringList{QStringLiteral("x|1|ann"), QStringLiteral("y|2|NULL")}));
+        QCOMPARE(QString::fromStdString(screen.head.title + '~' + screen.head.subtitle + '~' + screen.head.header.left),
+                 QStringLiteral("Of Server Operating System Logs~q.rqn 2026-11-21~Of Server Operating System Logs {page}/{pages}"));
+        const QString lost = failureOf([&] { show(query("SELECT id, ok AS fine, user_name FROM e", named)); });
+        QVERIFY2(lost.contains(QStringLiteral("\"NOTE\"")) && lost.contains(QStringLiteral("id, fine, user_name")) &&
+                     lost.contains(QStringLiteral("l.rpt")),
+                 qPrintable(lost));
+        QVERIFY(failureOf([&] { show(query("SELECT 1", "report_file = \"Layouts/none.rpt\"\n")); }).startsWith(QStringLiteral("53 ")));
+    }
+
+    void no_rows_are_a_report_too()
+    {
+        const Recorder screen = show(query("SELECT id, at FROM e WHERE 0"));
+        QCOMPARE(screen.columnList(), QStringLiteral("ID:1:2: At:5:0:datetime"));
+        QCOMPARE(screen.tail->rows, std::int64_t{0});
+        QCOMPARE(lastRun().status, QStringLiteral("done"));
+    }
+
+    void the_period_and_parameters_are_stated_and_bound()
+    {
+        const QString file = query("SELECT :account, :date_from, :date_to",
+                                   "[period]\nrange = \"yesterday\"\n[[parameter]]\nname = \"account\"\nlabel = \"Account\"\n"
+                                   "type = \"text\"\ndefault = \"%\"\n");
+        const Recorder byFile = show(file);
+        QCOMPARE(byFile.rows.first(), QStringLiteral("%|2026-11-19 23:00:00|2026-11-20 23:00:00")); // the tests' zone is Berlin
+        QCOMPARE(byFile.fact("Account"), QStringLiteral("%"));
+        QVERIFY(
+            byFile.fact("Period").startsWith(QStringLiteral("yesterday: from 2026-11-20 00:00 to before 2026-11-21 00:00 (Europe/Berlin")));
+        qm::RunOptions options;
+        options.from = options.to = QDate(2026, 3, 29);
+        options.parameters.insert(QStringLiteral("account"), QStringLiteral("x' OR 1=1"));
+        QCOMPARE(show(file, options).rows.first(), QStringLiteral("x' OR 1=1|2026-03-28 23:00:00|2026-03-29 22:00:00"));
+        QVERIFY(failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(QStringLiteral("no parameter \"account\"")) ||
+                failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(QStringLiteral("takes no period")));
+        QVERIFY(failureOf([&] { show(query("SELECT :date_from")); }).contains(QStringLiteral("date_from (a period")));
+    }
+
+    void each_query_reads_the_database_of_its_own_package()
+    {
+        makeDatabase(QStringLiteral("Mail"), "CREATE TABLE e(id); INSERT INTO e VALUES('mail')");
+        QCOMPARE(show(query("SELECT id FROM e LIMIT 1", {}, QStringLiteral("Mail"))).rows, QStringList{QStringLiteral("mail")});
+        QCOMPARE(show(query("SELECT id FROM e LIMIT 1")).rows, QStringList{QStringLiteral("1")});
+        QVERIFY(failureOf([&] { show(query("SELECT 1", {}, QStringLiteral("File"))); }).startsWith(QStringLiteral("53 ")));
+        const QString outside =
+            m_installation->write(QStringLiteral("outside.rqn"), "format = 1\ndescription = \"x\"\nsql = '''SELECT id FROM e LIMIT 1'''\n");
+        QVERIFY(failureOf([&] { show(outside); }).contains(QStringLiteral("belongs to no package")));
+        qm::RunOptions options;
+        options.database = m_installation->packagePath(QStringLiteral("Mail")) + QStringLiteral("EventLog.db");
+        QCOMPARE(show(outside, options).rows, QStringList{QStringLiteral("mail")});
+    }
+
+    void outputs_of_other_kinds_are_refused_with_advice_data()
+    {
+        QTest::addColumn<QByteArray>("more");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("screen") << QByteArray("[output]\ntype = \"screen\"\n") << QStringLiteral("say --output");
+        QTest::newRow("printer") << QByteArray("[output]\ntype = \"printer\"\n")
+                                 << QStringLiteral("\"printer\", which is not available in this version");
+        QTest::newRow("email") << QByteArray("[output]\ntype = \"email\"\n[output.email]\nto = [\"a@example.org\"]\n")
+                               << QStringLiteral("\"email\", which is not available");
+        QTest::newRow("server") << QByteArray("data_source = \"MSSQL::Payroll.dsf\"\n") << QStringLiteral("\"MSSQL::Payroll.dsf\"");
+        QTest::newRow("odbc") << QByteArray("data_source = \"ODBC::Driver=x;PWD=s3;UID=u\"\n")
+                              << QStringLiteral("\"ODBC::Driver=x;PWD=***;UID=u\"");
+    }
+    void outputs_of_other_kinds_are_refused_with_advice()
+    {
+        QFETCH(QByteArray, more);
+        QFETCH(QString, said);
+        const QString file = query("SELECT 1", more);
+        const QString refused = failureOf([&] { run(file, {}); });
+        QVERIFY2(refused.contains(said), qPrintable(refused));
+        QCOMPARE(lastRun().status, QStringLiteral("failed"));
+        QVERIFY(lastRun().error.contains(said));
+        m_log.reset();
+        const QByteArray log = m_installation->read(QStringLiteral("Logs/test.log"));
+        QVERIFY(log.contains("failed") && !log.contains("s3"));
+    }
+
+    void a_cut_csv_says_so_beside_it()
+    {
+        const QByteArray toFile = "row_limit = 1\n[output]\ntype = \"file\"\nformat = \"csv\"\nfile = \"{description}\"\n";
+        const qm::RunResult cut = run(query("SELECT id FROM e", toFile), {});
+        QVERIFY(cut.truncated);
+        QCOMPARE(reports(),
+                 (QStringList{QStringLiteral("My query (first 1 rows).csv"), QStringLiteral("My query (first 1 rows).csv.txt")}));
+        QCOMPARE(m_installation->read(cut.outputFile), QByteArray("id\r\n1\r\n"));
+        const QByteArray facts = m_installation->read(cut.outputFile + QStringLiteral(".txt"));
+        QVERIFY2(facts.contains("Only the first 1 rows") && facts.contains("Package: Server Operating System Logs"), facts.constData());
+        QVERIFY(lastRun().note.contains(QStringLiteral("first 1 rows")));
+        const qm::RunResult whole = run(query("SELECT id FROM e LIMIT 1", toFile), {});
+        QVERIFY(!whole.truncated && whole.outputFile.endsWith(QStringLiteral("Reports/My query.csv")));
+        QCOMPARE(whole.sha256,
+                 QString::fromLatin1(QCryptographicHash::hash(m_installation->read(whole.outputFile), QCryptographicHash::Sha256).toHex()));
+        QCOMPARE(lastRun().sha256, whole.sha256);
+        QCOMPARE(lastRun().bytes, whole.bytes);
+        const Recorder screen = show(query("SELECT id FROM e", "row_limit = 2\n"));
+        QVERIFY(!screen.tail->truncated && screen.tail->rows == 2);
+    }
+
+    void outputs_that_cannot_be_written_are_told_and_leave_nothing()
+    {
+        qm::RunOptions options;
+        constexpr char kMany[] = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 100000) SELECT i, hex(i) FROM n";
+        const QString many = query(kMany);
+        const auto told = [&](const QString &output) {
+            options.outputFile = output;
+            return failureOf([&] { run(many, options); });
+        };
+        QVERIFY(told(m_installation->path() + QStringLiteral("none/x.csv")).startsWith(QStringLiteral("76 ")));
+        const QString file = m_installation->write(QStringLiteral("Reports/plain"), "x");
+        QVERIFY(!told(file + QStringLiteral("/x.csv")).isEmpty());
+        QVERIFY(told(m_installation->path() + QStringLiteral("Reports")).startsWith(QStringLiteral("75 ")));
+        if (QFile::exists(QStringLiteral("/dev/full")))
+            QVERIFY(told(QStringLiteral("/dev/full")).startsWith(QStringLiteral("61 ")));
+        QCOMPARE(lastRun().status, QStringLiteral("failed"));
+        QCOMPARE(reports(), QStringList{QStringLiteral("plain")});
+        const QString old = m_installation->write(QStringLiteral("Reports/old.csv"), "old");
+        options.outputFile = old;
+        QVERIFY(!failureOf([&] { run(query("SELECT 1 FROM nosuch"), options); }).isEmpty());
+        QCOMPARE(m_installation->read(old), QByteArray("old"));
+        run(query(kMany), options);
+        QVERIFY(m_installation->read(old).startsWith("i,hex(i)\r\n1,31\r\n"));
+    }
+
+    void a_ledger_that_cannot_be_written_stops_no_report()
+    {
+        QVERIFY(QDir(m_installation->path() + QStringLiteral("Logs")).removeRecursively());
+        m_installation->write(QStringLiteral("Logs"), "a file");
+        Recorder screen;
+        qm::RunOptions options;
+        options.screen = &screen;
+        const qm::RunResult result = run(query("SELECT id FROM e"), options);
+        QCOMPARE(result.runId, std::int64_t{0});
+        QCOMPARE(result.rows, std::int64_t{2});
+        QVERIFY2(result.note.contains(QStringLiteral("RunLedger.db")), qPrintable(result.note));
+    }
+
+    void a_cancel_at_any_moment_leaves_no_file()
+    {
+        const QString endless =
+            query("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT i, printf('%.50c', 'x') AS x FROM n",
+                  "[output]\ntype = \"file\"\nfile = \"{description}\"\n");
+        std::mt19937 random(21);
+        std::uniform_int_distribution<int> delay(0, 20'000);
+        const QStringList formats{QStringLiteral("csv"), QStringLiteral("html"), QStringLiteral("xlsx"), QStringLiteral("pdf")};
+        for (int i = 0; i < 200; ++i) {
+            qm::RunOptions options;
+            options.format = formats.at(i % 4);
+            options.cancel = std::make_shared<qm::CancelFlag>();
+            std::thread operatorThread([&, wait = std::chrono::microseconds(delay(random))] {
+                std::this_thread::sleep_for(wait);
+                options.cancel->cancel();
+            });
+            const QString ended = failureOf([&] { run(endless, options); });
+            operatorThread.join();
+            QVERIFY2(ended.startsWith(QString::number(qm::err::cancelledByOperator)), qPrintable(ended));
+            QCOMPARE(reports(), QStringList());
+        }
+        QCOMPARE(lastRun().status, QStringLiteral("cancelled"));
+        QCOMPARE(qm::RunLedger(m_installation->path()).list().size(), std::size_t{200});
+    }
+
+    void progress_and_time_out_work_between_rows()
+    {
+        std::int64_t last = 0;
+        int calls = 0;
+        qm::RunOptions options;
+        options.countOnly = true;
+        options.progress = [&](std::int64_t rows) {
+            QVERIFY(rows > last);
+            last = rows;
+            ++calls;
+        };
+        const QString ended = failureOf([&] {
+            run(query("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT i FROM n", "timeout_seconds = 1\n"), options);
+        });
+        QVERIFY2(ended.contains(QStringLiteral("time-out of 1 seconds")), qPrintable(ended));
+        QVERIFY(calls >= 2 && calls <= 5);
+    }
+};
+
+QTEST_GUILESS_MAIN(EngineRunTest)
+#include "engine_run_test.moc"
