@@ -133,6 +133,12 @@ QVariant CatalogueList::data(const QModelIndex &index, int role) const
     }
 }
 
+Qt::ItemFlags CatalogueList::flags(const QModelIndex &index) const
+{
+    const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    return index.column() == Text ? flags | Qt::ItemIsEditable : flags;
+}
+
 QVariant CatalogueList::headerData(int section, Qt::Orientation orientation, int role) const
 {
     const auto column = static_cast<std::size_t>(section);

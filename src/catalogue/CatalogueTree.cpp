@@ -26,7 +26,7 @@ QModelIndex CatalogueTree::addNode(const QString &parentKey, const TreeNode &nod
     item->setData(node.key, KeyRole);
     item->setData(node.tag, TagRole);
     item->setData(imageKey, ImageRole);
-    item->setEditable(false);
+    item->setEditable(!parentKey.isEmpty()); // packages keep their names
     parent->appendRow(item);
     m_byKey.insert(node.key, QPersistentModelIndex(item->index()));
     return item->index();

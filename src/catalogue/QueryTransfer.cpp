@@ -59,14 +59,14 @@ void QueryTransfer::showTarget()
     m_catalogue.openSelectedGroup();
 }
 
-void QueryTransfer::CopyFile()
+bool QueryTransfer::CopyFile()
 {
-    trap(m_errors, kCopyFile, [&] {
+    return trap(m_errors, kCopyFile, [&] {
         const TreeNode target = m_selection.node();
         if (m_pending.sourcePackage.compare(m_selection.parentNode().tag, Qt::CaseInsensitive) != 0) {
             m_prompts.messageBox(QStringLiteral("Cannot copy queries across event log packages."), box::ok | box::exclamation,
                                  QString::fromLatin1(kApplicationTitle));
-            return;
+            return false;
         }
         const QString folder = targetFolder(target) + kSep;
         const QString name = files::lastPart(m_pending.sourceFile);
@@ -75,6 +75,7 @@ void QueryTransfer::CopyFile()
             destination = folder + kCopyOf + name;
         files::copy(m_pending.sourceFile, files::existingSpelling(destination));
         showTarget();
+        return true;
     });
 }
 
@@ -119,8 +120,7 @@ bool QueryTransfer::tvTreeView_DragDrop(bool dragReady)
         const QModelIndex node = m_selection.nodeIndex();
         if (!node.isValid() || !node.parent().isValid() || !dragReady)
             return false;
-        CopyFile();
-        return true;
+        return CopyFile();
     });
 }
 

@@ -29,12 +29,13 @@ public:
     /// Pastes what is pending, and forgets it whatever came of it.
     void paste();
 
-    void CopyFile();
+    /// \returns whether the file was copied.
+    bool CopyFile();
     void MoveFile();
 
     /// The drag is over \p node (invalid: over none). \returns the picture to show, nullopt to leave it.
     std::optional<DragPicture> tvTreeView_DragOver(const QModelIndex &node);
-    /// The drag ended over the tree's selected node. \returns whether a copy was tried.
+    /// The drag ended over the tree's selected node. \returns whether the query was copied.
     bool tvTreeView_DragDrop(bool dragReady);
 
 private:

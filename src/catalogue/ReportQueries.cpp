@@ -22,7 +22,6 @@ constexpr Procedure kRenameReportQuery{"RenameReportQuery", "Error occured while
 constexpr Procedure kRenameNewFile{"RenameNewFileAsDescription", kUnanticipated, kModule};
 constexpr Procedure kDetermineQueryName{"DetermineQueryName", kUnanticipated, "frmKOSMAMain.frm"};
 constexpr Procedure kAfterLabelEdit{"lvListView_AfterLabelEdit_EH", "Unexpected error occured", kModule};
-constexpr Procedure kDblClick{"lvListView_DblClick", "Error occured in the listview control", kModule};
 constexpr Procedure kImport{"Import", "Error occured while trying to save the Query File", kModule};
 
 constexpr int kCandidates = 1000;
@@ -159,21 +158,6 @@ bool ReportQueries::lvListView_AfterLabelEdit(int row, const QString &newString)
             RenameReportQuery(edited.tag, newString);
     });
     return accepted;
-}
-
-void ReportQueries::lvListView_DblClick()
-{
-    trap(m_errors, kDblClick, [&] {
-        if (m_selection.rowIndex() < 0)
-            return;
-        const ListRow row = m_selection.row();
-        if (isLevel(row.key, selection::query))
-            ModifyReportQuery(row.subItems[CatalogueList::QueryFile - 1], m_selection.parentNode().tag);
-        else if (isLevel(row.key, selection::group))
-            listSelectedGroup();
-        else
-            m_catalogue.PopulateGroupsInListView(m_selection.node().text);
-    });
 }
 
 QString ReportQueries::chooseImportTarget(const TreeNode &group)

@@ -34,7 +34,6 @@ public:
 
     /// Completes a label edit of the list's row \p row. \returns false when a group's edit was refused.
     bool lvListView_AfterLabelEdit(int row, const QString &newString);
-    void lvListView_DblClick();
 
 private:
     void listSelectedGroup();

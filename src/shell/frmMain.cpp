@@ -11,6 +11,7 @@
 #include "platform/Files.h"
 #include "scheduler/ScheduleTableView.h"
 #include "shell/CaptionPanel.h"
+#include "shell/CatalogueCommands.h"
 #include "shell/HelpFile.h"
 #include "shell/Icons.h"
 #include "shell/frmAbout.h"
@@ -73,6 +74,10 @@ frmMain::frmMain(MainWindowServices services)
     m_schedule->table().setPicture(icons::imageList().value(QStringLiteral("ScheduleJob")));
     m_addDataSource = std::make_unique<frmAddNewDataSource>(m_services.globals, m_services.errors, m_services.prompts, this);
 
+    m_catalogueCommands = std::make_unique<CatalogueCommands>(
+        CatalogueCommands::Services{m_services.globals, m_services.errors, m_services.prompts, m_services.components, icons::imageList()},
+        *m_catalogue, m_commands, m_selectionCommands, [this] { queryFilesChanged(); });
+
     buildBars();
     buildPanes();
     buildTray();
@@ -91,6 +96,7 @@ frmMain::~frmMain()
 {
     // The panes' events use the other members, and the focus wanders while widgets go.
     m_active.disconnect(this);
+    m_catalogueCommands.reset();
     m_schedule.reset();
     m_catalogue.reset();
 }
@@ -103,6 +109,10 @@ CataloguePaneHooks frmMain::catalogueHooks()
     hooks.setCaption = [this](const QString &caption) { m_ssReportQuery->setCaption(caption); };
     hooks.popUpRightClickMenu = [this](const QPoint &position) { popUpRightClickMenu(position); };
     hooks.deleteCommand = [this] { m_commands.sstbrReportsMenuToolbar_ToolClick(id("ID_Delete")); };
+    hooks.modifyReportQuery = [this](const QString &file, const QString &interfaceId) {
+        m_catalogueCommands->ModifyReportQuery(file, interfaceId);
+    };
+    hooks.editNodeLabel = [this](const QModelIndex &node) { m_catalogueCommands->editNodeLabel(node); };
     return hooks;
 }
 
@@ -196,7 +206,7 @@ void frmMain::setCommands()
     m_selectionCommands.set(View::Datatbl, Verb::Rename, modifyJob);
     m_selectionCommands.set(View::Datatbl, Verb::Delete, [this] { m_schedule->jobs().DeleteScheduledJob(); });
 
-    m_commands.setGate([this] { return mayRunCommand(); });
+    m_commands.setGate([this] { return mayRunCommand() && m_catalogueCommands->endLabelEdit(); });
     const auto can = [this](Verb verb) { return [this, verb] { return m_selectionCommands.canRun(verb); }; };
     m_commands.setCommand(
         id("ID_Modify"), [this] { m_selectionCommands.Modify(); }, can(Verb::Modify));
@@ -341,6 +351,17 @@ void frmMain::addNewScheduledJob()
         m_schedule->jobs().AddNewScheduledJob(selected.row().tag, selected.parentNode().tag, true);
     else
         m_schedule->jobs().AddNewScheduledJob({}, {}, false);
+}
+
+void frmMain::queryFilesChanged()
+{
+    JobTable &jobs = m_schedule->table();
+    jobs.refreshFileMarks();
+    const QStringList orphans = jobs.jobsWithoutFile();
+    if (orphans.isEmpty())
+        statusBar()->clearMessage();
+    else
+        statusBar()->showMessage(tr("Scheduled reports whose query file does not exist: %1").arg(orphans.join(QStringLiteral(", "))));
 }
 
 void frmMain::editDataSources()

@@ -21,6 +21,7 @@ class QSplitter;
 namespace qm {
 
 class CaptionPanel;
+class CatalogueCommands;
 class Clock;
 class ComponentFactory;
 class ConnectionTester;
@@ -88,6 +89,8 @@ private:
     void activeControlChanged();
     void generate();
     void addNewScheduledJob();
+    /// After query files moved or went: marks the jobs that point to nothing, and names them.
+    void queryFilesChanged();
     void editDataSources();
     void editEmailSettings();
     void showAbout();
@@ -105,6 +108,7 @@ private:
     ReportRunner m_runner;
     ConfigurationLoader m_loader;
     std::unique_ptr<TrayIcon> m_tray;
+    std::unique_ptr<CatalogueCommands> m_catalogueCommands;
     std::unique_ptr<frmAddNewDataSource> m_addDataSource;
     CaptionPanel *m_ssReportQuery = nullptr;
     QSplitter *m_splitterMain = nullptr;

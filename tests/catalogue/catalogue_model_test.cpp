@@ -287,7 +287,7 @@ private:
         if (how == 'd') {
             s.transfer.pickUpForDrag(row);
             QVERIFY(s.transfer.tvTreeView_DragOver(s.tree.find(groupKey(to.package, to.group))) == DragPicture::Drop);
-            QVERIFY(s.transfer.tvTreeView_DragDrop(true));
+            QCOMPARE(s.transfer.tvTreeView_DragDrop(true), from.package == to.package);
             s.pending.clear();
         } else {
             s.transfer.pickUpSelected(how == 'x');
