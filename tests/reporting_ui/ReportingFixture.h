@@ -1,0 +1,108 @@
+/// \file
+/// An installation with one event database, and everything that report interfaces work with.
+#pragma once
+
+#include "framework/ConfigReaders.h"
+#include "framework/QueryFiles.h"
+#include "platform/ApplicationLog.h"
+#include "platform/Files.h"
+#include "reporting/ui/PackageReportInterface.h"
+#include "reporting/ui/ReportDesk.h"
+#include "support/ErrorOf.h"
+#include "support/Fakes.h"
+#include "support/TempInstallation.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QPointer>
+#include <QStandardPaths>
+
+#include <sqlite3.h>
+
+namespace qm::test {
+
+class ReportingFixture
+{
+public:
+    ReportingFixture()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        database = installation.packagePath(QStringLiteral("Server")) + QStringLiteral("EventLog.db");
+        runSql("CREATE TABLE events(id INTEGER PRIMARY KEY, time_generated DATETIME, computer TEXT, attempts INTEGER, message TEXT);"
+               "CREATE VIEW recent AS SELECT * FROM events WHERE attempts > 1;"
+               "INSERT INTO events VALUES(1,'2026-11-19 08:00:00','server10',5,'plain'),"
+               "(2,'2026-11-18 08:00:00','Server9',1200,NULL),(3,'2026-11-17 08:00:00','alpha',7,'two' || char(10) || 'lines');");
+        group = installation.group(QStringLiteral("Server"), QStringLiteral("Security")) + kSep;
+    }
+
+    void runSql(const QByteArray &sql) const
+    {
+        sqlite3 *connection = nullptr;
+        QVERIFY(sqlite3_open(database.toUtf8().constData(), &connection) == SQLITE_OK);
+        char *words = nullptr;
+        if (sqlite3_exec(connection, sql.constData(), nullptr, nullptr, &words) != SQLITE_OK)
+            QTest::qFail(words, __FILE__, __LINE__);
+        sqlite3_close(connection);
+    }
+
+    /// Writes a query file whose SQL and further TOML are given. \returns its path.
+    QString query(const QString &name, const QByteArray &sql, const QByteArray &more = "[output]\ntype = \"screen\"\n") const
+    {
+        return installation.write(group + name + QStringLiteral(".rqn"),
+                                  "description = \"" + name.toUtf8() + "\"\nsql = '''\n" + sql + "\n'''\n" + more);
+    }
+
+    /// The open window with that object name, or null.
+    template <class Window>
+    static Window *window(const char *name)
+    {
+        for (QWidget *widget : QApplication::topLevelWidgets())
+            if (widget->objectName() == QLatin1String(name) && widget->isVisible())
+                return qobject_cast<Window *>(widget);
+        return nullptr;
+    }
+
+    /// What a test left open.
+    static void deleteWindows()
+    {
+        QList<QPointer<QWidget>> open;
+        for (QWidget *widget : QApplication::topLevelWidgets())
+            if (!widget->parent())
+                open << widget;
+        for (const auto &widget : open)
+            delete widget.data();
+    }
+
+    [[nodiscard]] static int spoolFiles()
+    {
+        const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+        return static_cast<int>(QDir(cache + QStringLiteral("/quillmark/spool")).entryList(QDir::Files | QDir::Hidden).size());
+    }
+
+    TempInstallation installation;
+    QString database, group;
+    ScriptedPrompts prompts;
+    FakeClock clock{WallTime{QDate(2026, 11, 20), 12 * 3600}};
+    ApplicationLog log{installation.path(), QStringLiteral("test")};
+    QString fonts = QString::fromLocal8Bit(qgetenv("QM_BIN_DIR")) + QStringLiteral("/fonts");
+    ReportEngine engine{EngineServices{installation.path(), fonts, clock, log}};
+    TomlQueryAccess queries;
+    TomlLayoutReader layouts;
+    IniPackageConfigReader packages;
+    ReportDesk desk;
+    ReportingUiServices services{prompts,
+                                 engine,
+                                 queries,
+                                 layouts,
+                                 packages,
+                                 clock,
+                                 log,
+                                 desk,
+                                 fonts,
+                                 [this] { return installation.path(); },
+                                 [] { return QStringList{QStringLiteral("MSSQL::Payroll.dsf")}; },
+                                 [] { return nullptr; }};
+    std::unique_ptr<ReportInterface> interface = makePackageReportInterface(services);
+};
+
+} // namespace qm::test

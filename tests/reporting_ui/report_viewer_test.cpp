@@ -1,0 +1,238 @@
+#include "ReportingFixture.h"
+
+#include "core/RuntimeError.h"
+#include "reporting/ui/SpoolModel.h"
+#include "reporting/ui/TextCollation.h"
+#include "reporting/ui/VisibleText.h"
+#include "reporting/ui/frmReportViewer.h"
+
+#include <QAbstractItemModelTester>
+#include <QAction>
+#include <QClipboard>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTableView>
+#include <QTextBrowser>
+#include <QToolButton>
+
+namespace qm::test {
+
+const QString kHostile = QStringLiteral("<b>bold</b>\u202Egpj.exe\u202C\r\nDROP\t\u0001 \U0001F600 \u4E2D=cmd()");
+
+class report_viewer_test : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<ReportingFixture> f;
+
+    static ReportColumn column(const char *field, ColumnType type, const char *format = "")
+    {
+        ReportColumn made;
+        made.field = made.caption = field;
+        made.type = type;
+        made.format = format;
+        made.alignment = type == ColumnType::Integer ? CellAlignment::Right : CellAlignment::Left;
+        return made;
+    }
+
+    /// A report of the given rows (name, number); null numbers are NULL.
+    static SpooledReport report(const std::vector<std::pair<QByteArray, std::optional<std::int64_t>>> &rows)
+    {
+        SpoolWriter writer;
+        ReportHead head;
+        head.title = "Sample";
+        head.facts = {{"Period", "last week"}, {"Source", "EventLog.db"}, {"Made", "now"}};
+        const std::vector<ReportColumn> columns{column("name", ColumnType::Text), column("number", ColumnType::Integer, "#,##0")};
+        writer.begin(head, columns);
+        for (const auto &[name, number] : rows)
+            writer.row(std::vector<Value>{Value::ofText({name.constData(), static_cast<std::size_t>(name.size())}),
+                                          number ? Value::of(*number) : Value::ofNull()});
+        writer.end({static_cast<std::int64_t>(rows.size()), false, 0});
+        return writer.take();
+    }
+
+    std::unique_ptr<frmReportViewer> viewer(SpooledReport rows) const
+    {
+        auto made = std::make_unique<frmReportViewer>(f->services, std::move(rows), QStringLiteral("/q.rqn"), QString());
+        made->setAttribute(Qt::WA_DeleteOnClose, false);
+        made->show();
+        return made;
+    }
+
+    static QStringList names(const frmReportViewer &viewer)
+    {
+        QStringList list;
+        for (int row = 0; row < viewer.model().rowCount(); ++row)
+            list << viewer.model().index(row, 0).data().toString();
+        return list;
+    }
+
+    template <class Action>
+    static void settle(frmReportViewer &viewer, Action &&action)
+    {
+        QSignalSpy settled(&viewer, &frmReportViewer::settled);
+        action();
+        QTRY_VERIFY_WITH_TIMEOUT(!settled.isEmpty() && !viewer.isWorking(), 20000);
+    }
+
+private Q_SLOTS:
+    void init() { f = std::make_unique<ReportingFixture>(); }
+    void cleanup()
+    {
+        ReportingFixture::deleteWindows();
+        f.reset();
+    }
+
+    void headersSortByValueWithEmptyCellsFirstAndTiesInOrder()
+    {
+        auto window = viewer(report({{"server10", 5}, {"Server9", 1200}, {"\xC3\xA4pfel", {}}, {"alpha", 5}, {"server09", -3}}));
+        QAbstractItemModelTester tester(&window->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        settle(*window, [&] { window->sortBy(0, false); });
+        QCOMPARE(names(*window), QStringList({QStringLiteral("alpha"), QStringLiteral("Server9"), QStringLiteral("server09"),
+                                              QStringLiteral("server10"), QStringLiteral("äpfel")}));
+        settle(*window, [&] { window->sortBy(1, false); });
+        QCOMPARE(names(*window), QStringList({QStringLiteral("äpfel"), QStringLiteral("server09"), QStringLiteral("server10"),
+                                              QStringLiteral("alpha"), QStringLiteral("Server9")}));
+        settle(*window, [&] { window->sortBy(1, true); });
+        QCOMPARE(names(*window).first(), QStringLiteral("Server9"));
+        QCOMPARE(names(*window).mid(1, 2), QStringList({QStringLiteral("server10"), QStringLiteral("alpha")}));
+        settle(*window, [&] { window->sortBy(-1, false); });
+        QCOMPARE(names(*window).first(), QStringLiteral("server10"));
+    }
+
+    void textOrderIsConsistent()
+    {
+        const std::vector<std::string_view> texts{
+            "",  "a",   "A",  "a1", "a01",          "a2", "a10", "\xC3\xA9",     "\xC3\x89",        "e", "z", "\xFF", "\xC3", "10",
+            "9", "009", "9a", "9 ", "\xE4\xB8\xAD", "k",  "K",   "\xE2\x84\xAA", "\xF0\x9F\x98\x80"};
+        for (const auto a : texts)
+            for (const auto b : texts) {
+                QCOMPARE(compareTexts(a, b), -compareTexts(b, a));
+                QCOMPARE(compareTexts(a, b) == 0, a == b);
+                for (const auto c : texts)
+                    if (compareTexts(a, b) < 0 && compareTexts(b, c) < 0)
+                        QVERIFY(compareTexts(a, c) < 0);
+            }
+    }
+
+    void searchCountsStepsAndReduces()
+    {
+        auto window = viewer(report({{"logon", 1234}, {"Logoff", 2}, {"other", 3}, {"LOGON again", 4}}));
+        auto text = window->findChild<QLineEdit *>(QStringLiteral("findText"));
+        auto table = window->findChild<QTableView *>(QStringLiteral("reportRows"));
+        auto count = window->findChild<QLabel *>(QStringLiteral("findCount"));
+        auto only = window->findChild<QToolButton *>(QStringLiteral("onlyMatches"));
+        settle(*window, [&] { text->setText(QStringLiteral("LOGO")); });
+        QCOMPARE(count->text(), QStringLiteral("1 of 3 rows"));
+        QTest::mouseClick(window->findChild<QToolButton *>(QStringLiteral("findNext")), Qt::LeftButton);
+        QCOMPARE(table->currentIndex().row(), 1);
+        QTest::mouseClick(window->findChild<QToolButton *>(QStringLiteral("findNext")), Qt::LeftButton);
+        QCOMPARE(table->currentIndex().row(), 3);
+        QTest::mouseClick(window->findChild<QToolButton *>(QStringLiteral("findNext")), Qt::LeftButton);
+        QCOMPARE(table->currentIndex().row(), 0);
+        settle(*window, [&] { only->click(); });
+        QCOMPARE(names(*window), QStringList({QStringLiteral("logon"), QStringLiteral("Logoff"), QStringLiteral("LOGON again")}));
+        settle(*window, [&] { window->sortBy(1, true); });
+        QCOMPARE(names(*window), QStringList({QStringLiteral("logon"), QStringLiteral("LOGON again"), QStringLiteral("Logoff")}));
+        settle(*window, [&] { window->findChild<QToolButton *>(QStringLiteral("matchCase"))->click(); });
+        QCOMPARE(names(*window), QStringList({QStringLiteral("LOGON again")}));
+        // Numbers are found as they are shown and as they are stored.
+        settle(*window, [&] { text->setText(QStringLiteral("1,2")); });
+        QCOMPARE(names(*window), QStringList({QStringLiteral("logon")}));
+        settle(*window, [&] { text->setText(QStringLiteral("123")); });
+        QCOMPARE(names(*window), QStringList({QStringLiteral("logon")}));
+        settle(*window, [&] { text->setText(QStringLiteral("nowhere")); });
+        QVERIFY(window->findChild<QLabel *>(QStringLiteral("emptyState"))->text().contains(QStringLiteral("nowhere")));
+        settle(*window, [&] { text->clear(); });
+        QCOMPARE(window->model().rowCount(), 4);
+    }
+
+    void hostileTextIsShownLiterally()
+    {
+        auto window = viewer(report({{kHostile.toUtf8(), 1},
+                                     {QByteArray("bad\xFF"
+                                                 "bytes"),
+                                      2}}));
+        const QString shown = window->model().index(0, 0).data().toString();
+        QVERIFY(shown.startsWith(QStringLiteral("<b>bold</b>[U+202E]gpj.exe[U+202C]↵DROP")));
+        QVERIFY(!shown.contains(QChar(0x202E)) && !shown.contains(u'\n') && !shown.contains(QChar(1)));
+        auto details = window->findChild<QTextBrowser *>(QStringLiteral("detailPane"));
+        QVERIFY(details->toPlainText().contains(QStringLiteral("<b>bold</b>[U+202E]gpj.exe[U+202C]\nDROP")));
+        QCOMPARE(window->model().fullText(0, 0), kHostile);
+        QVERIFY(window->model().fullText(1, 0).contains(QChar(0xFFFD)));
+        QCOMPARE(visibleText(QStringLiteral("a\u0085b\u200B\u2066")), QStringLiteral("a[U+0085]b[U+200B][U+2066]"));
+    }
+
+    void selectionIsCopiedAsTabSeparatedText()
+    {
+        auto window = viewer(report({{"a\tb", 1}, {"plain", {}}, {"\"q\"", 3}}));
+        auto table = window->findChild<QTableView *>(QStringLiteral("reportRows"));
+        table->selectAll();
+        window->findChild<QAction *>(QStringLiteral("copyWithCaptions"))->trigger();
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("name\tnumber\n\"a\tb\"\t1\nplain\t\n\"\"\"q\"\"\"\t3\n"));
+        table->clearSelection();
+        table->setCurrentIndex(window->model().index(0, 0));
+        window->findChild<QAction *>(QStringLiteral("copy"))->trigger();
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("a\tb"));
+    }
+
+    void exportWritesWhatIsShown()
+    {
+        auto window = viewer(report({{"b", 2}, {"a,1", 1}, {"c", 3}}));
+        settle(*window, [&] { window->sortBy(0, false); });
+        const QString path = f->installation.path() + QStringLiteral("out.csv");
+        settle(*window, [&] { window->exportTo(path, QStringLiteral("csv")); });
+        QCOMPARE(f->installation.read(path), QByteArray("name,number\r\n\"a,1\",1\r\nb,2\r\nc,3\r\n"));
+        const QString html = f->installation.path() + QStringLiteral("out.html");
+        settle(*window, [&] { window->findChild<QLineEdit *>(QStringLiteral("findText"))->setText(QStringLiteral("c")); });
+        settle(*window, [&] { window->findChild<QToolButton *>(QStringLiteral("onlyMatches"))->click(); });
+        settle(*window, [&] { window->exportTo(html, QStringLiteral("html")); });
+        QVERIFY(f->installation.read(html).contains("only rows that contain"));
+        QVERIFY(!f->installation.read(html).contains("a,1"));
+
+        // Into a folder that is not there: said, and the window goes on.
+        settle(*window, [&] { window->exportTo(f->installation.path() + QStringLiteral("no/out.csv"), QStringLiteral("csv")); });
+        QCOMPARE(f->prompts.shown.size(), std::size_t{1});
+        QVERIFY(f->prompts.shown.front().text.contains(QStringLiteral("no")));
+    }
+
+    void aLargeReportStaysQuickAndLeavesNoFile()
+    {
+        constexpr int rows = 200000;
+        SpoolWriter writer;
+        const std::vector<ReportColumn> columns{column("name", ColumnType::Text), column("number", ColumnType::Integer)};
+        writer.begin({}, columns);
+        std::string name;
+        for (int i = 0; i < rows; ++i) {
+            name = "account" + std::to_string((i * 7919) % rows);
+            writer.row(std::vector<Value>{Value::ofText(name), Value::of(std::int64_t{i})});
+        }
+        writer.end({rows, false, 0});
+        auto window = viewer(writer.take());
+        QCOMPARE(f->spoolFiles(), 0);
+        QElapsedTimer timer;
+        timer.start();
+        settle(*window, [&] { window->sortBy(0, true); });
+        QCOMPARE(window->model().index(0, 0).data().toString(), QStringLiteral("account199999"));
+        QCOMPARE(window->model().index(rows - 1, 0).data().toString(), QStringLiteral("account0"));
+        settle(*window, [&] { window->findChild<QLineEdit *>(QStringLiteral("findText"))->setText(QStringLiteral("account77777")); });
+        QCOMPARE(
+            window->model().index(window->findChild<QTableView *>(QStringLiteral("reportRows"))->currentIndex().row(), 0).data().toString(),
+            QStringLiteral("account77777"));
+        qInfo("sorted and searched %d rows in %lld ms", rows, timer.elapsed());
+        // A new wish while one is being worked on replaces it.
+        settle(*window, [&] {
+            window->sortBy(0, false);
+            window->sortBy(1, true);
+        });
+        QCOMPARE(window->model().index(0, 1).data().toString(), QString::number(rows - 1));
+        window->sortBy(0, false);
+        window.reset(); // while it is working
+        QCOMPARE(f->spoolFiles(), 0);
+    }
+};
+
+} // namespace qm::test
+
+QTEST_MAIN(qm::test::report_viewer_test)
+#include "report_viewer_test.moc"
