@@ -17,7 +17,7 @@ namespace qm {
 namespace {
 constexpr int kPadding = 24;
 constexpr QSize kIconSize(20, 20);
-}
+} // namespace
 
 CatalogueListView::CatalogueListView(CatalogueList &list, QWidget *parent) : QTreeView(parent), m_list(list)
 {

@@ -13,7 +13,7 @@ namespace qm {
 namespace {
 constexpr int kPadding = 20;
 constexpr QSize kIconSize(20, 20);
-}
+} // namespace
 
 CatalogueTreeView::CatalogueTreeView(QWidget *parent) : QTreeView(parent)
 {

@@ -18,26 +18,23 @@ QString resource(const QString &name)
 
 QIcon icon(const QString &name)
 {
-    return QIcon(resource(QStringLiteral("icons/%1.svg").arg(name)));
+    return QIcon(new PictureEngine(resource(QStringLiteral("icons/%1.svg").arg(name)))); // owned by the icon
 }
 
 ImageList imageList()
 {
-    const auto picture = [](const QString &name) {
-        return QIcon(new PictureEngine(resource(QStringLiteral("icons/%1.svg").arg(name)))); // owned by the icon
-    };
-    return {{QStringLiteral("Event"), picture(QStringLiteral("event"))},
-            {QStringLiteral("ReportGroup"), picture(QStringLiteral("report-group"))},
-            {QStringLiteral("ReportQuery"), picture(QStringLiteral("report-query"))},
-            {QStringLiteral("ScheduleJob"), picture(QStringLiteral("schedule-job"))},
-            {QStringLiteral("Drag"), picture(QStringLiteral("drag"))},
-            {QStringLiteral("Drop"), picture(QStringLiteral("drop"))},
-            {QStringLiteral("Invalid"), picture(QStringLiteral("invalid"))}};
+    return {{QStringLiteral("Event"), icon(QStringLiteral("event"))},
+            {QStringLiteral("ReportGroup"), icon(QStringLiteral("report-group"))},
+            {QStringLiteral("ReportQuery"), icon(QStringLiteral("report-query"))},
+            {QStringLiteral("ScheduleJob"), icon(QStringLiteral("schedule-job"))},
+            {QStringLiteral("Drag"), icon(QStringLiteral("drag"))},
+            {QStringLiteral("Drop"), icon(QStringLiteral("drop"))},
+            {QStringLiteral("Invalid"), icon(QStringLiteral("invalid"))}};
 }
 
 QIcon applicationIcon()
 {
-    return icon(QStringLiteral("quillmark"));
+    return QIcon(resource(QStringLiteral("icons/quillmark.svg")));
 }
 
 } // namespace qm::icons

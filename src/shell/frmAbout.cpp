@@ -21,6 +21,7 @@ namespace {
 /// Characters that fit in the buffer which the value is read into.
 constexpr int kLongestValue = 254;
 constexpr int kIconSize = 64;
+constexpr int kLicenceColumns = 86, kLicenceRows = 20;
 
 QString frameworkValue(const QString &installPath, const char *key)
 {
@@ -62,6 +63,7 @@ frmAbout::frmAbout(const QString &installPath, QWidget *parent) : QDialog(parent
     title->setFont(font);
 
     auto *facts = new QFormLayout;
+    facts->setVerticalSpacing(3);
     for (const auto &[caption, key] :
          {std::pair{tr("Version:"), "Version"}, {tr("Service pack:"), "ServicePack"}, {tr("Build:"), "Build"}}) {
         QLabel *value = plainLabel(frameworkValue(installPath, key), this);
@@ -76,7 +78,8 @@ frmAbout::frmAbout(const QString &installPath, QWidget *parent) : QDialog(parent
     licences->setTabChangesFocus(true);
     licences->setLineWrapMode(QPlainTextEdit::NoWrap);
     licences->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    licences->setMinimumSize(fontMetrics().averageCharWidth() * 88, fontMetrics().height() * 14);
+    const QFontMetrics metrics = licences->fontMetrics();
+    licences->setMinimumSize(metrics.horizontalAdvance(u'0') * kLicenceColumns, metrics.height() * kLicenceRows);
 
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::close);
