@@ -9,7 +9,7 @@ window=yes
 [ "${1:-}" = "--no-window" ] && window=no
 
 scripts/setup.sh
-scripts/build.sh release
+scripts/build.sh release quillmark quillmark-report quillmark-import quillmark-trial
 
 bin=build/release/bin
 trial=${XDG_DATA_HOME:-$HOME/.local/share}/quillmark-trial/

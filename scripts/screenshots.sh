@@ -7,7 +7,7 @@ scripts/setup.sh
 for tool in import:imagemagick pdftoppm:poppler-utils xdotool:xdotool Xvfb:xvfb; do
   command -v "${tool%%:*}" >/dev/null || { echo "screenshots: install the package ${tool##*:} first" >&2; exit 1; }
 done
-scripts/build.sh release
+scripts/build.sh release quillmark quillmark-report quillmark-import quillmark-trial
 
 bin=$PWD/build/release/bin
 work=$(mktemp -d)
