@@ -32,6 +32,11 @@ std::string_view withoutLeadingBlanks(std::string_view text)
     return text;
 }
 
+bool needsQuotes(char c)
+{
+    return c == '"' || c == ',' || c == '\r' || c == '\n';
+}
+
 bool isPlainNumber(std::string_view text)
 {
     if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
@@ -75,6 +80,7 @@ private:
     void writeField(const Value &value);
     void writeText(std::string_view text, bool alwaysQuoted);
     void writeCarefully(std::string_view text, bool quoted, bool guarded);
+    void writeEncoded(std::string_view text);
     void writeBlob(std::string_view blob);
 
     OutputFile &m_file;
@@ -133,28 +139,45 @@ void CsvWriter::writeField(const Value &value)
 
 void CsvWriter::writeText(std::string_view text, bool alwaysQuoted)
 {
-    // The usual case in one pass: copied while it is looked through; what turns out to need quotes is written again with them.
     const bool guarded = m_options.guardFormulas && looksLikeFormula(text);
-    if (!text.empty() && text.size() <= static_cast<std::size_t>(kPiece) && !guarded && !alwaysQuoted) {
-        const char *in = text.data();
-        const char *const end = in + text.size();
-        char *out = m_file.room(kPieceRoom);
-        copyRun<textscan::StopAt<0x20, '"', ','>>(in, end, out);
-        if (in == end) {
-            m_file.advanceTo(out);
-            return;
-        }
+    if (text.empty() || text.size() > static_cast<std::size_t>(kPiece) || guarded || alwaysQuoted) {
+        writeCarefully(text, alwaysQuoted, guarded);
+        return;
     }
-    const bool quoted = alwaysQuoted || text.empty() || text.find_first_of("\",\r\n") != std::string_view::npos;
-    writeCarefully(text, quoted, guarded);
+    // The usual case in one pass: copied while it is looked through.
+    const char *in = text.data();
+    const char *const end = in + text.size();
+    char *const start = m_file.room(kPieceRoom);
+    char *out = start;
+    copyRun<textscan::StopAt<0x20, '"', ','>>(in, end, out);
+    if (in == end) {
+        m_file.advanceTo(out);
+        return;
+    }
+    if (!needsQuotes(*in)) {
+        writeCarefully(text, false, false);
+        return;
+    }
+    std::memmove(start + 1, start, static_cast<std::size_t>(out - start));
+    *start = '"';
+    m_file.advanceTo(out + 1);
+    writeEncoded({in, static_cast<std::size_t>(end - in)});
+    m_file.write("\"");
 }
 
-/// Invalid UTF-8 becomes replacement characters and NUL its control picture, since readers stop at either.
 void CsvWriter::writeCarefully(std::string_view text, bool quoted, bool guarded)
 {
-    using Stop = textscan::StopAt<1, '"'>;
+    quoted = quoted || text.empty() || std::any_of(text.begin(), text.end(), needsQuotes);
     m_file.write(quoted ? "\"" : "");
     m_file.write(guarded ? "'" : "");
+    writeEncoded(text);
+    m_file.write(quoted ? "\"" : "");
+}
+
+/// Doubles quotes. Invalid UTF-8 becomes replacement characters and NUL its control picture, since readers stop at either.
+void CsvWriter::writeEncoded(std::string_view text)
+{
+    using Stop = textscan::StopAt<1, '"'>;
     const char *in = text.data();
     const char *const end = in + text.size();
     while (in != end) {
@@ -175,7 +198,6 @@ void CsvWriter::writeCarefully(std::string_view text, bool quoted, bool guarded)
         }
         m_file.advanceTo(out);
     }
-    m_file.write(quoted ? "\"" : "");
 }
 
 void CsvWriter::writeBlob(std::string_view blob)

@@ -1,0 +1,143 @@
+#!/usr/bin/env bash
+# Measures the program against its peers on this machine, in one run, and says which goals hold.
+#   scripts/bench.sh                  sets up, builds the release preset, measures
+#   scripts/bench.sh --build DIR      measures what DIR already holds, builds nothing
+#   scripts/bench.sh --rounds N       runs each contender N times (default 5); medians count
+# CPU is user and system time together. A contender and its peer take turns, so that the machine's moods fall on both alike.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=
+rounds=5
+while [ $# -gt 0 ]; do
+  case $1 in
+    --build) build=$2; shift 2 ;;
+    --rounds) rounds=$2; shift 2 ;;
+    *) echo "usage: scripts/bench.sh [--build DIR] [--rounds N]" >&2; exit 2 ;;
+  esac
+done
+if [ -z "$build" ]; then
+  scripts/setup.sh --bench
+  scripts/build.sh release
+  build=build/release
+fi
+bin=$PWD/$build/bin
+for need in "$bin/quillmark-report" "$bin/bench_report" sqlite3 /usr/bin/time; do
+  command -v "$need" >/dev/null || { echo "bench: $need is missing; scripts/setup.sh --bench and scripts/build.sh release make it" >&2; exit 1; }
+done
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/quillmark-bench-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+export XDG_CONFIG_HOME=$work/config XDG_CACHE_HOME=$work/cache LC_ALL=C.UTF-8 QT_QPA_PLATFORM=offscreen
+mkdir -p "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME"
+missed=0
+
+# --- measuring ---------------------------------------------------------------------------------------------------------------------
+cost() { # command...: prints CPU seconds and peak memory in kB
+  local out=$work/cost
+  if ! /usr/bin/time -o "$out" -f '%U %S %M' "$@" >"$work/said" 2>&1; then
+    echo "bench: failed: $*" >&2
+    cat "$work/said" >&2
+    exit 1
+  fi
+  awk '{ printf "%.3f %d\n", $1 + $2, $3 }' "$out"
+}
+
+median() { sort -n | awk '{ value[NR] = $1 } END { print value[int((NR + 1) / 2)] }'; }
+
+line() { printf '%-44s %10s %10s %8s %8s  %s\n' "$@"; }
+
+verdict() { # value goal: PASS when value <= goal
+  awk -v value="$1" -v goal="$2" 'BEGIN { print value <= goal ? "PASS" : "MISS" }'
+}
+
+judge() { # what own peer goal
+  local ratio holds
+  ratio=$(awk -v own="$2" -v peer="$3" 'BEGIN { printf "%.2f", own / peer }')
+  holds=$(verdict "$ratio" "$4")
+  [ "$holds" = PASS ] || missed=$((missed + 1))
+  line "$1" "$2 s" "$3 s" "$ratio" "<= $4" "$holds"
+}
+
+compare() { # what goal own-function peer-function
+  local round
+  : >"$work/own"
+  : >"$work/peer"
+  for round in $(seq "$rounds"); do
+    $3 | cut -d' ' -f1 >>"$work/own"
+    $4 | cut -d' ' -f1 >>"$work/peer"
+  done
+  judge "$1" "$(median <"$work/own")" "$(median <"$work/peer")" "$2"
+}
+
+# --- the table ---------------------------------------------------------------------------------------------------------------------
+select="SELECT id, time, event_id, source, computer, user, message FROM event ORDER BY id"
+printf 'description = "Events"\nsql = """\n%s\n"""\n' "$select" >"$work/Events.rqn"
+"$bin/bench_report" data 1000000 "$work/1000000.db"
+"$bin/bench_report" data 100000 "$work/100000.db"
+
+report() { cost "$bin/quillmark-report" --format "$1" --database "$work/$2.db" --output "$work/own.$1" "$work/Events.rqn"; }
+shell() { cost sqlite3 "-$1" "$work/1000000.db" ".once $work/peer.$1" "$select"; }
+own_csv() { report csv 1000000; }
+own_html() { report html 1000000; }
+own_xlsx() { report xlsx 100000; }
+peer_csv() { shell csv; }
+peer_html() { shell html; }
+peer_xlsx() { cost "$bin/bench_report" libxlsxwriter "$work/100000.db" "$work/peer.xlsx"; }
+own_pdf() { cost "$bin/bench_pdf" quillmark 100000 "$work/own.pdf"; }
+peer_pdf() { cost "$bin/bench_pdf" libharu 100000 "$work/peer.pdf"; }
+
+printf '%s, %s processors, medians of %s rounds\n\n' "$(uname -m)" "$(nproc)" "$rounds"
+line "CPU" "own" "peer" "ratio" "goal" ""
+compare "CSV, 1M rows; peer sqlite3 -csv" 0.7 own_csv peer_csv
+for file in own peer; do
+  records=$(grep -c '^' "$work/$file.csv")
+  [ "$records" -ge 1000000 ] || { echo "bench: $file.csv holds $records lines instead of 1,000,000" >&2; exit 1; }
+done
+compare "HTML, 1M rows; peer sqlite3 -html" 0.9 own_html peer_html
+compare "XLSX, 100k rows; peer libxlsxwriter" 0.45 own_xlsx peer_xlsx
+if [ -x "$bin/bench_pdf" ]; then
+  compare "PDF, 100k rows; peer libharu" 0.15 own_pdf peer_pdf
+else
+  echo "bench: no bench_pdf here (libhpdf-dev is missing): PDF is not compared" >&2
+fi
+
+# --- memory ------------------------------------------------------------------------------------------------------------------------
+idle=$(cost "$bin/quillmark-report" --version | cut -d' ' -f2)
+printf '\n'
+line "Peak memory (idle $((idle / 1024)) MB)" "100k rows" "1M rows" "growth" "above" ""
+for format in csv html xlsx pdf; do
+  small=$(report "$format" 100000 | cut -d' ' -f2)
+  large=$(report "$format" 1000000 | cut -d' ' -f2)
+  growth=$(awk -v small="$small" -v large="$large" 'BEGIN { printf "%.3f", large / small - 1 }')
+  above=$(awk -v large="$large" -v idle="$idle" 'BEGIN { printf "%.1f", (large - idle) / 1024 }')
+  holds=PASS
+  if [ "$(verdict "$growth" 0.1)" = MISS ] || [ "$(verdict "$above" 40)" = MISS ]; then
+    holds=MISS
+    missed=$((missed + 1))
+  fi
+  line "$format; goal: growth 10 %, 40 MB above idle" "$((small / 1024)) MB" "$((large / 1024)) MB" \
+    "$(awk -v growth="$growth" 'BEGIN { printf "%.1f %%", 100 * growth }')" "$above MB" "$holds"
+done
+
+# --- programs that compare by themselves ---------------------------------------------------------------------------------------------
+if [ -x "$bin/bench_catalogue" ]; then
+  printf '\n'
+  "$bin/bench_catalogue" | tee "$work/catalogue"
+  figure() { # words of the line, kind: the seconds behind "cpu" or "wall"
+    grep -F "$1" "$work/catalogue" | sed -E "s/.* $2 +([0-9.]+) s.*/\1/" | head -n 1
+  }
+  floor=$(figure "(floor)" cpu)
+  own=$(figure "TomlQueryReader" cpu)
+  printf '\n'
+  line "Catalogue" "own" "peer" "ratio" "goal" ""
+  judge "listing 100k query files; peer the floor" "$own" "$floor" 1.5
+  judge "listing 100k query files; peer QSettings" "$own" "$(figure "QSettings per file" cpu)" 0.25
+  judge "saving 100k jobs, wall; peer write + fsync" "$(figure "SaveJobs" wall)" "$(figure "POSIX write" wall)" 2
+fi
+if [ -x "$bin/bench_schedule" ]; then
+  printf '\nSchedule of 100,000 jobs (goals: the next job within 20 ms, a due job within 50 ms of its second)\n'
+  "$bin/bench_schedule" 100000
+fi
+
+printf '\n%s\n' "$([ "$missed" -eq 0 ] && echo "bench: every goal holds" || echo "bench: $missed goals missed")"
+[ "$missed" -eq 0 ]
