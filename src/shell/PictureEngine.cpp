@@ -11,7 +11,7 @@ namespace {
 constexpr double kDisabledOpacity = 0.4;
 }
 
-PictureEngine::PictureEngine(const QString &path) : m_renderer(std::make_shared<QSvgRenderer>(path)) {}
+PictureEngine::PictureEngine(const QString &path) : m_path(path), m_renderer(std::make_shared<QSvgRenderer>(path)) {}
 
 void PictureEngine::paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state)
 {
@@ -25,7 +25,7 @@ QPixmap PictureEngine::pixmap(const QSize &size, QIcon::Mode mode, QIcon::State)
 {
     const QColor selected = QGuiApplication::palette().color(QPalette::HighlightedText);
     const QString key = QStringLiteral("qm-picture-%1-%2x%3-%4-%5")
-                            .arg(reinterpret_cast<quintptr>(m_renderer.get()))
+                            .arg(m_path)
                             .arg(size.width())
                             .arg(size.height())
                             .arg(static_cast<int>(mode))

@@ -22,6 +22,7 @@ public:
     [[nodiscard]] bool isNull() override { return !m_renderer->isValid(); }
 
 private:
+    QString m_path;
     std::shared_ptr<QSvgRenderer> m_renderer;
 };
 

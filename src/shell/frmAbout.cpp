@@ -21,7 +21,7 @@ namespace {
 /// Characters that fit in the buffer which the value is read into.
 constexpr int kLongestValue = 254;
 constexpr int kIconSize = 64;
-constexpr int kLicenceColumns = 86, kLicenceRows = 20;
+constexpr int kLicenceColumns = 82, kLicenceRows = 20;
 
 QString frameworkValue(const QString &installPath, const char *key)
 {
