@@ -15,6 +15,14 @@ namespace {
 constexpr int kEnterCode = 13, kDeleteCode = 46;
 constexpr int kPadding = 24;
 
+/// Ctrl takes nothing out of the selection: one row is always the selected one.
+QMouseEvent withoutControl(const QMouseEvent &event)
+{
+    return {event.type(),          event.position(), event.globalPosition(),
+            event.button(),        event.buttons(),  event.modifiers() & ~Qt::ControlModifier,
+            event.pointingDevice()};
+}
+
 int keyCode(const QKeyEvent &event)
 {
     switch (event.key()) {
@@ -84,15 +92,19 @@ void ScheduleTableView::currentChanged(const QModelIndex &current, const QModelI
 
 void ScheduleTableView::mousePressEvent(QMouseEvent *event)
 {
-    // Ctrl takes nothing out of the selection: one row is always the selected one.
-    QMouseEvent plain(event->type(), event->position(), event->globalPosition(), event->button(), event->buttons(),
-                      event->modifiers() & ~Qt::ControlModifier, event->pointingDevice());
+    QMouseEvent plain = withoutControl(*event);
     const int row = rowAt(event->position().toPoint().y());
     if (row >= 0 && row == m_table.selectedRow())
         Q_EMIT RowChosen(row);
     QTableView::mousePressEvent(&plain);
     if (event->button() == Qt::RightButton)
         Q_EMIT RtClick(row, event->globalPosition().toPoint());
+}
+
+void ScheduleTableView::mouseReleaseEvent(QMouseEvent *event)
+{
+    QMouseEvent plain = withoutControl(*event);
+    QTableView::mouseReleaseEvent(&plain);
 }
 
 void ScheduleTableView::mouseDoubleClickEvent(QMouseEvent *event)
