@@ -9,6 +9,10 @@
 
 namespace qm {
 
+namespace {
+constexpr qsizetype kMaxMarks = 500;
+}
+
 DetailPane::DetailPane(QWidget *parent) : QTextBrowser(parent)
 {
     setObjectName(QStringLiteral("detailPane"));
@@ -52,12 +56,32 @@ void DetailPane::showRow(const SpoolModel &model, int row, int column)
         if (text.size() > kMaxShown)
             cursor.insertText(tr("… (%1 characters more; copy the cell to have it whole)").arg(text.size() - kMaxShown), missing);
     }
+    markMatches();
     QTextCursor current(document());
     current.setPosition(currentAt);
     setTextCursor(current);
     const int top = cursorRect(current).top();
     if (column > 0 && document()->size().height() > viewport()->height())
         verticalScrollBar()->setValue(verticalScrollBar()->value() + top - 4);
+}
+
+void DetailPane::markMatches()
+{
+    QList<QTextEdit::ExtraSelection> marks;
+    QTextDocument::FindFlags flags;
+    flags.setFlag(QTextDocument::FindCaseSensitively, m_terms.matchCase);
+    QTextCursor at(document());
+    while (!m_terms.text.isEmpty() && marks.size() < kMaxMarks) {
+        at = document()->find(m_terms.text, at, flags);
+        if (at.isNull())
+            break;
+        QTextEdit::ExtraSelection mark;
+        mark.cursor = at;
+        mark.format.setBackground(QColor(255, 214, 77));
+        mark.format.setForeground(Qt::black);
+        marks << mark;
+    }
+    setExtraSelections(marks);
 }
 
 } // namespace qm

@@ -2,6 +2,8 @@
 /// Shows one whole row of the viewer, long texts wrapped.
 #pragma once
 
+#include "reporting/ui/SpoolJobs.h"
+
 #include <QTextBrowser>
 
 namespace qm {
@@ -18,6 +20,12 @@ public:
 
     explicit DetailPane(QWidget *parent = nullptr);
     void showRow(const SpoolModel &model, int row, int column);
+    /// Marks the searched text from the next row on; an empty text marks nothing.
+    void setTerms(const SearchTerms &terms) { m_terms = terms; }
+
+private:
+    void markMatches();
+    SearchTerms m_terms;
 };
 
 } // namespace qm

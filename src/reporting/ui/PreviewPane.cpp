@@ -38,6 +38,12 @@ public:
         const auto &cell = m_rows->rows[static_cast<std::size_t>(index.row())][static_cast<std::size_t>(index.column())];
         if (role == Qt::DisplayRole)
             return cell ? visibleText(*cell) : QStringLiteral("NULL");
+        if (role == Qt::TextAlignmentRole) {
+            bool isNumber = false;
+            if (cell)
+                cell->toDouble(&isNumber);
+            return QVariant::fromValue(Qt::Alignment((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter));
+        }
         if (role == Qt::ForegroundRole && !cell)
             return QPalette().color(QPalette::PlaceholderText);
         return {};
@@ -89,6 +95,7 @@ PreviewPane::PreviewPane(QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(row);
     layout->addWidget(m_table, 1);
+    layout->setAlignment(row, Qt::AlignTop);
 }
 
 PreviewPane::~PreviewPane() = default;

@@ -61,7 +61,7 @@ void SqlHighlighter::setPalette(const QPalette &palette)
 
 const std::vector<SqlToken> &SqlHighlighter::tokens()
 {
-    if (m_revision != document()->revision()) {
+    if (m_revision != document()->revision() || m_text.size() + 1 != document()->characterCount()) {
         m_revision = document()->revision();
         m_text = document()->toPlainText();
         m_tokens = lexSql(m_text, m_dialect);
@@ -98,6 +98,9 @@ void SqlHighlighter::highlightBlock(const QString &text)
 {
     const qsizetype first = currentBlock().position(), end = first + text.size();
     int state = 0;
+    // While the whole text is being set, its revision does not tell.
+    if (QStringView(m_text).mid(first, text.size()) != text)
+        m_revision = -1;
     const auto &all = tokens();
     auto token = std::lower_bound(all.begin(), all.end(), first,
                                   [](const SqlToken &candidate, qsizetype at) { return candidate.offset + candidate.length <= at; });

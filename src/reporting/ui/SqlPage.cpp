@@ -1,10 +1,10 @@
 #include "reporting/ui/SqlPage.h"
 
 #include "reporting/ui/Icons.h"
+#include "reporting/ui/NoticeStrip.h"
 #include "reporting/ui/QueryProbe.h"
 #include "reporting/ui/SchemaBrowser.h"
 #include "reporting/ui/SqlEdit.h"
-#include "reporting/ui/VisibleText.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -19,7 +19,7 @@
 namespace qm {
 
 SqlPage::SqlPage(QWidget *parent)
-    : QWidget(parent), m_edit(new SqlEdit), m_schema(new SchemaBrowser), m_error(buildErrorStrip()), m_findBar(buildFindBar())
+    : QWidget(parent), m_edit(new SqlEdit), m_schema(new SchemaBrowser), m_error(new NoticeStrip("sqlError")), m_findBar(buildFindBar())
 {
     auto left = new QWidget;
     auto column = new QVBoxLayout(left);
@@ -36,6 +36,7 @@ SqlPage::SqlPage(QWidget *parent)
     auto layout = new QVBoxLayout(this);
     layout->setContentsMargins(6, 6, 6, 6);
     layout->addWidget(split);
+    connect(m_error, &NoticeStrip::actionClicked, this, [this] { m_edit->goTo(m_errorLine, m_errorColumn); });
     connect(m_schema, &SchemaBrowser::chosen, m_edit, &SqlEdit::insertName);
     connect(m_schema, &SchemaBrowser::loaded, m_edit, &SqlEdit::setSchema);
 
@@ -50,29 +51,6 @@ SqlPage::SqlPage(QWidget *parent)
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_H), [this] { openFindBar(true); });
     shortcut(QKeySequence(Qt::Key_F3), [this] { find(false); });
     shortcut(QKeySequence(Qt::SHIFT | Qt::Key_F3), [this] { find(true); });
-}
-
-QWidget *SqlPage::buildErrorStrip()
-{
-    auto strip = new QWidget;
-    strip->setObjectName(QStringLiteral("sqlErrorStrip"));
-    auto icon = new QLabel(strip);
-    icon->setPixmap(uiIcon("warning").pixmap(18, 18));
-    m_errorText = new QLabel(strip);
-    m_errorText->setObjectName(QStringLiteral("sqlError"));
-    m_errorText->setTextFormat(Qt::PlainText);
-    m_errorText->setWordWrap(true);
-    m_errorText->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_errorPlace = new QToolButton(strip);
-    m_errorPlace->setToolTip(tr("Put the cursor where the error is"));
-    auto row = new QHBoxLayout(strip);
-    row->setContentsMargins(4, 2, 4, 2);
-    row->addWidget(icon, 0, Qt::AlignTop);
-    row->addWidget(m_errorText, 1);
-    row->addWidget(m_errorPlace, 0, Qt::AlignTop);
-    connect(m_errorPlace, &QToolButton::clicked, this, [this] { m_edit->goTo(m_errorLine, m_errorColumn); });
-    strip->hide();
-    return strip;
 }
 
 QWidget *SqlPage::buildFindBar()
@@ -150,10 +128,7 @@ void SqlPage::showError(const QString &words)
     m_errorLine = words.isEmpty() ? 0 : place.line;
     m_errorColumn = place.column;
     m_edit->markError(m_errorLine, m_errorColumn, words);
-    m_errorText->setText(visibleText(words));
-    m_errorPlace->setText(tr("Line %1").arg(m_errorLine));
-    m_errorPlace->setVisible(m_errorLine > 0);
-    m_error->setVisible(!words.isEmpty());
+    m_error->show(words, m_errorLine > 0 ? tr("Line %1").arg(m_errorLine) : QString());
 }
 
 } // namespace qm

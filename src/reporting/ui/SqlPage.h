@@ -8,10 +8,10 @@ class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
-class QToolButton;
 
 namespace qm {
 
+class NoticeStrip;
 class SchemaBrowser;
 class SqlEdit;
 
@@ -28,15 +28,12 @@ public:
 
 private:
     QWidget *buildFindBar();
-    QWidget *buildErrorStrip();
     void openFindBar(bool replace);
     void find(bool backwards);
 
     SqlEdit *m_edit;
     SchemaBrowser *m_schema;
-    QWidget *m_error;
-    QLabel *m_errorText;
-    QToolButton *m_errorPlace;
+    NoticeStrip *m_error;
     QWidget *m_findBar;
     QLineEdit *m_find = nullptr, *m_replace = nullptr;
     QCheckBox *m_case = nullptr;

@@ -4,6 +4,7 @@
 #include "core/RuntimeError.h"
 #include "reporting/engine/SqlParameters.h"
 #include "reporting/ui/LayoutEditor.h"
+#include "reporting/ui/NoticeStrip.h"
 #include "reporting/ui/OutputPage.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ParameterTable.h"
@@ -13,14 +14,13 @@
 #include "reporting/ui/SchemaBrowser.h"
 #include "reporting/ui/SqlEdit.h"
 #include "reporting/ui/SqlPage.h"
-#include "reporting/ui/VisibleText.h"
+#include "reporting/ui/UiSettings.h"
 #include "reporting/ui/frmReportParameters.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
@@ -33,7 +33,10 @@ namespace {
 const QString kOdbc = QStringLiteral("ODBC::");
 }
 
-frmQueryEditor::~frmQueryEditor() = default;
+frmQueryEditor::~frmQueryEditor()
+{
+    uiSettings()->setValue(QStringLiteral("editor/size"), size());
+}
 
 void frmQueryEditor::showSaved()
 {
@@ -273,8 +276,7 @@ frmQueryEditor::Problem frmQueryEditor::findProblem() const
 
 void frmQueryEditor::showProblem(const Problem &problem)
 {
-    m_problem->setText(visibleText(problem.text, LineBreaks::Kept));
-    m_problem->show();
+    m_problem->show(problem.text);
     for (int i = 0; problem.where && i < m_tabs->count(); ++i)
         if (m_tabs->widget(i) == problem.where || m_tabs->widget(i)->isAncestorOf(problem.where))
             m_tabs->setCurrentIndex(i);

@@ -12,7 +12,6 @@
 
 class QCheckBox;
 class QComboBox;
-class QLabel;
 class QLineEdit;
 class QPushButton;
 class QTabWidget;
@@ -22,6 +21,7 @@ class QVBoxLayout;
 namespace qm {
 
 class LayoutEditor;
+class NoticeStrip;
 class OutputPage;
 class ParameterTable;
 class PeriodPicker;
@@ -87,7 +87,7 @@ private:
     LayoutEditor *m_layout = nullptr;
     OutputPage *m_output = nullptr;
     PreviewPane *m_preview = nullptr;
-    QLabel *m_problem = nullptr;
+    NoticeStrip *m_problem = nullptr;
     QTimer *m_checkSoon = nullptr, *m_schemaSoon = nullptr;
     std::unique_ptr<BackgroundTask> m_check;
     bool m_checkAgain = false;

@@ -3,6 +3,7 @@
 
 #include "reporting/ui/Icons.h"
 #include "reporting/ui/LayoutEditor.h"
+#include "reporting/ui/NoticeStrip.h"
 #include "reporting/ui/OutputPage.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ParameterTable.h"
@@ -63,6 +64,7 @@ frmQueryEditor::frmQueryEditor(ReportingUiServices &services, const QString &tar
     query->setStretchFactor(0, 3);
     query->setStretchFactor(1, 2);
     query->setChildrenCollapsible(false);
+    query->setSizes({400, 220});
     m_parameters = new ParameterTable;
     m_layout = new LayoutEditor;
     m_output = new OutputPage(services.clock, m_edited.home());
@@ -74,12 +76,7 @@ frmQueryEditor::frmQueryEditor(ReportingUiServices &services, const QString &tar
     auto layout = new QVBoxLayout(this);
     layout->addWidget(buildHead());
     layout->addWidget(m_tabs, 1);
-    m_problem = new QLabel(this);
-    m_problem->setTextFormat(Qt::PlainText);
-    m_problem->setWordWrap(true);
-    m_problem->setObjectName(QStringLiteral("problem"));
-    m_problem->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_problem->hide();
+    m_problem = new NoticeStrip("problem", this);
     layout->addWidget(m_problem);
     buildButtons(layout);
 
@@ -92,7 +89,7 @@ frmQueryEditor::frmQueryEditor(ReportingUiServices &services, const QString &tar
     m_schemaSoon->setInterval(kCheckAfterMs);
     connect(m_schemaSoon, &QTimer::timeout, this, [this] { m_sql->schema().load(dataSource(), m_edited.home().database); });
     connectChanges();
-    resize(1060, 780);
+    resize(uiSettings()->value(QStringLiteral("editor/size"), QSize(1060, 780)).toSize());
     showSaved();
     if (m_edited.isNew())
         m_description->setFocus();
@@ -149,6 +146,7 @@ void frmQueryEditor::buildButtons(QVBoxLayout *layout)
     saveButton->setShortcut(QKeySequence::Save);
     saveButton->setObjectName(QStringLiteral("cmdSave"));
     auto cancelButton = buttons->addButton(QDialogButtonBox::Cancel);
+    cancelButton->setIcon(uiIcon("cancel"));
     cancelButton->setObjectName(QStringLiteral("cmdCancel"));
     // Enter in a field must not save and close.
     for (QPushButton *button : {previewButton, saveAndPreview, saveButton, cancelButton})

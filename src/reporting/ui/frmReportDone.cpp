@@ -52,6 +52,9 @@ frmReportDone::frmReportDone(const QString &report, const QString &file, qint64 
     auto open = buttons->addButton(tr("&Open"), QDialogButtonBox::AcceptRole);
     auto folder = buttons->addButton(tr("&Show in folder"), QDialogButtonBox::ActionRole);
     auto closeButton = buttons->addButton(QDialogButtonBox::Close);
+    open->setIcon(uiIcon("report"));
+    folder->setIcon(uiIcon("open"));
+    closeButton->setIcon(uiIcon("cancel"));
     open->setObjectName(QStringLiteral("cmdOpen"));
     folder->setObjectName(QStringLiteral("cmdShowInFolder"));
     closeButton->setObjectName(QStringLiteral("cmdClose"));

@@ -60,10 +60,12 @@ frmReportParameters::frmReportParameters(const Query &query, const QMap<QString,
     scroll->setWidget(fields);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setMinimumSize(520, std::min(fields->sizeHint().height() + 8, 480));
+    scroll->setMinimumSize(540, std::min(fields->sizeHint().height() + 56, 520));
 
     auto buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     buttons->button(QDialogButtonBox::Ok)->setText(tr("&Generate"));
+    buttons->button(QDialogButtonBox::Ok)->setIcon(uiIcon("run"));
+    buttons->button(QDialogButtonBox::Cancel)->setIcon(uiIcon("cancel"));
     buttons->button(QDialogButtonBox::Ok)->setObjectName(QStringLiteral("cmdGenerate"));
     buttons->button(QDialogButtonBox::Cancel)->setObjectName(QStringLiteral("cmdCancel"));
     connect(buttons, &QDialogButtonBox::accepted, this, &frmReportParameters::accept);

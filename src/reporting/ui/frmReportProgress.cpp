@@ -36,6 +36,7 @@ frmReportProgress::frmReportProgress(const QString &report, const std::atomic<st
     m_status->setObjectName(QStringLiteral("progressStatus"));
     auto buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
     m_cancel = buttons->button(QDialogButtonBox::Cancel);
+    m_cancel->setIcon(uiIcon("cancel"));
     m_cancel->setObjectName(QStringLiteral("cmdCancel"));
     connect(buttons, &QDialogButtonBox::rejected, this, &frmReportProgress::reject);
 

@@ -128,6 +128,8 @@ void frmReportViewer::showView()
         m_table->horizontalHeader()->setSortIndicator(m_shown.sort.column,
                                                       m_shown.sort.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
     m_delegate->setTerms(m_shown.terms);
+    m_details->setTerms(m_shown.terms);
+    currentChanged();
     m_table->viewport()->update();
     showRowCount();
     const int row = m_table->currentIndex().row();

@@ -8,6 +8,7 @@
 #include "reporting/ui/Icons.h"
 #include "reporting/ui/InputGate.h"
 #include "reporting/ui/MatchDelegate.h"
+#include "reporting/ui/NoticeStrip.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ReportDesk.h"
 #include "reporting/ui/SearchBar.h"
@@ -38,6 +39,9 @@ namespace qm {
 namespace {
 
 constexpr qint64 kMaxCopiedCells = 5'000'000;
+const QString kSizeKey = QStringLiteral("viewer/size");
+constexpr int kSampledRows = 100;   ///< rows that the first column widths are taken from
+constexpr int kWidestAtFirst = 320; ///< pixels
 
 QLabel *plainLabel(const QString &text, QWidget *parent = nullptr)
 {
@@ -104,7 +108,7 @@ frmReportViewer::frmReportViewer(ReportingUiServices &services, SpooledReport re
     connect(m_search, &SearchBar::onlyMatchesChanged, this, &frmReportViewer::search);
     connect(m_search, &SearchBar::step, this, &frmReportViewer::stepHit);
     m_details->setVisible(m_report.tail.rows > 0);
-    resize(1100, 740);
+    resize(uiSettings()->value(kSizeKey, QSize(1100, 740)).toSize());
     showRowCount();
     if (m_report.tail.rows > 0)
         m_table->setCurrentIndex(m_model->index(0, 0));
@@ -149,25 +153,15 @@ void frmReportViewer::buildHeading(QWidget *into)
         facts->setForegroundRole(QPalette::PlaceholderText);
         layout->addWidget(facts);
     }
-    QString warning = visibleText(m_note, LineBreaks::Kept);
+    QString warning = m_note;
     if (m_report.tail.truncated) {
         const QString cut = tr("Cut off: the report holds only the first %1 rows, as the query's row limit says.")
                                 .arg(QLocale().toString(m_report.tail.rows));
         warning = warning.isEmpty() ? cut : cut + u'\n' + warning;
     }
-    if (!warning.isEmpty()) {
-        auto strip = new QWidget(into);
-        auto row = new QHBoxLayout(strip);
-        row->setContentsMargins(0, 0, 0, 0);
-        auto icon = new QLabel(strip);
-        icon->setPixmap(uiIcon("warning").pixmap(18, 18));
-        auto text = plainLabel(warning, strip);
-        text->setObjectName(QStringLiteral("reportWarning"));
-        text->setWordWrap(true);
-        row->addWidget(icon, 0, Qt::AlignTop);
-        row->addWidget(text, 1);
-        layout->addWidget(strip);
-    }
+    auto strip = new NoticeStrip("reportWarning", into);
+    strip->show(warning);
+    layout->addWidget(strip);
 }
 
 void frmReportViewer::buildTable()
@@ -197,7 +191,7 @@ void frmReportViewer::buildTable()
     header->setSortIndicatorShown(true);
     header->setSortIndicator(-1, Qt::AscendingOrder);
     header->setMinimumSectionSize(32);
-    header->setToolTip(tr("Click to sort: ascending, descending, original order"));
+    header->setToolTip(tr("Click to sort: ascending, descending, original order (Ctrl+Shift+Up, Ctrl+Shift+Down)"));
     connect(header, &QHeaderView::sectionClicked, this, &frmReportViewer::headerClicked);
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmReportViewer::currentChanged);
     connect(m_table, &QWidget::customContextMenuRequested, this, &frmReportViewer::contextMenu);
@@ -262,6 +256,9 @@ void frmReportViewer::buildActions()
     shortcut(QKeySequence(Qt::Key_F3), "next", [this] { stepHit(1); });
     shortcut(QKeySequence(Qt::SHIFT | Qt::Key_F3), "previous", [this] { stepHit(-1); });
     shortcut(QKeySequence::Close, "close", [this] { close(); });
+    shortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Up), "sortAscending", [this] { sortBy(m_table->currentIndex().column(), false); });
+    shortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Down), "sortDescending",
+             [this] { sortBy(m_table->currentIndex().column(), true); });
     shortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C), "copyWithCaptions", [this] { copySelection(true); });
 }
 
@@ -304,19 +301,22 @@ void frmReportViewer::buildStatus()
 void frmReportViewer::restoreWidths()
 {
     const auto settings = uiSettings();
-    const double pixelsPerMm = m_table->logicalDpiX() / 25.4;
+    const QFontMetrics metrics(m_table->font());
+    const int sampled = std::min(m_model->rowCount(), kSampledRows);
     for (int i = 0; i < m_model->columnCount(); ++i) {
-        const ReportColumn &column = m_report.columns[static_cast<std::size_t>(i)];
-        const int head = m_table->horizontalHeader()->sectionSizeHint(i) + 12;
-        const int natural = std::clamp(static_cast<int>(column.widthMm * pixelsPerMm * 1.15), head, std::max(head, 520));
-        const QString key = widthKey(m_queryFile, QString::fromStdString(column.field));
-        m_table->setColumnWidth(i, std::clamp(settings->value(key, natural).toInt(), 32, 4000));
+        int natural = m_table->horizontalHeader()->sectionSizeHint(i) + 14;
+        for (int row = 0; row < sampled; ++row)
+            natural = std::max(natural, metrics.horizontalAdvance(m_model->index(row, i).data().toString().left(120)) + 14);
+        const QString key = widthKey(m_queryFile, QString::fromStdString(m_report.columns[static_cast<std::size_t>(i)].field));
+        m_table->setColumnWidth(i, std::clamp(settings->value(key, std::min(natural, kWidestAtFirst)).toInt(), 32, 4000));
     }
+    m_table->horizontalHeader()->setStretchLastSection(true);
 }
 
 void frmReportViewer::saveWidths() const
 {
     const auto settings = uiSettings();
+    settings->setValue(kSizeKey, size());
     for (int i = 0; m_model && i < m_model->columnCount(); ++i)
         settings->setValue(widthKey(m_queryFile, QString::fromStdString(m_report.columns[static_cast<std::size_t>(i)].field)),
                            m_table->columnWidth(i));
@@ -406,7 +406,8 @@ void frmReportViewer::contextMenu(const QPoint &at)
 {
     auto menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    const QModelIndex index = m_table->indexAt(at);
+    // The menu key asks in the middle of the table; what counts then is the current cell.
+    const QModelIndex index = m_table->indexAt(at).isValid() ? m_table->indexAt(at) : m_table->currentIndex();
     connect(menu->addAction(uiIcon("copy"), tr("Copy")), &QAction::triggered, this, [this] { copySelection(false); });
     connect(menu->addAction(tr("Copy with captions")), &QAction::triggered, this, [this] { copySelection(true); });
     if (index.isValid()) {
