@@ -46,11 +46,11 @@ window() { # title: waits for a visible window whose title begins with it
 main=$(window "Quillmark SQL Report Generator")
 sleep 1
 xdotool windowfocus --sync "$main" windowsize --sync "$main" 1280 780
-xdotool key --delay 120 Tab Home Right Down Down Down Return
+xdotool key --delay 120 Home Right Down Down Down
 sleep 1
 import -window "$main" "$images/main-window.png"
 
-xdotool key --delay 120 Tab Home Down
+xdotool key --delay 120 Tab Down Down
 xdotool key --delay 200 alt+s g
 viewer=$(window "Failed logons")
 xdotool windowfocus --sync "$viewer"
