@@ -48,7 +48,8 @@ private:
     Prompts &m_prompts;
 };
 
-/// The exception in flight as a run-time error (other exceptions become 51 and keep their text; out of memory becomes 7). Call only inside a catch block.
+/// The exception in flight as a run-time error (other exceptions become 51 and keep their text; out of memory becomes 7). Call only inside
+/// a catch block.
 [[nodiscard]] RuntimeError currentError() noexcept;
 
 /// Runs the body of a specified procedure so that no error leaves it: an error is reported once and the result is R{}.
