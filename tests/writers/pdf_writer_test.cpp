@@ -151,6 +151,9 @@ class PdfWriterTest final : public QObject
         int code = 0;
         const QByteArray said = run(u"qpdf"_qs, {u"--check"_qs, path}, &code);
         QVERIFY2(code == 0, said.constData());
+        // qpdf does not read the pages' operators; pdftotext complains of bad ones.
+        const QByteArray complaints = run(u"pdftotext"_qs, {path, u"/dev/null"_qs}, &code);
+        QVERIFY2(complaints.isEmpty(), complaints.constData());
     }
 
 private Q_SLOTS:
@@ -193,7 +196,7 @@ private Q_SLOTS:
         add("sequence without a font", "a 👨‍👩‍👧 b", {}, 3);
         add("private character", "a\uE123\uE124b", {}, 2);
         add("line breaks and tabs", "Subject:\r\n\tAccount Name:\t\tJohn\r\n\r\nLogon Type:\t3\r\n");
-        add("controls", std::string("a\0b\x01\x1b[31mred\x7f\u0085end", 18), "a[NUL]b[SOH][ESC][31mred[DEL][U+0085]end");
+        add("controls", std::string("\x02 a\0b\x01\x1b[31mred\x7f\u0085end", 20), "[STX] a[NUL]b[SOH][ESC][31mred[DEL][U+0085]end");
         add("direction controls", "invoice\u202Egpj.exe \u2066x\u2069", "invoice[U+202E]gpj.exe [U+2066]x[U+2069]");
         add("hidden separators", "zero\u200Bwidth\uFEFF", "zero[U+200B]width[U+FEFF]");
         add("invalid UTF-8", "bad \xFF bytes \xC3( \xED\xA0\x80 end", "bad \uFFFD bytes \uFFFD( \uFFFD\uFFFD\uFFFD end");

@@ -59,7 +59,7 @@ void TextCanvas::moveTo(Tenths x, Tenths y)
 {
     appendOperand(m_out, x - m_x);
     appendOperand(m_out, y - m_y);
-    m_out += "Td";
+    m_out += "Td\n";
     m_x = x;
     m_y = y;
 }
@@ -72,7 +72,7 @@ void TextCanvas::setFont(std::uint16_t font, Tenths size)
     m_out += "/F";
     appendOperand(m_out, font);
     appendOperand(m_out, size);
-    m_out += "Tf";
+    m_out += "Tf\n";
     m_font = font;
     m_size = size;
 }

@@ -4,6 +4,7 @@
 #include "reporting/writers/pdf/PdfSyntax.h"
 
 #include <algorithm>
+#include <array>
 
 namespace qm::pdf {
 
@@ -15,7 +16,7 @@ class LineBreaker final
 public:
     LineBreaker(std::vector<TextLine> &lines, std::uint32_t begin, Em limit) : m_lines(lines), m_limit(limit)
     {
-        m_line.begin = m_breakAt = begin;
+        m_line.begin = m_breakAt = m_preferredAt = begin;
     }
 
     /// A visible piece from \p at to \p next.
@@ -43,13 +44,20 @@ public:
         m_inkAtBreak = m_line.width;
     }
 
+    /// A word too wide for a line is best broken at \p at, all before it having been added.
+    void preferBreak(std::uint32_t at)
+    {
+        m_preferredAt = at;
+        m_preferredWidth = m_width;
+    }
+
     /// The line ends before \p end; the next begins at \p next.
     void endLine(std::uint32_t end, std::uint32_t next)
     {
         m_lines.push_back({m_line.begin, end, m_line.width});
         m_line = {next, next, 0};
         m_width = 0;
-        m_breakAt = next;
+        m_breakAt = m_preferredAt = next;
     }
 
     [[nodiscard]] Em width() const { return m_width; }
@@ -57,14 +65,23 @@ public:
 private:
     void breakBefore(std::uint32_t at)
     {
-        if (m_breakAt <= m_line.begin) { // no better place: here
+        if (m_breakAt > m_line.begin)
+            carryOver(m_breakAt, m_inkAtBreak, m_breakWidth, at);
+        else if (m_preferredAt > m_line.begin && m_preferredWidth * 2 > m_limit)
+            carryOver(m_preferredAt, m_preferredWidth, m_preferredWidth, at);
+        else
             endLine(at, at);
-            return;
-        }
-        m_lines.push_back({m_line.begin, m_breakAt, m_inkAtBreak});
-        m_line = {m_breakAt, at, std::max(0, m_line.width - m_breakWidth)};
-        m_width -= m_breakWidth;
-        m_breakAt = m_line.begin;
+    }
+
+    /// Ends the line at \p end, where it was \p ink wide without and \p width with its last blanks; the rest up to \p at begins the next.
+    void carryOver(std::uint32_t end, Em ink, Em width, std::uint32_t at)
+    {
+        m_lines.push_back({m_line.begin, end, ink});
+        m_line = {end, at, std::max(0, m_line.width - width)};
+        m_width -= width;
+        m_preferredWidth -= width;
+        m_breakAt = end;
+        m_preferredAt = std::max(m_preferredAt, end);
     }
 
     std::vector<TextLine> &m_lines;
@@ -73,6 +90,8 @@ private:
     Em m_width = 0;
     std::uint32_t m_breakAt = 0;
     Em m_breakWidth = 0, m_inkAtBreak = 0;
+    std::uint32_t m_preferredAt = 0;
+    Em m_preferredWidth = 0;
 };
 
 std::string_view withoutFinalBreaks(std::string_view text)
@@ -81,6 +100,16 @@ std::string_view withoutFinalBreaks(std::string_view text)
         text.remove_suffix(1);
     return text;
 }
+
+constexpr std::array<bool, 128> joints()
+{
+    std::array<bool, 128> table{};
+    for (const char joint : std::string_view("-_/\\.,;:@=&?|+"))
+        table[static_cast<std::size_t>(joint)] = true;
+    return table;
+}
+/// ASCII characters after which paths, addresses and names are best broken.
+constexpr std::array<bool, 128> kJoints = joints();
 
 /// Breaks allowed before and after a piece by its rules; \p last: the rules of the piece before.
 bool mayBreakBefore(std::uint8_t rules, std::uint8_t last)
@@ -98,7 +127,7 @@ TextBlock TextLayout::wrap(std::string_view text, TextStyle style, Em limit)
         m_lines.resize(block.firstLine);
         const auto begin = static_cast<std::uint32_t>(m_shaped.clusters.size());
         m_shaper.shape(text, style, m_shaped);
-        wrapShaped(begin, static_cast<std::uint32_t>(m_shaped.clusters.size()), limit);
+        wrapShaped(text, begin, static_cast<std::uint32_t>(m_shaped.clusters.size()), limit);
         block.shaped = true;
     }
     block.lineCount = static_cast<std::uint32_t>(m_lines.size()) - block.firstLine;
@@ -119,6 +148,8 @@ bool TextLayout::wrapPlain(std::string_view text, TextStyle style, Em limit)
             breaker.add(at, at + 1, ascii.width[byte]);
             last = kNoRule;
             ++at;
+            if (kJoints[byte])
+                breaker.preferBreak(at);
         } else if (byte == ' ') {
             breaker.addBlank(++at, ascii.width[byte]);
             last = kNoRule;
@@ -153,7 +184,7 @@ bool TextLayout::wrapPlain(std::string_view text, TextStyle style, Em limit)
     return true;
 }
 
-void TextLayout::wrapShaped(std::uint32_t begin, std::uint32_t end, Em limit)
+void TextLayout::wrapShaped(std::string_view text, std::uint32_t begin, std::uint32_t end, Em limit)
 {
     LineBreaker breaker(m_lines, begin, limit);
     std::uint8_t last = kNoRule;
@@ -167,6 +198,9 @@ void TextLayout::wrapShaped(std::uint32_t begin, std::uint32_t end, Em limit)
             if (mayBreakBefore(cluster.rules, last))
                 breaker.allowBreak(i);
             breaker.add(i, i + 1, cluster.advance);
+            const auto byte = static_cast<unsigned char>(text[cluster.textEnd - 1]);
+            if (byte < 0x80 && kJoints[byte])
+                breaker.preferBreak(i + 1);
         }
         last = cluster.rules;
     }

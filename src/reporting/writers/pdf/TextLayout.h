@@ -38,9 +38,9 @@ public:
         m_shaped.clear();
     }
 
-    /// Breaks at blanks and around ideographs, then anywhere; line breaks of the text are kept, those at its end dropped.
-    /// \param text   must stay where it is until clear().
-    /// \param limit  width of a line. At least one character goes on each line, however narrow.
+    /// Breaks at blanks and around ideographs; words wider than a line where their parts join, else anywhere; line breaks of the text are
+    /// kept, those at its end dropped. \param text   must stay where it is until clear(). \param limit  width of a line. At least one
+    /// character goes on each line, however narrow.
     TextBlock wrap(std::string_view text, TextStyle style, Em limit);
 
     /// As wrap(), but keeps \p mostLines lines and marks the cut with an ellipsis.
@@ -61,7 +61,7 @@ public:
 
 private:
     bool wrapPlain(std::string_view text, TextStyle style, Em limit);
-    void wrapShaped(std::uint32_t begin, std::uint32_t end, Em limit);
+    void wrapShaped(std::string_view text, std::uint32_t begin, std::uint32_t end, Em limit);
     bool fitPlain(std::string_view text, TextStyle style, Em limit, TextBlock &block);
     void fitShaped(std::uint32_t begin, std::uint32_t end, Em limit, TextBlock &block);
     void cutLine(TextBlock &block, Em limit);

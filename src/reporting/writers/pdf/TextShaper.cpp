@@ -28,6 +28,9 @@ bool isPlainScript(hb_script_t script)
     return script == HB_SCRIPT_LATIN || script == HB_SCRIPT_GREEK || script == HB_SCRIPT_CYRILLIC || script == HB_SCRIPT_COMMON;
 }
 
+/// Readers stop at ToUnicode entries that are much longer. Such clusters are no writing, but a hostile text may have them.
+constexpr std::size_t kMostMapped = 16;
+
 constexpr std::uint32_t kControlPictures = 0x2400; ///< U+2400 and on show the C0 controls
 
 /// "[NUL]" for the C0 controls and their pictures, "[U+202E]" for the others.
@@ -167,7 +170,7 @@ TextShaper::Run TextShaper::takeRun(std::size_t begin, std::size_t end)
         if (m_levels[i] != m_levels[begin] || character == U'\t' || isNamed(character))
             break;
         if (run.face == FontBook::kNoFace) { // one box stands for a character and what modifies it
-            if (!isJoinerOrSelector(character) && !isMark(character))
+            if (i - begin == kMostMapped || (!isJoinerOrSelector(character) && !isMark(character)))
                 break;
             continue;
         }
@@ -265,7 +268,8 @@ void TextShaper::appendGroup(const Run &run, unsigned first, unsigned last, std:
     if ((run.level & 1) != 0 && end - begin > 1 && !cluster.missing) {
         appendOneByOne(run, first, last, begin, end, out);
     } else {
-        cluster.actualText = glyphs > 1;
+        cluster.actualText = glyphs > 1 || end - begin > kMostMapped;
+        end = std::min(end, begin + kMostMapped);
         for (unsigned i = first; i < last; ++i)
             out.glyphs.push_back(placed(run, i, codeFor(run, infos[i].codepoint, begin, i == first ? end : begin)));
     }
