@@ -104,6 +104,27 @@ QString squeezed(QString text)
     return text.remove(kLoose);
 }
 
+/// The fields of a CSV file in RFC 4180 form, row by row.
+std::vector<QList<QByteArray>> csvRows(const QByteArray &bytes)
+{
+    std::vector<QList<QByteArray>> rows(1, {QByteArray()});
+    bool quoted = false;
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        const char c = bytes[i];
+        if (c == '"' && quoted && i + 1 < bytes.size() && bytes[i + 1] == '"')
+            rows.back().back() += bytes[++i];
+        else if (c == '"')
+            quoted = !quoted;
+        else if (c == ',' && !quoted)
+            rows.back().append(QByteArray());
+        else if (c == '\n' && !quoted)
+            rows.push_back({QByteArray()});
+        else if (c != '\r' || quoted)
+            rows.back().back() += c;
+    }
+    return rows;
+}
+
 } // namespace
 
 class PdfWriterTest final : public QObject
@@ -221,6 +242,35 @@ private Q_SLOTS:
         const QString wanted = squeezed(QString::fromUtf8(expected.empty() ? cell : expected));
         QVERIFY2(squeezed(text).contains(wanted), qPrintable(text));
         QCOMPARE(m_notes.missingGlyphs, missing);
+    }
+
+    void real_events_are_read_back_in_order()
+    {
+        QFile events(qEnvironmentVariable("QM_SOURCE_DIR") + u"/../shared/data/server_events.csv"_qs);
+        if (!events.open(QFile::ReadOnly))
+            QSKIP("the real events are not on this machine");
+        Report report;
+        report.columns = {column("", 50), column("", 150)};
+        const std::vector<QList<QByteArray>> source = csvRows(events.readAll());
+        const qsizetype field = source.front().indexOf("message");
+        for (std::size_t i = 1; i < source.size(); ++i)
+            if (source[i].size() > field)
+                report.rows.push_back({"row" + std::to_string(i) + "#", source[i][field].toStdString()});
+        QVERIFY(report.rows.size() > 10000);
+        const QString path = write(report);
+        checkStructure(path);
+        QString text = allText(path);
+        static const QRegularExpression kOwnWords(u"\\(continued (on|from) the (next|previous) page\\)|Rows [\\d,]+ on [\\d,]+ pages"_qs);
+        text = squeezed(text.remove(kOwnWords));
+        qsizetype at = 0;
+        for (const Cells &row : report.rows) {
+            const QString message = squeezed(QString::fromUtf8(row[1]));
+            static const QRegularExpression kUnusual(u"[^\\x{20}-\\x{7E}]"_qs); // other tests read those back
+            if (message.contains(kUnusual))
+                continue;
+            at = text.indexOf(message, at);
+            QVERIFY2(at >= 0, row[0].c_str());
+        }
     }
 
     // pdftotext gives the words of a line from left to right, whatever their script, but each word in reading order.
