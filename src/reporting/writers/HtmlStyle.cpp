@@ -29,7 +29,7 @@ th,td{padding:.38rem .7rem;border-bottom:1px solid var(--line);vertical-align:to
 th{position:sticky;top:0;z-index:1;background:var(--head);color:var(--on-head);font-weight:600;vertical-align:bottom;border-bottom:0}
 th:first-child{border-top-left-radius:6px}
 th:last-child{border-top-right-radius:6px}
-td{white-space:pre-wrap;overflow-wrap:anywhere;tab-size:4}
+td{white-space:pre-wrap;overflow-wrap:break-word;tab-size:4}
 tbody tr:nth-child(even){background:var(--band)}
 tbody tr:hover{background:var(--hover)}
 .none{margin:0;padding:3rem 1rem;text-align:center;color:var(--soft);border-bottom:1px solid var(--line);overflow-wrap:anywhere}
@@ -62,9 +62,11 @@ bool staysOnOneLine(const ReportColumn &column)
     return column.type != ColumnType::Text && column.type != ColumnType::Blob;
 }
 
+/// Columns of one line are as wide as what they hold; the others share the rest by their widths, breaking a word only when it is longer
+/// than a column should be.
 std::string columnRules(std::span<const ReportColumn> columns)
 {
-    constexpr double kLeastMm = 20, kMostMm = 120;
+    constexpr double kMostMm = 120, kLongWordMm = 70;
     std::string rules;
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const ReportColumn &column = columns[i];
@@ -74,13 +76,14 @@ std::string columnRules(std::span<const ReportColumn> columns)
                      ";font-variant-numeric:tabular-nums}\n";
         }
         if (staysOnOneLine(column)) {
-            rules += "td" + nth + "{white-space:pre;overflow-wrap:normal}\n";
+            rules += "th" + nth + "{width:1px}td" + nth + "{white-space:pre}\n";
             continue;
         }
         const double width = std::clamp(column.widthMm, 1.0, kMostMm);
         rules += "th" + nth + "{width:";
-        appendLength(width, "mm;min-width:", rules);
-        appendLength(std::min(width, kLeastMm), "mm}\n", rules);
+        appendLength(width, "mm}td", rules);
+        rules += nth + "{max-width:";
+        appendLength(std::max(width, kLongWordMm), "mm}\n", rules);
     }
     return rules;
 }

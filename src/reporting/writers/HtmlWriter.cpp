@@ -60,14 +60,14 @@ void HtmlWriter::writeReportHead(const ReportHead &head)
     if (!head.subtitle.empty()) {
         m_file.write("<p class=\"subtitle\">" + escaped(head.subtitle) + "</p>\n");
     }
-    m_file.write("<dl>\n");
+    m_file.write("<dl>\n<div><dt>Rows</dt><dd class=\"count\">");
+    m_countField = m_file.position();
+    m_file.write(std::string(kCountField, ' '));
+    m_file.write("</dd></div>\n");
     for (const auto &[name, value] : head.facts) {
         m_file.write("<div><dt>" + escaped(name) + "</dt><dd>" + escaped(value) + "</dd></div>\n");
     }
-    m_file.write("<div><dt>Rows</dt><dd class=\"count\">");
-    m_countField = m_file.position();
-    m_file.write(std::string(kCountField, ' '));
-    m_file.write("</dd></div>\n</dl>\n</header>\n<main>\n");
+    m_file.write("</dl>\n</header>\n<main>\n");
 }
 
 void HtmlWriter::begin(const ReportHead &head, std::span<const ReportColumn> columns)
@@ -127,6 +127,9 @@ void HtmlWriter::writeNoRows()
     m_file.write("<p class=\"none\"><strong>No rows</strong>Nothing matched what was asked for");
     const char *separator = ": ";
     for (const auto &[name, value] : m_facts) {
+        if (name == "Made" || name == "Times") {
+            continue; // says how the report came about, not what was asked
+        }
         m_file.write(separator + escaped(name) + " <bdi>" + escaped(value) + "</bdi>");
         separator = "; ";
     }

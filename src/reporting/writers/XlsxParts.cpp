@@ -51,7 +51,12 @@ constexpr std::string_view kFixedStyles =
     R"(<xf numFmtId="0" fontId="1" fillId="0" borderId="0" xfId="0" applyFont="1"/>)"
     R"(<xf numFmtId="0" fontId="2" fillId="0" borderId="0" xfId="0" applyFont="1"/>)"
     R"(<xf numFmtId="0" fontId="2" fillId="0" borderId="0" xfId="0" applyFont="1" applyAlignment="1"><alignment vertical="top"/></xf>)"
-    R"(<xf numFmtId="0" fontId="3" fillId="2" borderId="0" xfId="0" applyFont="1" applyFill="1" applyAlignment="1"><alignment vertical="center" wrapText="1"/></xf>)"
+    R"(<xf numFmtId="0" fontId="3" fillId="2" borderId="0" xfId="0" applyFont="1" applyFill="1" applyAlignment="1">)"
+    R"(<alignment horizontal="left" vertical="center" wrapText="1"/></xf>)"
+    R"(<xf numFmtId="0" fontId="3" fillId="2" borderId="0" xfId="0" applyFont="1" applyFill="1" applyAlignment="1">)"
+    R"(<alignment horizontal="center" vertical="center" wrapText="1"/></xf>)"
+    R"(<xf numFmtId="0" fontId="3" fillId="2" borderId="0" xfId="0" applyFont="1" applyFill="1" applyAlignment="1">)"
+    R"(<alignment horizontal="right" vertical="center" wrapText="1" indent="1"/></xf>)"
     R"(<xf numFmtId="0" fontId="4" fillId="0" borderId="0" xfId="0" applyFont="1" applyAlignment="1"><alignment vertical="top"/></xf>)"
     R"(<xf numFmtId="0" fontId="0" fillId="0" borderId="0" xfId="0" applyAlignment="1"><alignment vertical="top" wrapText="1"/></xf>)";
 
@@ -117,7 +122,7 @@ std::string styles(std::span<const ReportColumn> columns)
                       "\" fontId=\"0\" fillId=\"0\" borderId=\"1\" xfId=\"0\" applyNumberFormat=\"1\"" +
                       " applyBorder=\"1\" applyAlignment=\"1\"><alignment horizontal=\"" +
                       std::string(kAlignments[static_cast<std::size_t>(column.alignment)]) + "\" vertical=\"top\"" +
-                      (wraps ? " wrapText=\"1\"" : "") + "/></xf>";
+                      (wraps ? " wrapText=\"1\"" : "") + (column.alignment == CellAlignment::Right ? " indent=\"1\"" : "") + "/></xf>";
     }
     std::string formats;
     for (std::size_t i = 0; i < codes.size(); ++i) {

@@ -12,9 +12,9 @@
 
 namespace qm::xlsx {
 
-/// Numbers of the cell styles that every workbook has; the columns' own follow.
+/// Numbers of the cell styles that every workbook has; the columns' own follow. A heading has one for each CellAlignment, in its order.
 namespace style {
-inline constexpr int general = 0, title = 1, subtitle = 2, summary = 3, heading = 4, factName = 5, factValue = 6, firstColumn = 7;
+inline constexpr int general = 0, title = 1, subtitle = 2, summary = 3, firstHeading = 4, factName = 7, factValue = 8, firstColumn = 9;
 } // namespace style
 
 /// One sheet as the workbook lists it.

@@ -7,6 +7,7 @@
 #include "reporting/writers/XlsxText.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <optional>
 
@@ -32,6 +33,9 @@ constexpr std::size_t kCellRoom = 256;
 
 constexpr std::string_view kSheetStart = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n<worksheet "
                                          "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">";
+/// Height of one line in points, and the most lines that a row is made high for: beyond it a reader opens the cell.
+constexpr double kLineHeight = 13.5;
+constexpr std::size_t kMaxLines = 15;
 constexpr char kAboutName[] = "About this report";
 
 /// The serial number of \p time for a column shown as \p style, if it has one.
@@ -51,6 +55,52 @@ std::optional<double> serialOf(const IsoTime &time, Style style)
     return static_cast<double>(day) + time.millisecondOfDay() / kMillisecondsOfDay;
 }
 
+/// Width of a column in characters: its share of the page, and at least what its dates and times need.
+double characterWidth(double widthMm, Style temporal)
+{
+    constexpr double kMmPerCharacter = 1.6, kLeast = 7, kMost = 90;
+    const double needed = temporal == Style::DateTimeMs ? 23.5
+                          : temporal == Style::DateTime ? 19.5
+                          : temporal == Style::Date     ? 11
+                          : temporal == Style::Time     ? 9
+                                                        : kLeast;
+    return std::clamp(widthMm / kMmPerCharacter, needed, kMost);
+}
+
+/// The number of a paper size in page set-ups: its sides in mm, the shorter one first. A4 for any other.
+int paperSize(const PageSetup &page)
+{
+    struct Paper
+    {
+        double shorter, longer;
+        int number;
+    };
+    static constexpr std::array<Paper, 5> kPapers{{{210, 297, 9}, {297, 420, 8}, {148, 210, 11}, {215.9, 279.4, 1}, {215.9, 355.6, 5}}};
+    const double shorter = std::min(page.widthMm, page.heightMm), longer = std::max(page.widthMm, page.heightMm);
+    for (const Paper &paper : kPapers) {
+        if (std::fabs(paper.shorter - shorter) < 1 && std::fabs(paper.longer - longer) < 1) {
+            return paper.number;
+        }
+    }
+    return kPapers[0].number;
+}
+
+/// Lines that \p text takes in a column of \p characters, about; a byte counts as a character, which suits the wide ones.
+std::size_t lineCount(std::string_view text, std::size_t characters)
+{
+    std::size_t lines = 0;
+    while (lines < kMaxLines) {
+        const std::size_t end = text.find('\n');
+        const std::size_t size = std::min(end, text.size());
+        lines += size <= characters ? 1 : (size + characters - 1) / characters;
+        if (end == std::string_view::npos) {
+            break;
+        }
+        text.remove_prefix(end + 1);
+    }
+    return std::min(lines, kMaxLines);
+}
+
 /// A workbook: the rows on one or more sheets, then a sheet with the facts. The sheets are compressed as they are written.
 class XlsxWriter final : public ReportWriter
 {
@@ -68,11 +118,14 @@ private:
         CellFormatter format;
         Style temporal;
         std::string styleAttribute; ///< ' s="7"'
+        double width;               ///< in characters
+        std::size_t wrapsAt;        ///< characters in a line; 0 for a column of single lines
     };
 
     void beginSheet();
     void endSheet();
-    void writeLine(int style, std::string_view text);
+    void writeLine(int style, std::string_view text, double height);
+    void beginRow(std::span<const Value> cells);
     void writeHeadings();
     void writeCell(const Value &value, const Column &column);
     void writeBlob(std::string_view blob, const Column &column);
@@ -111,18 +164,24 @@ void XlsxWriter::begin(const ReportHead &head, std::span<const ReportColumn> col
     m_reportColumns.assign(columns.begin(), columns.end());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const CellFormatter format(columns[i]);
-        m_columns.push_back({format, xlsx::temporalStyle(format, columns[i].type),
-                             " s=\"" + std::to_string(static_cast<std::size_t>(xlsx::style::firstColumn) + i) + '"'});
+        const Style temporal = xlsx::temporalStyle(format, columns[i].type);
+        const double indent = columns[i].alignment == CellAlignment::Right ? 1.5 : 0;
+        const double width = characterWidth(columns[i].widthMm, temporal) + indent;
+        const bool wraps = columns[i].wrap && columns[i].type == ColumnType::Text;
+        m_columns.push_back({format, temporal, " s=\"" + std::to_string(static_cast<std::size_t>(xlsx::style::firstColumn) + i) + '"',
+                             width, wraps ? static_cast<std::size_t>(0.95 * width) : 0});
     }
     m_aboutName = m_names.take(kAboutName);
     xlsx::writeFirstParts(m_zip);
     beginSheet();
 }
 
-/// One line of the heading: a single cell that runs over its neighbours.
-void XlsxWriter::writeLine(int style, std::string_view text)
+/// One line of the heading: a single cell that runs over its neighbours. \p height in points.
+void XlsxWriter::writeLine(int style, std::string_view text, double height)
 {
-    m_zip.write("<row>");
+    std::string row = "<row ht=\"";
+    numbers::appendFixed(height, {0, 2, false, 0}, row);
+    m_zip.write(row + "\" customHeight=\"1\">");
     writeTextCell(" s=\"" + std::to_string(style) + '"', text);
     m_zip.write("</row>");
     ++m_sheetRow;
@@ -130,15 +189,16 @@ void XlsxWriter::writeLine(int style, std::string_view text)
 
 void XlsxWriter::writeHeadings()
 {
-    writeLine(xlsx::style::title, m_head.title);
+    writeLine(xlsx::style::title, m_head.title, 24);
     if (!m_head.subtitle.empty()) {
-        writeLine(xlsx::style::subtitle, m_head.subtitle);
+        writeLine(xlsx::style::subtitle, m_head.subtitle, 16);
     }
     // The number of rows is known only at the end; a shared string, which is written then, stands for it.
-    m_zip.write("<row><c s=\"" + std::to_string(xlsx::style::summary) + "\" t=\"s\"><v>0</v></c></row>");
+    m_zip.write("<row ht=\"18\" customHeight=\"1\"><c s=\"" + std::to_string(xlsx::style::summary) + "\" t=\"s\"><v>0</v></c></row>");
     m_zip.write("<row ht=\"24\" customHeight=\"1\">");
     for (const ReportColumn &column : m_reportColumns) {
-        writeTextCell(" s=\"" + std::to_string(xlsx::style::heading) + '"', column.caption);
+        const int style = xlsx::style::firstHeading + static_cast<int>(column.alignment);
+        writeTextCell(" s=\"" + std::to_string(style) + '"', column.caption);
     }
     m_zip.write("</row>");
     m_sheetRow += 2;
@@ -146,7 +206,6 @@ void XlsxWriter::writeHeadings()
 
 void XlsxWriter::beginSheet()
 {
-    constexpr double kMmPerCharacter = 1.95, kLeastCharacters = 7, kMostCharacters = 90;
     const std::string number = std::to_string(m_sheets.size() + 1);
     m_sheets.push_back({m_names.take(m_head.title), {}, {}});
     m_zip.open("xl/worksheets/sheet" + number + ".xml");
@@ -158,11 +217,10 @@ void XlsxWriter::beginSheet()
                 "\" topLeftCell=\"A" + std::to_string(m_headingRows + 1) +
                 "\" activePane=\"bottomLeft\" state=\"frozen\"/></sheetView></sheetViews>" + "<sheetFormatPr defaultRowHeight=\"13.5\"/>");
     std::string widths;
-    for (std::size_t i = 0; i < m_reportColumns.size(); ++i) {
+    for (std::size_t i = 0; i < m_columns.size(); ++i) {
         const std::string at = std::to_string(i + 1);
-        const double characters = std::clamp(m_reportColumns[i].widthMm / kMmPerCharacter, kLeastCharacters, kMostCharacters);
         widths += "<col min=\"" + at + "\" max=\"" + at + "\" width=\"";
-        numbers::appendFixed(characters, {0, 2, false, 0}, widths);
+        numbers::appendFixed(m_columns[i].width, {0, 2, false, 0}, widths);
         widths += "\" customWidth=\"1\"/>";
     }
     m_zip.write(widths.empty() ? "" : "<cols>" + widths + "</cols>");
@@ -182,11 +240,14 @@ void XlsxWriter::endSheet()
         m_sheets.back().titles = "$" + top + ":$" + top;
     }
     const bool landscape = m_head.page.widthMm > m_head.page.heightMm;
-    std::string margin;
-    numbers::appendFixed(m_head.page.marginMm / 25.4, {1, 4, false, 0}, margin);
-    m_zip.write("<pageMargins left=\"" + margin + "\" right=\"" + margin + "\" top=\"" + margin + "\" bottom=\"" + margin +
-                "\" header=\"0.3\" footer=\"0.3\"/><pageSetup paperSize=\"9\" fitToHeight=\"0\" orientation=\"" +
-                (landscape ? "landscape" : "portrait") + "\"/>" + xlsx::headerFooter(m_head) + "</worksheet>");
+    const std::string bands = xlsx::headerFooter(m_head);
+    std::string side, top;
+    numbers::appendFixed(m_head.page.marginMm / 25.4, {1, 4, false, 0}, side);
+    // The bands stand within the margins at head and foot.
+    numbers::appendFixed(std::max(m_head.page.marginMm / 25.4, bands.empty() ? 0.0 : 0.7), {1, 4, false, 0}, top);
+    m_zip.write("<pageMargins left=\"" + side + "\" right=\"" + side + "\" top=\"" + top + "\" bottom=\"" + top +
+                "\" header=\"0.3\" footer=\"0.3\"/><pageSetup paperSize=\"" + std::to_string(paperSize(m_head.page)) +
+                "\" fitToHeight=\"0\" orientation=\"" + (landscape ? "landscape" : "portrait") + "\"/>" + bands + "</worksheet>");
     m_zip.close();
     m_notes.sheets = static_cast<std::int64_t>(m_sheets.size());
 }
@@ -197,12 +258,30 @@ void XlsxWriter::row(std::span<const Value> cells)
         endSheet();
         beginSheet();
     }
-    m_zip.write("<row>");
+    beginRow(cells);
     for (std::size_t i = 0; i < cells.size(); ++i) {
         writeCell(cells[i], m_columns[i]);
     }
     m_zip.write("</row>");
     ++m_sheetRow;
+}
+
+/// The height is written, since not every program works it out when it opens a workbook.
+void XlsxWriter::beginRow(std::span<const Value> cells)
+{
+    std::size_t lines = 1;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        if (cells[i].kind == Value::Kind::Text && m_columns[i].wrapsAt > 0) {
+            lines = std::max(lines, lineCount(cells[i].text(), m_columns[i].wrapsAt));
+        }
+    }
+    if (lines == 1) {
+        m_zip.write("<row>");
+        return;
+    }
+    std::string row = "<row ht=\"";
+    numbers::appendFixed(kLineHeight * static_cast<double>(lines), {0, 1, false, 0}, row);
+    m_zip.write(row + "\">");
 }
 
 void XlsxWriter::writeCell(const Value &value, const Column &column)
@@ -328,9 +407,9 @@ void XlsxWriter::writeAbout(const ReportTail &tail)
     m_zip.write(kSheetStart);
     m_zip.write("<sheetViews><sheetView showGridLines=\"0\" workbookViewId=\"0\"/></sheetViews><cols><col min=\"1\" max=\"1\" width=\"22\" "
                 "customWidth=\"1\"/><col min=\"2\" max=\"2\" width=\"90\" customWidth=\"1\"/></cols><sheetData>");
-    writeLine(xlsx::style::title, m_head.title);
+    writeLine(xlsx::style::title, m_head.title, 24);
     if (!m_head.subtitle.empty()) {
-        writeLine(xlsx::style::subtitle, m_head.subtitle);
+        writeLine(xlsx::style::subtitle, m_head.subtitle, 16);
     }
     m_zip.write("<row/>");
     for (const auto &[name, value] : m_head.facts) {
