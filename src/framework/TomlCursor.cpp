@@ -12,10 +12,22 @@ constexpr bool isWordByte(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
 }
 
-constexpr bool isBadControl(unsigned char c)
+/// What kinds of bytes a text holds.
+struct Bytes
 {
-    return (c < 0x20 && c != '\t' && c != '\n' && c != '\r') || c == 0x7F;
-}
+    unsigned char bad = 0;
+    unsigned char high = 0;
+    unsigned char returns = 0;
+
+    void see(unsigned char byte)
+    {
+        const auto control = static_cast<unsigned char>(byte < 0x20);
+        const auto layout = static_cast<unsigned char>((byte == '\t') | (byte == '\n') | (byte == '\r'));
+        bad = static_cast<unsigned char>(bad | (control & (layout ^ 1)) | (byte == 0x7F));
+        returns = static_cast<unsigned char>(returns | (byte == '\r'));
+        high = static_cast<unsigned char>(high | byte);
+    }
+};
 
 void appendCodePoint(std::string &out, unsigned value)
 {
@@ -42,19 +54,19 @@ void appendCodePoint(std::string &out, unsigned value)
 
 bool TomlCursor::isPlain(std::string_view text)
 {
-    unsigned bad = 0;
-    unsigned high = 0;
-    unsigned returns = 0;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        bad |= static_cast<unsigned>(isBadControl(byte));
-        returns |= static_cast<unsigned>(byte == '\r');
-        high |= byte;
-    }
-    if (bad != 0 || ((high & 0x80U) != 0 && toml_text::firstBadUtf8(text) >= 0))
+    Bytes found;
+    // Blocks of a fixed size, for the compiler to take many bytes at a time.
+    constexpr std::size_t block = 64;
+    std::size_t at = 0;
+    for (; at + block <= text.size(); at += block)
+        for (std::size_t i = 0; i < block; ++i)
+            found.see(static_cast<unsigned char>(text[at + i]));
+    for (; at < text.size(); ++at)
+        found.see(static_cast<unsigned char>(text[at]));
+    if (found.bad != 0 || ((found.high & 0x80U) != 0 && toml_text::firstBadUtf8(text) >= 0))
         return false;
-    if (returns != 0)
-        for (std::size_t at = text.find('\r'); at != std::string_view::npos; at = text.find('\r', at + 1))
+    if (found.returns != 0)
+        for (at = text.find('\r'); at != std::string_view::npos; at = text.find('\r', at + 1))
             if (at + 1 >= text.size() || text[at + 1] != '\n')
                 return false;
     return true;
@@ -173,26 +185,35 @@ bool TomlCursor::unescape(std::string_view raw)
 bool TomlCursor::skipString()
 {
     const char quote = peek();
-    const bool longForm = m_text.substr(m_at, 3) == std::string_view(quote == '"' ? "\"\"\"" : "'''");
-    std::size_t at = m_at + (longForm ? 3 : 1);
-    for (; at < m_text.size(); ++at) {
-        const char c = m_text[at];
-        if (c == '\\' && quote == '"') {
+    const std::string_view fence = quote == '"' ? "\"\"\"" : "'''";
+    if (m_text.substr(m_at, 3) == fence)
+        return skipLongString(fence);
+    std::size_t at = m_at + 1;
+    for (; at < m_text.size() && m_text[at] != quote && m_text[at] != '\n'; ++at)
+        if (m_text[at] == '\\' && quote == '"')
             ++at;
-        } else if (c == quote && !longForm) {
-            m_at = at + 1;
-            return true;
-        } else if (c == quote && m_text.substr(at, 3) == std::string_view(quote == '"' ? "\"\"\"" : "'''")) {
-            at += 3;
-            for (int more = 0; more < 2 && at < m_text.size() && m_text[at] == quote; ++more)
-                ++at;
-            m_at = at;
-            return true;
-        } else if (c == '\n' && !longForm) {
-            return false;
-        }
+    if (at >= m_text.size() || m_text[at] != quote)
+        return false;
+    m_at = at + 1;
+    return true;
+}
+
+bool TomlCursor::skipLongString(std::string_view fence)
+{
+    std::size_t at = m_at + fence.size();
+    if (fence[0] == '\'') {
+        at = m_text.find(fence, at);
+    } else {
+        while (at < m_text.size() && m_text.substr(at, fence.size()) != fence)
+            at += m_text[at] == '\\' ? 2 : 1;
     }
-    return false;
+    if (at >= m_text.size())
+        return false;
+    at += fence.size();
+    for (int more = 0; more < 2 && at < m_text.size() && m_text[at] == fence[0]; ++more) // quotes that belong to the text
+        ++at;
+    m_at = at;
+    return true;
 }
 
 bool TomlCursor::skipList()

@@ -41,6 +41,7 @@ public:
 
 private:
     [[nodiscard]] bool skipString();
+    [[nodiscard]] bool skipLongString(std::string_view fence);
     [[nodiscard]] bool skipList();
     [[nodiscard]] bool unescape(std::string_view raw);
 

@@ -99,6 +99,32 @@ qsizetype appendEscaped(QByteArray &out, QStringView text, qsizetype at)
     return at + 1;
 }
 
+/// Characters that a quoted string writes as they are, in one byte.
+constexpr std::array<bool, 256> plainUnits()
+{
+    std::array<bool, 256> plain{};
+    for (std::size_t unit = 0x20; unit < 0x7F; ++unit)
+        plain[unit] = unit != '"' && unit != '\\';
+    return plain;
+}
+
+/// Appends the plain characters from \p at on; \returns the position of the first other one.
+qsizetype appendPlain(QByteArray &out, QStringView text, qsizetype at)
+{
+    static constexpr std::array<bool, 256> plain = plainUnits();
+    const qsizetype had = out.size();
+    out.resize(had + text.size() - at);
+    char *to = out.data() + had;
+    for (; at < text.size(); ++at) {
+        const char16_t unit = text[at].unicode();
+        if (unit > 0xFF || !plain[unit])
+            break;
+        *to++ = static_cast<char>(unit);
+    }
+    out.resize(static_cast<qsizetype>(to - out.constData()));
+    return at;
+}
+
 /// Whether \p text can stand between three apostrophes as it is.
 bool fitsLiteral(const QString &text)
 {
@@ -190,7 +216,7 @@ void appendTable(QByteArray &out, const TomlNode &table, const QByteArray &path)
 void appendQuoted(QByteArray &out, QStringView text)
 {
     out.append('"');
-    for (qsizetype at = 0; at < text.size();)
+    for (qsizetype at = appendPlain(out, text, 0); at < text.size(); at = appendPlain(out, text, at))
         at = appendEscaped(out, text, at);
     out.append('"');
 }

@@ -50,7 +50,7 @@ private Q_SLOTS:
         row("connection type as text", "a.dsf", "class = 'QMMDSMSSql'\nconnection_type = 'yes'\n", 2, "whole number");
         row("misspelt password", "a.dsf", "class = 'QMMDSOracle'\npasword = 'x'\n", 2, "known keys are");
         row("query not TOML", "q.rqn", "SELECT * FROM events\n", 1, "text editor");
-        row("query truncated in its SQL", "q.rqn", "description = 'd'\nsql = '''\nSELECT 1\n", 4, "");
+        row("query truncated in its SQL", "q.rqn", "description = 'd'\nsql = '''\nSELECT 1\n", 3, "");
         row("query without SQL", "q.rqn", "\ndescription = 'd'\n", 1, "\"sql\" is missing");
         row("query without description", "q.rqn", "sql = 'SELECT 1'\n", 1, "\"description\" is missing");
         row("parameter type", "q.rqn", kQuery + "[[parameter]]\nname = 'a'\ntype = 'string'\n", 5,
