@@ -30,7 +30,8 @@ public:
         int pointer = -1;
     };
     std::vector<Run> runs;
-    std::function<void()> onGenerate; ///< called in the middle of GenerateReport; may throw
+    std::function<void(const QString &target)> onEdit; ///< stands for what the operator does in the package's editor
+    std::function<void()> onGenerate;                  ///< called in the middle of GenerateReport; may throw
     const ScriptedPrompts *prompts = nullptr;
 
     std::unique_ptr<ReportInterface> createReportInterface(const QString &progId) override
@@ -39,14 +40,23 @@ public:
             raise(err::cannotCreateObject, progId);
         return std::make_unique<Interface>(*this, progId);
     }
-    std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override { raise(err::cannotCreateObject, progId); }
+    std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override
+    {
+        if (!progId.startsWith(QStringLiteral("Quillmark.")))
+            raise(err::cannotCreateObject, progId);
+        return std::make_unique<TomlQueryAccess>();
+    }
 
 private:
     class Interface final : public ReportInterface
     {
     public:
         Interface(RecordingComponents &owner, QString progId) : m_owner(owner), m_progId(std::move(progId)) {}
-        void EditQuery(const QString &) override {}
+        void EditQuery(const QString &target) override
+        {
+            if (m_owner.onEdit)
+                m_owner.onEdit(target);
+        }
         void GenerateReport(const QString &queryFile, int reserved, bool interactive, bool flag) override
         {
             m_owner.runs.push_back(
