@@ -134,6 +134,19 @@ if [ -x "$bin/bench_catalogue" ]; then
   judge "listing 100k query files; peer QSettings" "$own" "$(figure "QSettings per file" cpu)" 0.25
   judge "saving 100k jobs, wall; peer write + fsync" "$(figure "SaveJobs" wall)" "$(figure "POSIX write" wall)" 2
 fi
+if [ -x "$bin/bench_window" ]; then
+  "$bin/quillmark-trial" --to "$work/trial/" --samples samples >/dev/null
+  large=$work/trial/Packages/Server/"Query Groups"/Many
+  mkdir "$large"
+  for number in $(seq 100000); do
+    printf 'description = "Report %s"\nsql = "select %s"\n' "$number" "$number" >"$large/$number.rqn"
+  done
+  own_window() { cost "$bin/bench_window" main "$work/trial/"; }
+  peer_window() { cost "$bin/bench_window" empty; }
+  printf '\n'
+  line "Start of the window" "own" "peer" "ratio" "goal" ""
+  compare "100k query files on disk; peer empty window" 3 own_window peer_window
+fi
 if [ -x "$bin/bench_schedule" ]; then
   printf '\nSchedule of 100,000 jobs (goals: the next job within 20 ms, a due job within 50 ms of its second)\n'
   "$bin/bench_schedule" 100000
