@@ -1,4 +1,5 @@
 #include "app/RunJournal.h"
+#include "core/ErrorReporter.h"
 #include "framework/ComponentRegistry.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
