@@ -68,7 +68,8 @@ int showMain(const QString &folder)
         .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
         .isProducingRows = [] { return false; },
         .closeViewers = [] {},
-        .endProgram = [] {}});
+        .endProgram = [] {},
+        .stateFile = {}});
     window.Form_Load();
     return showOnce(window);
 }

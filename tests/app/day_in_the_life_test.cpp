@@ -79,7 +79,8 @@ public:
                                                               .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
                                                               .isProducingRows = [this] { return desk.isProducingRows(); },
                                                               .closeViewers = [this] { desk.closeViewers(); },
-                                                              .endProgram = [] {}});
+                                                              .endProgram = [] {},
+                                                              .stateFile = {}});
     }
 
     ApplicationLog log;
