@@ -19,6 +19,7 @@ public:
     static std::shared_ptr<const RowOrder> original(std::int64_t rows);
 
     [[nodiscard]] std::int64_t size() const { return m_size; }
+    [[nodiscard]] bool isOriginal() const { return !m_file; }
     [[nodiscard]] std::int64_t idAt(std::int64_t position) const { return m_ids ? std::int64_t{m_ids[position]} : position + 1; }
 
 private:

@@ -129,7 +129,7 @@ Spool::Spool()
     file.close();
     try {
         m_front = openSpool(m_path, SQLITE_OPEN_READWRITE);
-        execute(m_front, "PRAGMA page_size=16384; PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA cache_size=-8000; "
+        execute(m_front, "PRAGMA page_size=4096; PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA cache_size=-8000; "
                          "PRAGMA temp_store=FILE;");
         m_back = openSpool(m_path, SQLITE_OPEN_READWRITE);
         execute(m_back, "PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA cache_size=-8000; PRAGMA temp_store=FILE;");
@@ -199,11 +199,18 @@ SpooledReport SpoolWriter::take()
     return std::move(m_report);
 }
 
-SpoolReader::SpoolReader(sqlite3 *database, std::size_t columns) : m_byId(database, "SELECT * FROM rows WHERE rowid=?"), m_values(columns)
+SpoolReader::SpoolReader(sqlite3 *database, std::size_t columns)
+    : m_database(database), m_byId(database, "SELECT * FROM rows WHERE rowid=?"), m_values(columns)
 {
+    // One transaction for all rows: without it each row would lock and unlock the file.
+    execute(database, "BEGIN");
 }
 
-SpoolReader::~SpoolReader() = default;
+SpoolReader::~SpoolReader()
+{
+    m_byId.reset();
+    sqlite3_exec(m_database, "COMMIT", nullptr, nullptr, nullptr);
+}
 
 std::span<const Value> SpoolReader::row(std::int64_t id)
 {

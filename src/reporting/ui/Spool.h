@@ -89,17 +89,20 @@ private:
     bool m_complete = false;
 };
 
-/// Reads rows of a spool through one of its connections.
+/// Reads rows of a spool through one of its connections; at most one reader at a time for each of them.
 class SpoolReader final
 {
 public:
     SpoolReader(sqlite3 *database, std::size_t columns);
     ~SpoolReader();
+    SpoolReader(const SpoolReader &) = delete;
+    SpoolReader &operator=(const SpoolReader &) = delete;
 
     /// The row with number \p id; values live until the next call. \returns an empty span when it cannot be read.
     [[nodiscard]] std::span<const Value> row(std::int64_t id);
 
 private:
+    sqlite3 *m_database;
     SpoolStatement m_byId;
     std::vector<Value> m_values;
 };

@@ -32,6 +32,30 @@ private:
     sqlite3 *m_database;
 };
 
+/// All rows as they came, in one pass: much faster than one by one.
+template <class Take>
+void forEachRow(const SpooledReport &report, Take &&take)
+{
+    SpoolStatement select(report.spool->back(), "SELECT * FROM rows");
+    std::vector<Value> row(report.columns.size());
+    while (select.step()) {
+        readSpoolValues(select.get(), 0, row);
+        take(row);
+    }
+}
+
+template <class Take>
+void forEachRow(const SpooledReport &report, const RowOrder &order, Take &&take)
+{
+    SpoolReader reader(report.spool->back(), report.columns.size());
+    for (std::int64_t at = 0; at < order.size(); ++at) {
+        const auto row = reader.row(order.idAt(at));
+        if (row.empty())
+            raise(err::deviceIo, QStringLiteral("row %1 of the viewer cannot be read back").arg(order.idAt(at)), kFrameworkSource);
+        take(row);
+    }
+}
+
 char lowered(char byte)
 {
     return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : byte;
@@ -172,17 +196,18 @@ void exportRows(const SpooledReport &report, const RowOrder &order, const Export
     ReportHead head = report.head;
     head.facts.insert(head.facts.end(), request.extraFacts.begin(), request.extraFacts.end());
     writer->begin(head, report.columns);
-    SpoolReader reader(report.spool->back(), report.columns.size());
-    for (std::int64_t at = 0; at < order.size(); ++at) {
-        const auto row = reader.row(order.idAt(at));
-        if (row.empty())
-            raise(err::deviceIo, QStringLiteral("row %1 of the viewer cannot be read back").arg(order.idAt(at)), kFrameworkSource);
+    std::int64_t written = 0;
+    const auto write = [&](std::span<const Value> row) {
         writer->row(row);
-        if (at % kRowsPerCheck == 0) {
+        if (++written % kRowsPerCheck == 0) {
             cancel.check();
-            progress.store(at, std::memory_order_relaxed);
+            progress.store(written, std::memory_order_relaxed);
         }
-    }
+    };
+    if (order.isOriginal())
+        forEachRow(report, write);
+    else
+        forEachRow(report, order, write);
     ReportTail tail = report.tail;
     tail.rows = order.size();
     writer->end(tail);
