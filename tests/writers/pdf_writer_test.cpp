@@ -1,11 +1,9 @@
 // Reports as PDF, read back by programs that are not ours: pdftotext and pdfinfo (Poppler), qpdf.
 #include "core/RuntimeError.h"
 #include "reporting/writers/Writers.h"
+#include "writers/PdfReadBack.h"
 
 #include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -16,7 +14,7 @@
 #include <sys/mount.h>
 
 using namespace qm;
-using namespace Qt::StringLiterals;
+using namespace qm::test;
 
 namespace {
 
@@ -42,87 +40,6 @@ ReportColumn column(const char *caption, double widthMm, CellAlignment alignment
 QString shippedFonts()
 {
     return qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/fonts");
-}
-
-/// One word of a page with the box it takes, in points from the upper left corner.
-struct Word
-{
-    int page = 0;
-    double left = 0, top = 0, right = 0, bottom = 0;
-    QString text;
-};
-
-QByteArray run(const QString &program, const QStringList &arguments, int *code = nullptr)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(120000);
-    if (code)
-        *code = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return process.readAllStandardOutput() + (code ? process.readAllStandardError() : QByteArray());
-}
-
-QString pageText(const QString &path, int first, int last)
-{
-    return QString::fromUtf8(
-        run(u"pdftotext"_qs, {u"-raw"_qs, u"-f"_qs, QString::number(first), u"-l"_qs, QString::number(last), path, u"-"_qs}));
-}
-
-QString allText(const QString &path)
-{
-    return QString::fromUtf8(run(u"pdftotext"_qs, {u"-raw"_qs, path, u"-"_qs}));
-}
-
-QString information(const QString &path, const QString &key)
-{
-    const QString all = QString::fromUtf8(run(u"pdfinfo"_qs, {path}));
-    return QRegularExpression(u"^"_qs + key + u":\\s*(.*)$"_qs, QRegularExpression::MultilineOption).match(all).captured(1);
-}
-
-std::vector<Word> words(const QString &path)
-{
-    const QString html = QString::fromUtf8(run(u"pdftotext"_qs, {u"-bbox"_qs, path, u"-"_qs}));
-    static const QRegularExpression kItem(
-        u"<page |<word xMin=\"([^\"]+)\" yMin=\"([^\"]+)\" xMax=\"([^\"]+)\" yMax=\"([^\"]+)\">([^<]*)<"_qs);
-    std::vector<Word> found;
-    int page = 0;
-    for (auto it = kItem.globalMatch(html); it.hasNext();) {
-        const auto match = it.next();
-        if (match.captured(1).isEmpty())
-            ++page;
-        else
-            found.push_back({page, match.captured(1).toDouble(), match.captured(2).toDouble(), match.captured(3).toDouble(),
-                             match.captured(4).toDouble(), match.captured(5)});
-    }
-    return found;
-}
-
-/// Without blanks, line ends and the marks by which pdftotext wraps right-to-left words: what is left must be equal, however lines broke.
-QString squeezed(QString text)
-{
-    static const QRegularExpression kLoose(u"[\\s\\x{202A}-\\x{202E}]"_qs);
-    return text.remove(kLoose);
-}
-
-/// The fields of a CSV file in RFC 4180 form, row by row.
-std::vector<QList<QByteArray>> csvRows(const QByteArray &bytes)
-{
-    std::vector<QList<QByteArray>> rows(1, {QByteArray()});
-    bool quoted = false;
-    for (qsizetype i = 0; i < bytes.size(); ++i) {
-        const char c = bytes[i];
-        if (c == '"' && quoted && i + 1 < bytes.size() && bytes[i + 1] == '"')
-            rows.back().back() += bytes[++i];
-        else if (c == '"')
-            quoted = !quoted;
-        else if (c == ',' && !quoted)
-            rows.back().append(QByteArray());
-        else if (c == '\n' && !quoted)
-            rows.push_back({QByteArray()});
-        else if (c != '\r' || quoted)
-            rows.back().back() += c;
-    }
-    return rows;
 }
 
 } // namespace
@@ -412,6 +329,7 @@ private Q_SLOTS:
                 continue;
             ++seen;
             QCOMPARE(pageOf.emplace(row, word.page).first->second, word.page);
+            QVERIFY(word.bottom < 595.3 - 34 - 14); // above the footer
         }
         QCOMPARE(pageOf.size(), report.rows.size());
         QVERIFY(seen > 2000);
@@ -429,9 +347,10 @@ private Q_SLOTS:
         report.columns[3].wrap = false;
         for (Cells &row : report.rows)
             row.push_back("one\r\ntwo three four five six");
+        report.rows[7][1] = std::string(400, 'i'); // and one that breaks anywhere
         std::set<int> rightEdges, messageLefts, userLefts, footerEdges;
         double messageRight = 0, shortRight = 0;
-        static const QRegularExpression kDigits(u"^\\d+$"_qs), kMessage(u"^(message|words|that|wrap)$"_qs);
+        static const QRegularExpression kDigits(u"^\\d+$"_qs), kMessage(u"^(message|words|that|wrap|i+)$"_qs);
         for (const Word &word : words(write(report))) {
             const bool inBody = word.top > 120 && word.bottom < 550;
             if (inBody && kDigits.match(word.text).hasMatch() && word.left < 150)
@@ -450,8 +369,64 @@ private Q_SLOTS:
         QCOMPARE(userLefts.size(), std::size_t{1});
         QCOMPARE(messageLefts.size(), std::size_t{1});
         QVERIFY(*rightEdges.begin() < *messageLefts.begin());
-        QVERIFY(messageRight < *userLefts.begin());
+        QVERIFY(messageRight < *userLefts.begin() - 6 + 0.6); // the gap between two columns is 6 points
         QVERIFY(shortRight > 700 && shortRight <= 842 - 34);
+    }
+
+    void what_is_drawn_is_the_letter()
+    {
+        struct Letter
+        {
+            const char *text;
+            double leastWidth, mostWidth, leastHeight, mostHeight; // of the ink, in letter sizes
+        };
+        // One-byte codes as ASCII and beyond, two-byte codes of a fallback font, shaped glyphs.
+        const Letter letters[] = {{"_", .4, .6, 0, .15},     {"|", 0, .2, .8, 1.2},         {".", 0, .25, 0, .25},
+                                  {"W", .9, 1.1, .65, .85},  {"\u0174", .9, 1.1, .88, 1.2}, {"\u2014", .9, 1.1, 0, .15},
+                                  {"一", .7, 1.1, 0, .25},   {"丨", 0, .3, .7, 1.1},        {"\u0627", 0, .3, .6, .95},
+                                  {"\u05D5", 0, .35, .4, .7}};
+        Report report;
+        report.columns = {column("", 50)};
+        for (const Letter &letter : letters)
+            report.rows.push_back({letter.text});
+        const QString path = write(report);
+        const PageImage page(path);
+        QVERIFY(page.width > 1000);
+        const std::vector<Word> all = words(path);
+        for (const Letter &letter : letters) {
+            const auto found =
+                std::find_if(all.begin(), all.end(), [&](const Word &word) { return word.text == QString::fromUtf8(letter.text); });
+            QVERIFY2(found != all.end(), letter.text);
+            const QSizeF ink = page.inkOf(*found) / 7.5;
+            const QByteArray seen =
+                letter.text + QByteArray(" is ") + QByteArray::number(ink.width()) + " x " + QByteArray::number(ink.height());
+            QVERIFY2(ink.width() >= letter.leastWidth && ink.width() <= letter.mostWidth, seen.constData());
+            QVERIFY2(ink.height() >= letter.leastHeight && ink.height() <= letter.mostHeight, seen.constData());
+        }
+    }
+
+    void band_texts_never_meet()
+    {
+        Report report = numbered(1);
+        report.head.header = {std::string(300, 'x'), "", "last week"};
+        report.head.footer = {std::string(300, 'y'), std::string(300, 'z'), "Page {page} of {pages}"};
+        const std::vector<Word> all = words(write(report));
+        double leftEnds = 0, rightBegins = 1000, footLeftEnds = 0, centreBegins = 1000, centreEnds = 0, pageBegins = 1000;
+        for (const Word &word : all) {
+            if (word.text.startsWith(u"xx"_qs))
+                leftEnds = std::max(leftEnds, word.right);
+            else if (word.text == u"last"_qs && word.top < 45)
+                rightBegins = word.left;
+            else if (word.text.startsWith(u"yy"_qs))
+                footLeftEnds = word.right;
+            else if (word.text.startsWith(u"zz"_qs))
+                std::tie(centreBegins, centreEnds) = std::pair(word.left, word.right);
+            else if (word.text == u"Page"_qs)
+                pageBegins = word.left;
+        }
+        QVERIFY(leftEnds > 600 && leftEnds < rightBegins);
+        QVERIFY(footLeftEnds > 100 && footLeftEnds < centreBegins);
+        QVERIFY(centreEnds > 400 && centreEnds < pageBegins);
     }
 
     void page_numbers_end_at_the_right_margin()
