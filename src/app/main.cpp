@@ -12,6 +12,7 @@
 #include "platform/SystemDueTimer.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ReportDesk.h"
+#include "reporting/ui/Spool.h"
 #include "shell/HelpFile.h"
 #include "shell/Icons.h"
 #include "shell/WidgetPrompts.h"
@@ -20,6 +21,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QStandardPaths>
 
 #include <clocale>
@@ -148,6 +150,9 @@ int main(int argc, char *argv[])
     QApplication::setWindowIcon(icons::applicationIcon());
     QApplication::setDesktopFileName(QStringLiteral("quillmark"));
     QApplication::setQuitOnLastWindowClosed(false);
+
+    // What SQLite writes while it sorts lies where nobody else can read it; set before any thread starts.
+    qputenv("SQLITE_TMPDIR", QFile::encodeName(spoolFolder()));
 
     // A missing installation folder is told by the main window; here it only means that there is nothing to lock.
     const QString installPath = trapSilently([] { return GetInstallPath(); });
