@@ -256,7 +256,7 @@ private Q_SLOTS:
             const std::int64_t stated = row[0].integer;
             const int before = commits;
             while (commits < before + 3)
-                std::this_thread::yield();
+                std::this_thread::sleep_for(1ms);
             QCOMPARE(countRows(source) + 1, stated);
         }
         stop = true;
