@@ -58,7 +58,8 @@ struct LayoutPage
     double marginMm = 12;
 };
 
-/// Header or footer of each page: texts with {fields} such as {title}, {page}, {pages}, {date}, {time}, {period}, {rows}.
+/// Header or footer of each page: texts with {fields} such as {title}, {page}, {pages}, {date}, {time}, {period}. The row count stands in
+/// the title block.
 struct LayoutBand
 {
     QString left, centre, right;

@@ -187,7 +187,7 @@ QWidget *LayoutEditor::buildPage()
     layout->addLayout(form);
     layout->addLayout(bands);
     layout->addWidget(
-        hint(tr("Fields: {title} {description} {package} {group} {period} {date} {time} {made} {page} {pages} {rows}"), page));
+        hint(tr("Fields: {title} {description} {package} {group} {period} {date} {time} {made} {page} {pages}"), page));
     layout->addStretch();
     return page;
 }
