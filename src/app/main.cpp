@@ -10,9 +10,9 @@
 #include "platform/InstanceLock.h"
 #include "platform/Registry.h"
 #include "platform/SystemDueTimer.h"
+#include "reporting/engine/TemporaryFolder.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ReportDesk.h"
-#include "reporting/ui/Spool.h"
 #include "shell/HelpFile.h"
 #include "shell/Icons.h"
 #include "shell/WidgetPrompts.h"
@@ -21,7 +21,6 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QFile>
 #include <QStandardPaths>
 
 #include <clocale>
@@ -152,7 +151,7 @@ int main(int argc, char *argv[])
     QApplication::setQuitOnLastWindowClosed(false);
 
     // What SQLite writes while it sorts lies where nobody else can read it; set before any thread starts.
-    qputenv("SQLITE_TMPDIR", QFile::encodeName(spoolFolder()));
+    useTemporaryFolder();
 
     // A missing installation folder is told by the main window; here it only means that there is nothing to lock.
     const QString installPath = trapSilently([] { return GetInstallPath(); });
