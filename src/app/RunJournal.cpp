@@ -33,15 +33,15 @@ void RunJournal::markInterruptedRuns()
 void RunJournal::notRun(const ScheduledReportJob &job, const QString &reason)
 {
     m_log.warning(QStringLiteral("scheduled report '%1' (%2) was not run: %3").arg(job.JobDescription, job.QueryFileName, reason));
-    RunLedger ledger(m_installPath);
-    ledger.notRun(job.QueryFileName, QStringLiteral("schedule"), reason, utcText(m_clock.now()));
+    RunLedger(m_installPath).notRun(job.QueryFileName, QStringLiteral("schedule"), reason, utcText(m_clock.now()));
 }
 
 void RunJournal::skippedRuns(const ScheduledReportJob &job, const WallTime &ran, int skipped)
 {
-    m_log.warning(QStringLiteral("scheduled report '%1' (%2) runs on %3 %4 after %5 of its times went by")
-                      .arg(job.JobDescription, job.QueryFileName, shortDateText(ran.date), time24Text(ran.secondOfDay))
-                      .arg(skipped));
+    const QString reason = QStringLiteral("%1 of its times went by before it ran on %2 %3")
+                               .arg(QString::number(skipped), shortDateText(ran.date), time24Text(ran.secondOfDay));
+    m_log.warning(QStringLiteral("scheduled report '%1' (%2): %3").arg(job.JobDescription, job.QueryFileName, reason));
+    RunLedger(m_installPath).notRun(job.QueryFileName, QStringLiteral("schedule"), reason, utcText(m_clock.now()));
 }
 
 void RunJournal::note(const QString &text)
