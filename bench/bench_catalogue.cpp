@@ -124,11 +124,13 @@ void benchListing(const QString &folder)
             {{"getdents, openat, read, find a key (floor)", [&] { listByHand(folder.toStdString(), byHand); }, {}, {}},
              {"files::list + TomlQueryReader",
               [&] {
-                  std::vector<std::shared_ptr<Query>> queries;
+                  std::vector<QStringList> rows; // what the list keeps of a query
                   TomlQueryReader reader;
-                  for (const QString &name : files::list(folder, QStringLiteral("*.rqn"), attr::normal))
-                      queries.push_back(reader.ReadQuery(folder + name));
-                  listed = queries.size();
+                  for (const QString &name : files::list(folder, QStringLiteral("*.rqn"), attr::normal)) {
+                      const auto query = reader.ReadQuery(folder + name);
+                      rows.push_back({query->Description, query->QueryFile, query->ReportFile});
+                  }
+                  listed = rows.size();
               },
               {},
               {}},

@@ -8,6 +8,7 @@
 
 #include <QSet>
 
+#include <array>
 #include <charconv>
 
 namespace qm {
@@ -135,33 +136,35 @@ void noteOddIds(const JobCollection &jobs, const QString &path, KnownFiles &know
 
 // --- writing -----------------------------------------------------------------------------------------------------------------------------
 
-void appendDigits(QByteArray &out, int value, int digits)
-{
-    const qsizetype end = out.size() + digits;
-    out.resize(end);
-    for (qsizetype at = end - 1; at >= end - digits; --at) {
-        out[at] = static_cast<char>('0' + value % 10);
-        value /= 10;
-    }
-}
-
+/// "2026-11-21T14:05:37"
 void appendLocalTime(QByteArray &out, const WallTime &time)
 {
     int year = 0;
     int month = 0;
     int day = 0;
     time.date.getDate(&year, &month, &day);
-    appendDigits(out, year, 4);
-    out.append('-');
-    appendDigits(out, month, 2);
-    out.append('-');
-    appendDigits(out, day, 2);
-    out.append('T');
-    appendDigits(out, time.hour(), 2);
-    out.append(':');
-    appendDigits(out, time.minute(), 2);
-    out.append(':');
-    appendDigits(out, time.second(), 2);
+    std::array<char, 19> text{};
+    const auto put = [&text](std::size_t end, int value, int digits) {
+        for (; digits > 0; --digits, value /= 10)
+            text[--end] = static_cast<char>('0' + value % 10);
+    };
+    put(4, year, 4);
+    put(7, month, 2);
+    put(10, day, 2);
+    put(13, time.hour(), 2);
+    put(16, time.minute(), 2);
+    put(19, time.second(), 2);
+    text[4] = text[7] = '-';
+    text[10] = 'T';
+    text[13] = text[16] = ':';
+    out.append(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+void appendNumber(QByteArray &out, int value)
+{
+    std::array<char, 12> text{};
+    const auto result = std::to_chars(text.data(), text.data() + text.size(), value);
+    out.append(text.data(), static_cast<qsizetype>(result.ptr - text.data()));
 }
 
 bool isWritable(const WallTime &time)
@@ -172,7 +175,10 @@ bool isWritable(const WallTime &time)
 QByteArray jobsText(const JobCollection &jobs)
 {
     QByteArray out;
-    out.reserve(static_cast<qsizetype>(160 * jobs.size() + sizeof kHead));
+    qsizetype size = sizeof kHead;
+    for (const auto &job : jobs)
+        size += job ? 128 + job->JobDescription.size() + job->QueryFileName.size() : 0;
+    out.reserve(size);
     out.append(kHead);
     for (const auto &job : jobs) {
         if (!job)
@@ -183,7 +189,7 @@ QByteArray jobsText(const JobCollection &jobs)
                 QStringLiteral("job %1 \"%2\" has no valid date; nothing was saved.").arg(QString::number(job->JobId), job->JobDescription),
                 kFrameworkSource);
         out.append("\n[[job]]\nid = ");
-        out.append(QByteArray::number(job->JobId));
+        appendNumber(out, job->JobId);
         out.append("\ndescription = ");
         toml_text::appendQuoted(out, job->JobDescription);
         out.append("\nquery_file = ");
@@ -191,7 +197,7 @@ QByteArray jobsText(const JobCollection &jobs)
         out.append("\nnext_run = ");
         appendLocalTime(out, job->DateTime);
         out.append("\nfrequency = ");
-        out.append(QByteArray::number(job->Frequency));
+        appendNumber(out, job->Frequency);
         out.append('\n');
     }
     return out;
