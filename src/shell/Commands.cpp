@@ -168,10 +168,11 @@ void Commands::EnableDisableMenus(const QString &code)
 {
     trap(m_errors, interfaceProcedure("EnableDisableMenus"), [&] {
         const EnablingRule &rule = enablingRule(code.toLatin1().constData(), m_facts.scheduleHasRows());
-        for (std::size_t group = 0; group < rule.states.size(); ++group) {
-            const Enabling state = rule.states[group];
+        auto switchTools = std::begin(kSwitches);
+        for (const Enabling state : rule.states) {
             if (state != Enabling::Keep)
-                (this->*kSwitches[group])(state == Enabling::On || (state == Enabling::WhenPastePending && m_facts.pastePending()));
+                (this->**switchTools)(state == Enabling::On || (state == Enabling::WhenPastePending && m_facts.pastePending()));
+            ++switchTools;
         }
         for (const char *kept : {"ID_Rename", "ID_SaveAs", "ID_Paste"})
             refresh(QString::fromLatin1(kept));
