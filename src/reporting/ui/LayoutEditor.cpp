@@ -186,8 +186,7 @@ QWidget *LayoutEditor::buildPage()
     auto layout = new QVBoxLayout(page);
     layout->addLayout(form);
     layout->addLayout(bands);
-    layout->addWidget(
-        hint(tr("Fields: {title} {description} {package} {group} {period} {date} {time} {made} {page} {pages}"), page));
+    layout->addWidget(hint(tr("Fields: {title} {description} {package} {group} {period} {date} {time} {made} {page} {pages}"), page));
     layout->addStretch();
     return page;
 }

@@ -2,12 +2,15 @@
 
 #include "reporting/writers/HtmlText.h"
 #include "reporting/writers/NumberText.h"
+#include "reporting/writers/TextScan.h"
 
 #include <algorithm>
 
 namespace qm {
 
 namespace {
+
+using textscan::joined;
 
 constexpr std::string_view kCommon = R"(
 :root{color-scheme:light dark;--page:#fff;--ink:#1c2430;--soft:#5b6675;--line:#dde2e9;--band:#f6f8fa;--hover:#eaf1fb;--head:#25405f;--on-head:#fff;--accent:#2f6fb3;--alert:#8a3b00;--alert-page:#fff4e6;--alert-line:#f0c48a}
@@ -72,17 +75,17 @@ std::string columnRules(std::span<const ReportColumn> columns)
         const ReportColumn &column = columns[i];
         const std::string nth = ":nth-child(" + std::to_string(i + 1) + ')';
         if (column.alignment != CellAlignment::Left) {
-            rules += "th" + nth + ",td" + nth + "{text-align:" + (column.alignment == CellAlignment::Right ? "right" : "center") +
-                     ";font-variant-numeric:tabular-nums}\n";
+            const char *const side = column.alignment == CellAlignment::Right ? "right" : "center";
+            rules += joined({"th", nth, ",td", nth, "{text-align:", side, ";font-variant-numeric:tabular-nums}\n"});
         }
         if (staysOnOneLine(column)) {
-            rules += "th" + nth + "{width:1px}td" + nth + "{white-space:pre}\n";
+            rules += joined({"th", nth, "{width:1px}td", nth, "{white-space:pre}\n"});
             continue;
         }
         const double width = std::clamp(column.widthMm, 1.0, kMostMm);
-        rules += "th" + nth + "{width:";
+        rules += joined({"th", nth, "{width:"});
         appendLength(width, "mm}td", rules);
-        rules += nth + "{max-width:";
+        rules += joined({nth, "{max-width:"});
         appendLength(std::max(width, kLongWordMm), "mm}\n", rules);
     }
     return rules;

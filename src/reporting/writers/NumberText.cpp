@@ -41,7 +41,7 @@ Decimal shortestDecimal(double magnitude)
 
 void roundTo(Decimal &decimal, int decimals)
 {
-    const auto keep = static_cast<std::size_t>(decimal.point + decimals);
+    const auto keep = static_cast<std::size_t>(decimal.point) + static_cast<std::size_t>(decimals);
     if (decimal.digits.size() <= keep) {
         return;
     }

@@ -137,6 +137,15 @@ std::size_t utf16Length(std::string_view valid)
         std::count_if(valid.begin(), valid.end(), [](char c) { return static_cast<unsigned char>(c) >= 0xF0; }));
 }
 
+std::string joined(std::initializer_list<std::string_view> pieces)
+{
+    std::string text;
+    for (const std::string_view piece : pieces) {
+        text += piece;
+    }
+    return text;
+}
+
 void appendHex(std::string_view blob, std::string &out)
 {
     const std::size_t start = out.size();

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -97,6 +98,9 @@ inline char *put(char *out, std::string_view text)
     std::memcpy(out, text.data(), text.size());
     return out + text.size();
 }
+
+/// The pieces as one text.
+[[nodiscard]] std::string joined(std::initializer_list<std::string_view> pieces);
 
 /// Appends all of \p blob in lower-case hexadecimal digits.
 void appendHex(std::string_view blob, std::string &out);

@@ -1,5 +1,6 @@
 #include "reporting/writers/XlsxParts.h"
 
+#include "reporting/writers/TextScan.h"
 #include "reporting/writers/XlsxText.h"
 
 #include <array>
@@ -8,6 +9,7 @@ namespace qm::xlsx {
 
 namespace {
 
+using textscan::joined;
 using Style = CellFormatter::Style;
 
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
@@ -151,7 +153,7 @@ std::string workbook(std::span<const Sheet> sheets)
     std::string list, names;
     for (std::size_t i = 0; i < sheets.size(); ++i) {
         const std::string number = std::to_string(i + 1);
-        list += "<sheet name=\"" + escapedText(sheets[i].name) + "\" sheetId=\"" + number + "\" r:id=\"rId" + number + "\"/>";
+        list += joined({"<sheet name=\"", escapedText(sheets[i].name), "\" sheetId=\"", number, "\" r:id=\"rId", number, "\"/>"});
     }
     const auto addNames = [&](const char *attributes, std::string Sheet::*range) {
         for (std::size_t i = 0; i < sheets.size(); ++i) {
@@ -174,7 +176,7 @@ std::string workbookRelations(std::size_t sheets)
     std::string list;
     for (std::size_t i = 1; i <= sheets; ++i) {
         const std::string number = std::to_string(i);
-        list += "<Relationship Id=\"rId" + number + type + "worksheet\" Target=\"worksheets/sheet" + number + ".xml\"/>";
+        list += joined({"<Relationship Id=\"rId", number, type, "worksheet\" Target=\"worksheets/sheet", number, ".xml\"/>"});
     }
     list += "<Relationship Id=\"rId" + std::to_string(sheets + 1) + type + "styles\" Target=\"styles.xml\"/>";
     list += "<Relationship Id=\"rId" + std::to_string(sheets + 2) + type + "sharedStrings\" Target=\"sharedStrings.xml\"/>";

@@ -219,7 +219,7 @@ void XlsxWriter::beginSheet()
     std::string widths;
     for (std::size_t i = 0; i < m_columns.size(); ++i) {
         const std::string at = std::to_string(i + 1);
-        widths += "<col min=\"" + at + "\" max=\"" + at + "\" width=\"";
+        widths += textscan::joined({"<col min=\"", at, "\" max=\"", at, "\" width=\""});
         numbers::appendFixed(m_columns[i].width, {0, 2, false, 0}, widths);
         widths += "\" customWidth=\"1\"/>";
     }
