@@ -9,9 +9,11 @@ packages=(
   g++ cmake ninja-build pkg-config ccache clang-format
   # linked libraries
   qt6-base-dev libqt6svg6-dev libgl1-mesa-dev libsqlite3-dev libtomlplusplus-dev libspdlog-dev libexpat1-dev libssl-dev
-  zlib1g-dev libdeflate-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev
+  zlib1g-dev libdeflate-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev libcurl4-openssl-dev libcups2-dev
   # fonts that the program ships
   fonts-dejavu-core fonts-droid-fallback
+  # tests: a mail server and a print server of the tests' own
+  openssl python3-aiosmtpd cups cups-client cups-filters
   # tests: a virtual display, readers that are not ours, locale definitions
   xvfb xauth xdotool locales python3 python3-openpyxl poppler-utils qpdf sqlite3
 )

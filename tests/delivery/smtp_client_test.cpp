@@ -1,0 +1,307 @@
+#include "core/Records.h"
+#include "reporting/delivery/SmtpClient.h"
+#include "support/MailServer.h"
+
+#include <QTcpServer>
+#include <QtTest>
+
+#include <atomic>
+#include <thread>
+
+using namespace qm;
+using namespace qm::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr char kTo[] = "a@example.org";
+
+} // namespace
+
+/// Against a real server, whose faults the recipients choose.
+class SmtpClientTest final : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<MailServer> m_server;
+    QTemporaryDir m_folder;
+    QElapsedTimer m_watch;
+
+    [[nodiscard]] SmtpServer at(const char *listener, bool user = false) const
+    {
+        SmtpServer server = smtpServerOf({QStringLiteral("localhost"), m_server->port(listener), 1500,
+                                          user ? QString::fromUtf8(MailServer::kUser) : QString(),
+                                          user ? QString::fromUtf8(MailServer::kPassword) : QString()});
+        server.implicitTls = qstrcmp(listener, "smtps") == 0;
+        server.pauseBeforeRepeat = 100ms;
+        return server;
+    }
+    [[nodiscard]] MailEnvelope to(const QByteArrayList &recipients, qsizetype size = 500)
+    {
+        QByteArray text = "From: <s@example.org>\r\nSubject: test\r\nMessage-ID: <m@x>\r\n\r\n.\r\n..dots\r\n";
+        while (text.size() < size)
+            text += "0123456789012345678901234567890123456789012345678901234567890\r\n";
+        MailEnvelope envelope{"s@example.org", {recipients.begin(), recipients.end()}, m_folder.filePath(QStringLiteral("m.eml"))};
+        QFile file(envelope.messageFile);
+        if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+            envelope.messageFile.clear();
+        return envelope;
+    }
+    MailOutcome send(const SmtpServer &server, const QByteArrayList &recipients, qsizetype size = 500)
+    {
+        m_watch.start();
+        return sendMail(server, to(recipients, size), {});
+    }
+    static QString states(const MailOutcome &outcome)
+    {
+        QStringList words;
+        for (const RecipientResult &result : outcome.recipients)
+            words << recipientStateWord(result.state);
+        return words.join(QStringLiteral(", "));
+    }
+    static QString words(const MailOutcome &outcome, std::size_t index = 0) { return outcome.recipients.at(index).words; }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_server = std::make_unique<MailServer>();
+        if (!m_server->problem().isEmpty())
+            QSKIP(qPrintable(m_server->problem()));
+    }
+
+    void mail_arrives_by_every_road_data()
+    {
+        QTest::addColumn<QByteArray>("listener");
+        QTest::addColumn<bool>("user");
+        QTest::addColumn<bool>("mustEncrypt");
+        QTest::addColumn<bool>("encrypted");
+        QTest::newRow("plain relay without a user") << QByteArray("plain") << false << false << false;
+        QTest::newRow("log-in in clear on this machine") << QByteArray("plain") << true << false << false;
+        QTest::newRow("STARTTLS where it is offered") << QByteArray("relay") << false << false << true;
+        QTest::newRow("STARTTLS and log-in") << QByteArray("starttls") << true << true << true;
+        QTest::newRow("TLS from the first byte") << QByteArray("smtps") << true << true << true;
+    }
+    void mail_arrives_by_every_road()
+    {
+        QFETCH(QByteArray, listener);
+        QFETCH(bool, user);
+        QFETCH(bool, mustEncrypt);
+        QFETCH(bool, encrypted);
+        SmtpServer server = at(listener.constData(), user);
+        server.mustEncrypt = mustEncrypt;
+        const int before = m_server->taken();
+        const MailOutcome outcome = send(server, {kTo, "b@example.org"});
+        QVERIFY2(outcome.isDelivered(), qPrintable(words(outcome)));
+        QCOMPARE(outcome.wasEncrypted, encrypted);
+        QVERIFY2(words(outcome).startsWith(QStringLiteral("250 2.0.0 Queued as")), qPrintable(words(outcome)));
+        QCOMPARE(m_server->taken(), before + 1);
+        const TakenMail mail = m_server->lastMail();
+        QCOMPARE(mail.envelope[QStringLiteral("tls")].toBool(), encrypted);
+        QCOMPARE(mail.envelope[QStringLiteral("auth")].toString(), user ? QString::fromUtf8(MailServer::kUser) : QString());
+        QCOMPARE(mail.envelope[QStringLiteral("to")].toArray(), (QJsonArray{QLatin1String(kTo), QStringLiteral("b@example.org")}));
+        QCOMPARE(mail.message[QStringLiteral("text")].toString().remove(u'\r').left(9), QStringLiteral(".\n..dots\n"));
+    }
+
+    void refusals_are_told_for_each_recipient_in_the_servers_words()
+    {
+        int before = m_server->taken();
+        MailOutcome outcome = send(at("plain"), {kTo, "550@example.org", "450@example.org", "jürgen@example.org"});
+        QCOMPARE(states(outcome), QStringLiteral("delivered, refused, deferred, delivered"));
+        QCOMPARE(words(outcome, 1), QStringLiteral("550 5.1.1 No such user here: <550@example.org>"));
+        QCOMPARE(words(outcome, 2), QStringLiteral("450 4.2.1 Mailbox busy: <450@example.org>"));
+        QCOMPARE(m_server->taken(), ++before);
+        QCOMPARE(m_server->lastMail().envelope[QStringLiteral("to")].toArray().size(), 2);
+
+        // All refused: nothing is sent.
+        outcome = send(at("plain"), {"550@example.org", "551@example.org"});
+        QCOMPARE(states(outcome), QStringLiteral("refused, refused"));
+        QVERIFY(!outcome.isDelivered());
+        // Refused as a whole, after its content.
+        outcome = send(at("plain"), {kTo, "552@example.org", "550@example.org"});
+        QCOMPARE(states(outcome), QStringLiteral("refused, refused, refused"));
+        QCOMPARE(words(outcome), QStringLiteral("552 5.2.2 Mailbox full"));
+        QCOMPARE(m_server->taken(), before);
+        // Refused for now, and taken when it is tried again: those that have it do not get it twice.
+        outcome = send(at("plain"), {kTo, "once450@example.org"});
+        QVERIFY2(outcome.isDelivered(), qPrintable(words(outcome, 1)));
+        QCOMPARE(m_server->taken(), before + 2);
+        QCOMPARE(m_server->lastMail().envelope[QStringLiteral("to")].toArray(), QJsonArray{QStringLiteral("once450@example.org")});
+    }
+
+    void more_recipients_than_a_server_takes_at_once_go_in_portions()
+    {
+        QByteArrayList many;
+        for (int i = 0; i < 205; ++i)
+            many << "r" + QByteArray::number(i) + "@example.org";
+        const int before = m_server->taken();
+        QVERIFY(send(at("plain"), many).isDelivered());
+        QCOMPARE(m_server->taken(), before + 3);
+    }
+
+    void a_message_over_the_servers_limit_is_not_begun()
+    {
+        const int before = m_server->taken();
+        QVERIFY(send(at("small"), {kTo}, 15'000).isDelivered());
+        const MailOutcome outcome = send(at("small"), {kTo}, 30'000);
+        QCOMPARE(states(outcome), QStringLiteral("not sent"));
+        QVERIFY2(words(outcome).contains(QStringLiteral("takes messages of at most 20 KB; this one has 30 KB")),
+                 qPrintable(words(outcome)));
+        QCOMPARE(m_server->taken(), before + 1);
+    }
+
+    void a_server_that_cannot_be_trusted_gets_nothing_data()
+    {
+        QTest::addColumn<QByteArray>("listener");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<bool>("known");
+        QTest::addColumn<QString>("said");
+        const QString right = QString::fromUtf8(MailServer::kPassword);
+        QTest::newRow("no STARTTLS with a password") << QByteArray("plain") << right << true << QStringLiteral("never travel unencrypted");
+        QTest::newRow("another name") << QByteArray("othername") << right << true
+                                      << QStringLiteral("no alternative certificate subject name");
+        QTest::newRow("unknown authority") << QByteArray("starttls") << right << false << QStringLiteral("unable to get local issuer");
+        QTest::newRow("unknown authority, TLS at once")
+            << QByteArray("smtps") << right << false << QStringLiteral("unable to get local issuer");
+        QTest::newRow("wrong password") << QByteArray("starttls") << QStringLiteral("wrong") << true
+                                        << QStringLiteral("refused the user name or password: 535 5.7.8");
+        QTest::newRow("answers no TLS") << QByteArray("mute") << QString() << true << QStringLiteral("did not answer");
+    }
+    void a_server_that_cannot_be_trusted_gets_nothing()
+    {
+        QFETCH(QByteArray, listener);
+        QFETCH(QString, password);
+        QFETCH(bool, known);
+        QFETCH(QString, said);
+        const QByteArray authorities = qgetenv("SSL_CERT_FILE");
+        if (!known)
+            qputenv("SSL_CERT_FILE", "/etc/ssl/certs/ca-certificates.crt");
+        SmtpServer server = at(listener.constData(), true);
+        server.mustEncrypt = true;
+        server.password = password;
+        server.implicitTls = server.implicitTls || password.isEmpty();
+        const int before = m_server->taken();
+        const MailOutcome outcome = send(server, {kTo});
+        qputenv("SSL_CERT_FILE", authorities);
+        QCOMPARE(states(outcome), QStringLiteral("not sent"));
+        QVERIFY2(words(outcome).contains(said), qPrintable(words(outcome)));
+        QVERIFY(!words(outcome).contains(QString::fromUtf8(MailServer::kPassword)));
+        QCOMPARE(m_server->taken(), before);
+    }
+
+    void silence_ends_at_the_time_out_and_slowness_does_not()
+    {
+        MailOutcome outcome = send(at("mute"), {kTo});
+        QVERIFY2(words(outcome).contains(QStringLiteral("did not answer: nothing came for 1.5 seconds")), qPrintable(words(outcome)));
+        QVERIFY2(m_watch.elapsed() >= 1500 && m_watch.elapsed() < 5000, qPrintable(QString::number(m_watch.elapsed())));
+        outcome = send(at("plain"), {"slow30@example.org"});
+        QVERIFY2(words(outcome).contains(QStringLiteral("stopped answering")), qPrintable(words(outcome)));
+        QVERIFY(m_watch.elapsed() < 5000);
+        // Three answers of a second each, under a time-out of one and a half.
+        outcome = send(at("plain"), {"slow1@a.example", "slow1@b.example", "slow1@c.example"});
+        QVERIFY2(outcome.isDelivered(), qPrintable(words(outcome)));
+        QVERIFY(m_watch.elapsed() >= 3000);
+        // What comes after the answer holds nobody up.
+        outcome = send(at("plain"), {"slowquit@example.org"});
+        QVERIFY(outcome.isDelivered());
+        QVERIFY2(m_watch.elapsed() < 6000, qPrintable(QString::number(m_watch.elapsed())));
+    }
+
+    void a_lost_connection_is_not_sent_or_unknown()
+    {
+        MailOutcome outcome = send(at("plain"), {kTo, "drop@example.org"});
+        QCOMPARE(states(outcome), QStringLiteral("not sent, not sent"));
+        QVERIFY2(words(outcome).contains(QStringLiteral("broke the connection off")), qPrintable(words(outcome)));
+        // The server has the message; whether it keeps it nobody knows. It must not go out a second time.
+        int before = m_server->taken();
+        outcome = send(at("plain"), {kTo, "dropend@example.org"});
+        QCOMPARE(states(outcome), QStringLiteral("unknown, unknown"));
+        QCOMPARE(m_server->taken(), ++before);
+        outcome = send(at("plain"), {"stall@example.org"});
+        QCOMPARE(states(outcome), QStringLiteral("unknown"));
+        QCOMPARE(m_server->taken(), before + 1);
+    }
+
+    void no_server_is_told_as_such()
+    {
+        QTcpServer closed;
+        QVERIFY(closed.listen(QHostAddress::LocalHost));
+        SmtpServer server = at("plain");
+        server.host = QStringLiteral("127.0.0.1");
+        server.port = closed.serverPort();
+        closed.close();
+        MailOutcome outcome = send(server, {kTo});
+        QVERIFY2(words(outcome).contains(QStringLiteral("cannot be reached")), qPrintable(words(outcome)));
+        server.host = QStringLiteral("no-such-host.invalid");
+        outcome = send(server, {kTo});
+        QVERIFY2(words(outcome).startsWith(QStringLiteral("There is no mail server no-such-host.invalid")), qPrintable(words(outcome)));
+        QCOMPARE(states(outcome), QStringLiteral("not sent"));
+    }
+
+    void sending_is_stopped_wherever_it_is()
+    {
+        for (const char *recipient : {"slow20@example.org", "stall@example.org"}) {
+            SmtpServer server = at("plain");
+            server.timeout = 30s;
+            std::atomic<bool> stop{false};
+            std::jthread later([&] {
+                std::this_thread::sleep_for(400ms);
+                stop = true;
+            });
+            m_watch.start();
+            const MailOutcome outcome = sendMail(server, to({recipient}), [&] { return stop.load(); });
+            QVERIFY2(m_watch.elapsed() < 4000, recipient);
+            QCOMPARE(words(outcome), QStringLiteral("Sending was stopped."));
+            QVERIFY(!outcome.isDelivered());
+        }
+    }
+
+    void settings_are_worked_out_data()
+    {
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<int>("port");
+        QTest::addColumn<int>("timeout");
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("expected"); // host port implicit must timeout, or a word of the problem
+        const auto row = [](const char *name, const char *host, int port, int timeout, const char *user, const char *expected) {
+            QTest::newRow(name) << QString::fromLatin1(host) << port << timeout << QString::fromLatin1(user)
+                                << QString::fromLatin1(expected);
+        };
+        row("relay", "mx.example.org", 0, 0, "", "mx.example.org 25 0 0 60000");
+        row("submission", "mx.example.org", 0, 500, "u", "mx.example.org 587 0 1 500");
+        row("465", "mx.example.org", 465, 1, "", "mx.example.org 465 1 1 1");
+        row("scheme", "smtps://mx.example.org", 0, 1, "u", "mx.example.org 465 1 1 1");
+        row("scheme and port", "SMTPS://mx.example.org", 2465, 1, "u", "mx.example.org 2465 1 1 1");
+        row("plain scheme", "smtp://mx.example.org", 25, 1, "u", "mx.example.org 25 0 1 1");
+        row("this machine", "127.0.0.1", 25, 1, "u", "127.0.0.1 25 0 0 1");
+        row("nearly this machine", "localhost.example.org", 25, 1, "u", "localhost.example.org 25 0 1 1");
+        row("nearly loopback", "127.example.org", 25, 1, "u", "127.example.org 25 0 1 1");
+        row("none", " ", 25, 1, "", "No mail server");
+        row("no name", "mail example", 25, 1, "", "is not the name");
+        row("name with a path", "mx/evil", 25, 1, "", "is not the name");
+        row("negative port", "mx", -1, 1, "", "port -1");
+        row("large port", "mx", 70000, 1, "", "port 70000");
+        row("negative time-out", "mx", 25, -5, "", "negative");
+    }
+    void settings_are_worked_out()
+    {
+        QFETCH(QString, host);
+        QFETCH(int, port);
+        QFETCH(int, timeout);
+        QFETCH(QString, user);
+        QFETCH(QString, expected);
+        const SmtpServer server = smtpServerOf({host, port, timeout, user, {}});
+        if (!server.problem.isEmpty())
+            QVERIFY2(server.problem.contains(expected), qPrintable(server.problem));
+        else
+            QCOMPARE(QStringLiteral("%1 %2 %3 %4 %5")
+                         .arg(server.host)
+                         .arg(server.port)
+                         .arg(server.implicitTls ? 1 : 0)
+                         .arg(server.mustEncrypt ? 1 : 0)
+                         .arg(server.timeout.count()),
+                     expected);
+    }
+};
+
+QTEST_GUILESS_MAIN(SmtpClientTest)
+#include "smtp_client_test.moc"
