@@ -308,7 +308,7 @@ private Q_SLOTS:
 
     void completionKnowsTheSchema()
     {
-        const SqlSchema schema = readSchema(describeSource({}, f->database), nullptr);
+        const SqlSchema schema = readSchema(describeSource({}, f->database, {}), nullptr);
         QCOMPARE(schema.size(), std::size_t{2});
         QCOMPARE(schema[0].name, QStringLiteral("events"));
         QCOMPARE(schema[0].columns[2].name, QStringLiteral("computer"));

@@ -2,6 +2,8 @@
 
 #include "core/RuntimeError.h"
 
+#include <algorithm>
+
 namespace qm {
 
 void CancelFlag::cancel()
@@ -46,6 +48,14 @@ void RunLimits::check() const
                            "or raise the query's time-out.")
                 .arg(m_timeout.count()),
             QString::fromLatin1(kFrameworkSource));
+}
+
+std::optional<std::chrono::milliseconds> RunLimits::left() const noexcept
+{
+    if (m_timeout.count() <= 0)
+        return std::nullopt;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_deadline - std::chrono::steady_clock::now());
+    return std::max(left, std::chrono::milliseconds(0));
 }
 
 void RunLimits::onCancel(std::function<void()> hasten) const

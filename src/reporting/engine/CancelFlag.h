@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace qm {
 
@@ -41,6 +42,8 @@ public:
     void check() const;
     [[nodiscard]] bool isCancelled() const noexcept { return m_cancel && m_cancel->isCancelled(); }
     void onCancel(std::function<void()> hasten) const;
+    /// Time left until the time-out, never negative; nothing when there is none.
+    [[nodiscard]] std::optional<std::chrono::milliseconds> left() const noexcept;
 
 private:
     std::shared_ptr<CancelFlag> m_cancel;

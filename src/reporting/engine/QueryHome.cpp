@@ -24,6 +24,7 @@ QString withSeparator(const QString &folder)
 QueryHome findQueryHome(const QString &queryFile, const QString &installPath)
 {
     QueryHome home;
+    home.installPath = installPath;
     const QFileInfo group(QFileInfo(queryFile).absolutePath());
     const QFileInfo groups(group.path());
     if (groups.fileName().compare(QLatin1String(kGroupsFolder), Qt::CaseInsensitive) != 0)

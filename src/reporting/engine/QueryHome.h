@@ -16,6 +16,8 @@ struct QueryHome
     QString packageFolder; ///< absolute, with trailing separator
     QString database;      ///< absolute path of the embedded event database
     QString group;         ///< name of the report group
+    QString
+        installPath; ///< the installation, with trailing separator; where it was looked for, even if the file lies in none of its packages
 };
 
 /// Finds the package of \p queryFile: the folder above "Query Groups" in the installation \p installPath (with trailing separator; may be

@@ -80,7 +80,6 @@ void ReportRun::prepare()
 {
     m_query = readQueryFile(m_queryFile);
     m_limits = RunLimits(m_options.cancel, timeoutOf(*m_query, m_options));
-    m_sql = m_query->sqlFor.value(QStringLiteral("sqlite"), m_query->sql);
     m_facts.description = m_entry.description = m_query->Description;
     m_facts.queryFile = files::lastPart(m_queryFile);
     m_facts.madeLocal = wallText(m_services.clock.wallNow());
@@ -104,7 +103,8 @@ void ReportRun::chooseSource()
                                   "report group below "
                                   "a package's \"Query Groups\" folder, or name a database for this run (--database FILE).")
                        .arg(m_queryFile));
-    m_source = describeSource(m_options.database ? QString() : m_query->dataSource, m_database);
+    m_source = describeSource(m_options.database ? QString() : m_query->dataSource, m_database, home.installPath);
+    m_sql = sqlFor(*m_query, m_source.dialect);
     m_facts.source = m_source.shown;
 }
 

@@ -185,7 +185,7 @@ std::vector<BoundParameter> bindParameters(const Query &query, const QStringList
         const auto value = givenValue(given, name);
         if (!parameter && !value && period && (from || sameName(name, QLatin1String(kDateTo)))) {
             const QString &end = from ? period->fromUtc : period->toUtc;
-            bound.push_back({name, end.toUtf8(), end, name, true});
+            bound.push_back({name, end.toUtf8(), end, name, true, ParameterType::Text});
             continue;
         }
         QueryParameter plain;
@@ -198,7 +198,8 @@ std::vector<BoundParameter> bindParameters(const Query &query, const QStringList
             continue;
         }
         const QString text = value.value_or(asked.defaultValue);
-        bound.push_back({name, readParameterValue(asked, text, today), text, asked.label.isEmpty() ? name : asked.label, false});
+        bound.push_back(
+            {name, readParameterValue(asked, text, today), text, asked.label.isEmpty() ? name : asked.label, false, asked.type});
     }
     if (!missing.isEmpty())
         raiseMissing(query, missing);

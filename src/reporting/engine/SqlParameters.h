@@ -25,6 +25,7 @@ struct BoundParameter
     QString shown;         ///< the value as the operator gave it
     QString label;         ///< for the reader of the report; the name when the query file gives none
     bool ofPeriod = false; ///< :date_from or :date_to
+    ParameterType type = ParameterType::Text;
 };
 
 inline constexpr char kDateFrom[] = "date_from", kDateTo[] = "date_to";

@@ -27,19 +27,9 @@ std::optional<QString> shown(const Value &value, const CellFormatter &format)
 
 } // namespace
 
-QString sqlFor(const Query &query, SqlDialect dialect)
-{
-    static const QMap<SqlDialect, QString> names{{SqlDialect::Oracle, QStringLiteral("oracle")},
-                                                 {SqlDialect::MsSql, QStringLiteral("mssql")},
-                                                 {SqlDialect::PostgreSql, QStringLiteral("postgresql")},
-                                                 {SqlDialect::Sqlite, QStringLiteral("sqlite")}};
-    const QString variant = query.sqlFor.value(names.value(dialect));
-    return variant.isEmpty() ? query.sql : variant;
-}
-
 void checkSql(const ProbeRequest &request, std::shared_ptr<CancelFlag> cancel)
 {
-    const auto source = describeSource(request.query.dataSource, request.database);
+    const auto source = describeSource(request.query.dataSource, request.database, request.installPath);
     const QString sql = sqlFor(request.query, source.dialect);
     std::vector<BoundParameter> parameters;
     for (const QString &name : parameterNames(sql, source.dialect)) {
@@ -49,14 +39,14 @@ void checkSql(const ProbeRequest &request, std::shared_ptr<CancelFlag> cancel)
         parameters.push_back(parameter);
     }
     const RunLimits limits(std::move(cancel), std::chrono::seconds(30));
-    static_cast<void>(openRowSource(source, sql, parameters, limits));
+    checkRowSource(source, sql, parameters, limits);
 }
 
 ProbeRows readFirstRows(const ProbeRequest &request, std::size_t limit, std::shared_ptr<CancelFlag> cancel)
 {
     QElapsedTimer timer;
     timer.start();
-    const auto source = describeSource(request.query.dataSource, request.database);
+    const auto source = describeSource(request.query.dataSource, request.database, request.installPath);
     const QString sql = sqlFor(request.query, source.dialect);
     const auto parameters =
         bindParameters(request.query, parameterNames(sql, source.dialect), request.values, request.period, request.today);

@@ -23,6 +23,7 @@ struct ProbeRequest
 {
     Query query;
     QString database;              ///< the package's embedded database
+    QString installPath;           ///< where data sources are saved
     QMap<QString, QString> values; ///< given parameter values, by name
     std::optional<PeriodRange> period;
     QDate today;
@@ -36,8 +37,6 @@ struct ProbeRows
     double seconds = 0;
 };
 
-/// The SQL that runs on \p source: the variant for its dialect, or the general one.
-[[nodiscard]] QString sqlFor(const Query &query, SqlDialect dialect);
 /// Prepares the SQL without running it; parameters need no values. \throws RuntimeError with the database's words.
 void checkSql(const ProbeRequest &request, std::shared_ptr<CancelFlag> cancel);
 /// The first \p limit rows. \throws RuntimeError as a run does; cancelledByOperator.

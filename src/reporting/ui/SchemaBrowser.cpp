@@ -55,14 +55,16 @@ void SchemaBrowser::activate(const QModelIndex &index)
     Q_EMIT chosen(quotedName(index.siblingAtColumn(0).data(Qt::UserRole).toString()));
 }
 
-void SchemaBrowser::load(const QString &dataSource, const QString &database)
+void SchemaBrowser::load(const QString &dataSource, const QString &database, const QString &installPath)
 {
     m_task.reset();
     m_schema = std::make_shared<SqlSchema>();
     const auto cancel = std::make_shared<CancelFlag>();
-    m_task = std::make_unique<BackgroundTask>([dataSource, database, schema = m_schema, cancel](
-                                                  CancelFlag &) { *schema = readSchema(describeSource(dataSource, database), cancel); },
-                                              cancel);
+    m_task = std::make_unique<BackgroundTask>(
+        [dataSource, database, installPath, schema = m_schema, cancel](CancelFlag &) {
+            *schema = readSchema(describeSource(dataSource, database, installPath), cancel);
+        },
+        cancel);
     connect(m_task.get(), &BackgroundTask::finished, this, &SchemaBrowser::ended);
     m_note->setText(tr("Reading tables…"));
     m_note->show();

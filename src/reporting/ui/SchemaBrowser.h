@@ -23,7 +23,7 @@ public:
     explicit SchemaBrowser(QWidget *parent = nullptr);
     ~SchemaBrowser() override;
 
-    void load(const QString &dataSource, const QString &database);
+    void load(const QString &dataSource, const QString &database, const QString &installPath);
 
 Q_SIGNALS:
     void loaded(const qm::SqlSchema &schema);

@@ -76,7 +76,7 @@ QString frmQueryEditor::dataSource() const
 SqlDialect frmQueryEditor::dialect() const
 {
     try {
-        return describeSource(dataSource(), m_edited.home().database).dialect;
+        return describeSource(dataSource(), m_edited.home().database, m_edited.home().installPath).dialect;
     } catch (const RuntimeError &) {
         return SqlDialect::Standard;
     }
@@ -155,6 +155,7 @@ ProbeRequest frmQueryEditor::probeRequest() const
     request.query.parameters = m_parameters->model().parameters();
     request.query.period = {m_usePeriod->isChecked(), m_period->phrase()};
     request.database = m_edited.home().database;
+    request.installPath = m_edited.home().installPath;
     request.today = m_services.clock.wallNow().date;
     return request;
 }

@@ -87,7 +87,8 @@ frmQueryEditor::frmQueryEditor(ReportingUiServices &services, const QString &tar
     m_schemaSoon = new QTimer(this);
     m_schemaSoon->setSingleShot(true);
     m_schemaSoon->setInterval(kCheckAfterMs);
-    connect(m_schemaSoon, &QTimer::timeout, this, [this] { m_sql->schema().load(dataSource(), m_edited.home().database); });
+    connect(m_schemaSoon, &QTimer::timeout, this,
+            [this] { m_sql->schema().load(dataSource(), m_edited.home().database, m_edited.home().installPath); });
     connectChanges();
     resize(uiSettings()->value(QStringLiteral("editor/size"), QSize(1060, 780)).toSize());
     showSaved();

@@ -1,0 +1,69 @@
+#include "odbc/Wide.h"
+
+namespace qm::odbc {
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool isHigh(char32_t unit)
+{
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+bool isLow(char32_t unit)
+{
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
+char *put(char *out, char32_t c)
+{
+    const auto byte = [&out](char32_t bits) { *out++ = static_cast<char>(bits); };
+    if (c < 0x800) {
+        byte(0xC0 | (c >> 6));
+    } else {
+        if (c < 0x10000) {
+            byte(0xE0 | (c >> 12));
+        } else {
+            byte(0xF0 | (c >> 18));
+            byte(0x80 | ((c >> 12) & 0x3F));
+        }
+        byte(0x80 | ((c >> 6) & 0x3F));
+    }
+    byte(0x80 | (c & 0x3F));
+    return out;
+}
+
+} // namespace
+
+WideText::WideText(const QString &text) : m_units(static_cast<std::size_t>(text.size()) + 1)
+{
+    for (qsizetype i = 0; i < text.size(); ++i)
+        m_units[static_cast<std::size_t>(i)] = static_cast<SQLWCHAR>(text[i].unicode());
+}
+
+QString fromWide(const SQLWCHAR *text, qsizetype units)
+{
+    QString copy(units, Qt::Uninitialized);
+    for (qsizetype i = 0; i < units; ++i)
+        copy[i] = QChar(static_cast<char16_t>(text[i]));
+    return copy;
+}
+
+char *writeUtf8(const SQLWCHAR *text, std::size_t units, char *out)
+{
+    for (std::size_t i = 0; i < units; ++i) {
+        char32_t c = static_cast<char16_t>(text[i]);
+        if (c < 0x80) {
+            *out++ = static_cast<char>(c);
+            continue;
+        }
+        if (isHigh(c) && i + 1 < units && isLow(static_cast<char16_t>(text[i + 1])))
+            c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char16_t>(text[++i]) - 0xDC00U);
+        else if (isHigh(c) || isLow(c))
+            c = kReplacement;
+        out = put(out, c);
+    }
+    return out;
+}
+
+} // namespace qm::odbc

@@ -1,0 +1,132 @@
+#include "reporting/engine/OdbcRowSource.h"
+
+#include "reporting/engine/Failure.h"
+
+#include <algorithm>
+
+namespace qm {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::seconds kConnectDeadline = 15s;
+constexpr auto kLook = 100ms;
+/// How long a stopped reader may take to let go of the database before it is left behind.
+constexpr auto kLeaveGrace = 3s;
+
+} // namespace
+
+OdbcRowSource::OdbcRowSource(const SourceDescription &source, const QString &sql, const std::vector<BoundParameter> &parameters,
+                             const RunLimits &limits)
+    : OdbcRowSource(requestFor(source, sql, parameters, limits), limits)
+{
+    m_columns = m_reader->columns();
+}
+
+OdbcRowSource::OdbcRowSource(OdbcRequest request, const RunLimits &limits) : m_shown(request.shown), m_limits(limits)
+{
+    m_limits.check();
+    m_reader = std::make_shared<OdbcReader>(std::move(request));
+    m_limits.onCancel([reader = m_reader] { reader->wake(); });
+    m_reader->start();
+    try {
+        waitFor(OdbcReader::Phase::Reading);
+    } catch (...) {
+        leave();
+        throw;
+    }
+}
+
+OdbcRowSource::~OdbcRowSource()
+{
+    leave();
+}
+
+OdbcRequest OdbcRowSource::requestFor(const SourceDescription &source, const QString &sql, const std::vector<BoundParameter> &parameters,
+                                      const RunLimits &limits)
+{
+    requireOneReadingStatement(sql, source.dialect);
+    OdbcRequest request;
+    request.endpoint = *source.endpoint;
+    request.shown = source.shown;
+    request.sql = withPositionalMarks(sql, source.dialect, parameters);
+    request.connectPatience = kConnectDeadline;
+    if (const auto left = limits.left())
+        request.timeout = std::max(std::chrono::duration_cast<std::chrono::seconds>(*left), 1s);
+    return request;
+}
+
+void OdbcRowSource::check(const SourceDescription &source, const QString &sql, const std::vector<BoundParameter> &parameters,
+                          const RunLimits &limits)
+{
+    OdbcRequest request = requestFor(source, sql, parameters, limits);
+    request.prepareOnly = true;
+    const OdbcRowSource prepared(std::move(request), limits);
+}
+
+void OdbcRowSource::waitFor(OdbcReader::Phase phase)
+{
+    const auto deadline = std::chrono::steady_clock::now() + kConnectDeadline;
+    while (m_reader->phase() < phase) {
+        checkLimits();
+        if (m_reader->phase() == OdbcReader::Phase::Connecting && std::chrono::steady_clock::now() >= deadline)
+            failReport(QStringLiteral("The data source %1 cannot be reached. %2")
+                           .arg(m_shown, odbc::explain(odbc::connectTimedOut(kConnectDeadline), {})
+                                             .replace(QStringLiteral("\r\n\r\n"), QStringLiteral(" "))));
+        m_reader->wait(kLook);
+    }
+    if (m_reader->phase() == OdbcReader::Phase::Ended) {
+        checkLimits();
+        if (const auto failure = m_reader->failure())
+            throw *failure;
+    }
+}
+
+void OdbcRowSource::checkLimits()
+{
+    if (!m_limits.reached())
+        return;
+    leave();
+    m_limits.check();
+}
+
+void OdbcRowSource::leave() noexcept
+{
+    m_limits.onCancel({});
+    m_reader->stop();
+    const auto until = std::chrono::steady_clock::now() + kLeaveGrace;
+    while (m_reader->phase() != OdbcReader::Phase::Ended && std::chrono::steady_clock::now() < until) {
+        while (m_reader->takeBlock()) {
+        }
+        m_reader->wait(kLook);
+    }
+}
+
+bool OdbcRowSource::next(std::span<Value> row)
+{
+    if (m_limits.isCancelled())
+        checkLimits();
+    while (!m_block || m_next == m_block->rows()) {
+        if (m_block)
+            m_reader->giveBack(std::move(m_block));
+        m_next = 0;
+        checkLimits();
+        // The phase is asked first: what the reader published before its end is there then.
+        const bool ended = m_reader->phase() == OdbcReader::Phase::Ended;
+        m_block = m_reader->takeBlock();
+        if (m_block)
+            continue;
+        if (ended) {
+            if (const auto failure = m_reader->failure())
+                throw *failure;
+            return false;
+        }
+        m_reader->wait(kLook);
+    }
+    const auto cells = m_block->row(m_next++);
+    std::copy(cells.begin(), cells.end(), row.begin());
+    return true;
+}
+
+} // namespace qm

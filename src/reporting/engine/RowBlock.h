@@ -1,0 +1,42 @@
+/// \file
+/// A handful of result rows on their way from the thread that fetches them to the thread that writes them.
+#pragma once
+
+#include "reporting/writers/Value.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace qm {
+
+/// Rows with the bytes of their texts. Refilled again and again: it keeps a first piece of memory.
+class RowBlock final
+{
+public:
+    static constexpr std::size_t kRows = 256;
+    static constexpr std::size_t kBytes = std::size_t{1} << 18;
+
+    explicit RowBlock(std::size_t columns) : m_columns(columns) {}
+
+    [[nodiscard]] std::size_t rows() const { return m_columns == 0 ? 0 : m_cells.size() / m_columns; }
+    [[nodiscard]] std::span<const Value> row(std::size_t index) const { return {m_cells.data() + index * m_columns, m_columns}; }
+    [[nodiscard]] bool isFull() const { return rows() >= kRows || m_used >= kBytes; }
+
+    void add(const Value &value) { m_cells.push_back(value); }
+    /// Room for \p bytes bytes; they are kept by take().
+    [[nodiscard]] char *room(std::size_t bytes);
+    /// Keeps the room up to \p end. \returns what it holds.
+    std::string_view take(char *end);
+    void clear();
+
+private:
+    std::size_t m_columns;
+    std::vector<Value> m_cells;
+    std::vector<std::unique_ptr<char[]>> m_pieces;
+    char *m_free = nullptr;
+    std::size_t m_left = 0, m_used = 0;
+    bool m_firstIsLarge = false;
+};
+
+} // namespace qm
