@@ -3,6 +3,7 @@
 #include "app/RunJournal.h"
 #include "core/Clock.h"
 #include "core/ErrorReporter.h"
+#include "datasources/AdoConnectionTester.h"
 #include "framework/ComponentRegistry.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
@@ -118,6 +119,7 @@ private:
                 .isProducingRows = [this] { return m_desk.isProducingRows(); },
                 .closeViewers = [this] { m_desk.closeViewers(); },
                 .endProgram = [] { QCoreApplication::quit(); },
+                .connectionTester = &m_connectionTester,
                 .stateFile = windowStateFile()};
     }
 
@@ -131,6 +133,7 @@ private:
     ReportEngine m_engine;
     ReportDesk m_desk;
     HelpFile m_help;
+    AdoConnectionTester m_connectionTester;
     RunJournal m_journal;
     TomlJobConfigReader m_jobReader;
     TomlQueryAccess m_queries;

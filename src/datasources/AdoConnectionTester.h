@@ -1,0 +1,29 @@
+/// \file
+/// The connection test behind the data source editor.
+#pragma once
+
+#include "datasources/ConnectionTester.h"
+
+#include <chrono>
+
+namespace qm {
+
+/// Carries an OLE DB connection string out through ODBC: read by ADO's rules, its provider answered by the best driver that is installed.
+///
+/// A test ends within its deadline even when name service, driver or server are silent; the thread that still waits for them is left
+/// behind and frees what it holds by itself.
+class AdoConnectionTester final : public ConnectionTester
+{
+public:
+    static constexpr std::chrono::milliseconds kDeadline = std::chrono::seconds(15);
+
+    explicit AdoConnectionTester(std::chrono::milliseconds deadline = kDeadline) : m_deadline(deadline) {}
+    /// \throws RuntimeError reportFailed: the step that failed (driver, server name, network, log-in, database) with the server's own words
+    /// and number, what to do, and what else was said.
+    void testConnection(const QString &connectionString) override;
+
+private:
+    std::chrono::milliseconds m_deadline;
+};
+
+} // namespace qm
