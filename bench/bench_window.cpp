@@ -7,8 +7,8 @@
 #include "framework/ComponentRegistry.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
+#include "help/HelpFile.h"
 #include "platform/SystemDueTimer.h"
-#include "shell/HelpFile.h"
 #include "shell/WidgetPrompts.h"
 #include "shell/frmMain.h"
 

@@ -9,15 +9,17 @@ packages=(
   g++ cmake ninja-build pkg-config ccache clang-format
   # linked libraries
   qt6-base-dev libqt6svg6-dev libgl1-mesa-dev libsqlite3-dev unixodbc-dev libtomlplusplus-dev libspdlog-dev libexpat1-dev libssl-dev
-  zlib1g-dev libdeflate-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev libcurl4-openssl-dev libcups2-dev
+  zlib1g-dev libdeflate-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev libcurl4-openssl-dev libcups2-dev libmspack-dev
   # fonts that the program ships
   fonts-dejavu-core fonts-droid-fallback
+  # the help file's compiler, and what runs it
+  fp-utils-3.2.2 python3
   # tests: a mail server and a print server of the tests' own
   openssl python3-aiosmtpd cups cups-client cups-filters
   # tests: database servers of the tests' own and the drivers that reach them
   unixodbc tdsodbc postgresql-15 odbc-postgresql libsqliteodbc
   # tests: a virtual display, readers that are not ours, locale definitions
-  xvfb xauth xdotool locales python3 python3-openpyxl poppler-utils qpdf sqlite3
+  xvfb xauth xdotool locales python3-openpyxl poppler-utils qpdf sqlite3 p7zip-full
 )
 if [ "${1:-}" = "--bench" ]; then
   packages+=(libxlsxwriter-dev libhpdf-dev time)

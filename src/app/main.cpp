@@ -7,6 +7,7 @@
 #include "framework/ComponentRegistry.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
+#include "help/HelpFile.h"
 #include "platform/ApplicationLog.h"
 #include "platform/InstanceLock.h"
 #include "platform/Registry.h"
@@ -14,7 +15,6 @@
 #include "reporting/engine/TemporaryFolder.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ReportDesk.h"
-#include "shell/HelpFile.h"
 #include "shell/Icons.h"
 #include "shell/WidgetPrompts.h"
 #include "shell/frmMain.h"
@@ -38,9 +38,9 @@ QString fontFolder()
     return QDir(beside).exists() ? beside : program + QStringLiteral("/../share/quillmark/fonts");
 }
 
-QString windowStateFile()
+QString userStateFile(const QString &name)
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tarrowind/window.ini");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tarrowind/") + name;
 }
 
 /// All objects of one run of the program, in the order they need one another.
@@ -63,6 +63,7 @@ public:
                                             [this] { return m_globals.gdicDataSources.Keys(); },
                                             [this] { return m_window && m_window->isVisible() ? m_window.get() : nullptr; }}
     {
+        m_help.setStateFile(userStateFile(QStringLiteral("help.ini")));
         m_registry.registerReportInterface(QString::fromLatin1(kReportInterfaceFamily),
                                            [this](const QString &) { return makePackageReportInterface(m_reporting); });
         QObject::connect(&m_desk, &ReportDesk::runEnded, &m_desk, [this] {
@@ -120,7 +121,7 @@ private:
                 .closeViewers = [this] { m_desk.closeViewers(); },
                 .endProgram = [] { QCoreApplication::quit(); },
                 .connectionTester = &m_connectionTester,
-                .stateFile = windowStateFile()};
+                .stateFile = userStateFile(QStringLiteral("window.ini"))};
     }
 
     ApplicationLog m_log;

@@ -7,12 +7,13 @@
 #include "datasources/frmDataSource.h"
 #include "email/frmEmailSettings.h"
 #include "framework/Readers.h"
+#include "help/HelpFile.h"
+#include "help/HelpKey.h"
 #include "platform/DueTimer.h"
 #include "platform/Files.h"
 #include "scheduler/ScheduleTableView.h"
 #include "shell/CaptionPanel.h"
 #include "shell/CatalogueCommands.h"
-#include "shell/HelpFile.h"
 #include "shell/Icons.h"
 #include "shell/frmAbout.h"
 
@@ -37,7 +38,6 @@ constexpr Procedure kRestoreFromTray{"RestoreFromTray", kUnanticipated, kModule}
 constexpr Procedure kTrayDoubleClick{"TrayIcon_LeftDoubleClick", kUnanticipated, kModule};
 constexpr Procedure kHelpContents{"HelpContentsClicked", "Error occured while trying to display Help.", kModule};
 
-constexpr int kHelpContext = 26;
 constexpr QSize kFirstSize(1180, 760);
 constexpr int kTreeWidth = 300;
 constexpr int kButtonIcon = 22;
@@ -87,6 +87,7 @@ frmMain::frmMain(MainWindowServices services)
     m_active.watch(m_catalogue->tvTreeView(), ActiveControl::View::TreeView);
     m_active.watch(m_catalogue->lvListView(), ActiveControl::View::ListView);
     m_active.watch(m_schedule->dtblScheduleTable(), ActiveControl::View::Datatbl);
+    new HelpKey(m_services.help, m_services.errors, this);
     connect(&m_active, &ActiveControl::changed, this, &frmMain::activeControlChanged);
     m_state.restore(parts());
     m_catalogue->tvTreeView().setFocus();
@@ -270,6 +271,7 @@ void frmMain::closeEvent(QCloseEvent *event)
     m_tray->removeIcon();
     if (m_about)
         m_about->close();
+    m_services.help.closeWindow();
     m_services.closeViewers();
     event->accept();
     m_services.endProgram();
@@ -310,7 +312,7 @@ void frmMain::RestoreFromTray()
 
 void frmMain::HelpContentsClicked()
 {
-    trap(m_services.errors, kHelpContents, [&] { m_services.help.showContext(kHelpContext); });
+    trap(m_services.errors, kHelpContents, [&] { m_services.help.showContext(helpcontext::mainWindow); });
 }
 
 void frmMain::popUpRightClickMenu(const QPoint &globalPosition)

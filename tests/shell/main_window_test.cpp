@@ -257,17 +257,6 @@ private Q_SLOTS:
         harness.window->commands().menu(QStringLiteral("ID_RightClick"))->close();
     }
 
-    void a_missing_help_file_gives_the_help_box()
-    {
-        Office office;
-        office.start();
-        office.tool("ID_HelpButton").trigger();
-        QCOMPARE(office.prompts.shown.size(), std::size_t{1});
-        QVERIFY(
-            office.prompts.shown[0].text.startsWith(QStringLiteral("Error occured while trying to display Help.\r\n\r\nFunction Name:  "
-                                                                   "HelpContentsClicked\r\nSource:  frmMain.frm\r\nError No:  53\r\n")));
-    }
-
     void tips_are_the_listed_ones_and_no_others()
     {
         Office office;

@@ -50,6 +50,7 @@ None of them happened. Every row says "sample data" in its column data_source.
   Config/                               scheduled reports, e-mail settings, data sources
   Reports/                              reports that go to a file
   Logs/                                 the application log and the record of all runs
+  Report Generator.chm                  the help
 
 To report on your own logs, import them into a new database and put that in the place of EventLog.db:
 
@@ -95,6 +96,8 @@ void TrialInstallation::plan()
 {
     m_folders = {QStringLiteral("Config"), QStringLiteral("Logs"), QStringLiteral("Reports"), QStringLiteral("Packages")};
     m_files = {{QStringLiteral("Packages.ini"), {}}, {QStringLiteral("README.txt"), {}}};
+    if (!m_options.help.isEmpty())
+        m_files.append({QFileInfo(m_options.help).fileName(), m_options.help});
     for (const TrialPackage &package : kPackages) {
         const QString folder = packageFolder(package);
         m_folders << folder;

@@ -16,6 +16,7 @@ struct TrialOptions
 {
     QString to;                 ///< the installation folder to make
     QString samples;            ///< folder that holds "packages/<package name>/..."
+    QString help;               ///< the help file to copy; empty: none
     std::int64_t rows = 20'000; ///< events in each package's database
     EventTime end = 0;          ///< no event is later
     std::uint64_t seed = 1;

@@ -38,6 +38,18 @@ QString shippedSamples()
     return QDir::cleanPath(program + QStringLiteral("/../share/quillmark/samples"));
 }
 
+/// The help file that came with the program; empty when it has none.
+QString shippedHelp()
+{
+    const QString program = QCoreApplication::applicationDirPath();
+    for (const char *place : {"", "/../share/quillmark"}) {
+        const QString file = program + QString::fromLatin1(place) + QStringLiteral("/Report Generator.chm");
+        if (QFileInfo(file).isFile())
+            return file;
+    }
+    return {};
+}
+
 /// When the events end: with the whole of a given day, else with the hour that has passed.
 std::optional<qm::EventTime> endOfEvents(const QString &day)
 {
@@ -59,6 +71,7 @@ QString readCommandLine(const QCommandLineParser &parser, qm::TrialOptions &opti
     if (options.to.isEmpty())
         return QStringLiteral("--to is missing: the folder to make the installation in");
     options.samples = parser.isSet(QStringLiteral("samples")) ? parser.value(QStringLiteral("samples")) : shippedSamples();
+    options.help = shippedHelp();
     bool isNumber = false;
     constexpr qint64 kMostRows = 1'000'000'000;
     options.rows = parser.value(QStringLiteral("rows")).toLongLong(&isNumber);
