@@ -132,8 +132,8 @@ void frmHelp::addZoomTools(QToolBar &tools)
         addAction(action);
     };
     addKeys({Qt::CTRL | Qt::Key_0}, [this] { setZoom(0); });
-    addKeys({Qt::Key_F3, QKeySequence::FindNext}, [this] { findInPage(false); });
-    addKeys({Qt::SHIFT | Qt::Key_F3, QKeySequence::FindPrevious}, [this] { findInPage(true); });
+    addKeys({Qt::Key_F3, Qt::CTRL | Qt::Key_G}, [this] { findInPage(false); });
+    addKeys({Qt::SHIFT | Qt::Key_F3, Qt::CTRL | Qt::SHIFT | Qt::Key_G}, [this] { findInPage(true); });
     addKeys({QKeySequence::Close}, [this] { close(); });
 }
 
