@@ -35,11 +35,15 @@ int portIn(const QByteArray &datagram)
 InstanceAnswer askForInstance(const QString &host, const QString &instance, std::chrono::milliseconds patience)
 {
     const QString insteadOfAsking = QStringLiteral("Ask for the instance's port and write \"%1,Port\" as the server.").arg(host);
-    const QHostInfo info = QHostInfo::fromName(host);
-    if (info.addresses().isEmpty())
-        return failed(Stage::Name, QStringLiteral("the server's name \"%1\" cannot be resolved: %2").arg(host, info.errorString()));
+    QHostAddress address(host); // the name service would look an address up backwards
+    if (address.isNull()) {
+        const QHostInfo info = QHostInfo::fromName(host);
+        if (info.addresses().isEmpty())
+            return failed(Stage::Name, QStringLiteral("the server's name \"%1\" cannot be resolved: %2").arg(host, info.errorString()));
+        address = info.addresses().first();
+    }
     QUdpSocket socket;
-    socket.connectToHost(info.addresses().first(), kBrowserPort);
+    socket.connectToHost(address, kBrowserPort);
     if (!socket.waitForConnected(static_cast<int>(patience.count())))
         return failed(Stage::Network, QStringLiteral("%1 cannot be reached: %2").arg(host, socket.errorString()));
     socket.write(QByteArray(1, kAskForInstance) + instance.toLocal8Bit() + '\0');

@@ -26,7 +26,7 @@ constexpr auto kBlockPatience = 100ms;
 /// The driver's own time-out is only to end what our cancelling did not.
 constexpr auto kDriverGrace = 2s;
 constexpr auto kCancelPause = 100ms;
-constexpr int kCancelTries = 50;
+constexpr int kCancelTries = 50, kTriesBeforeOutside = 2;
 
 /// Makes the statement known to the cancelling thread while it lives.
 class Cancellable final
@@ -59,6 +59,19 @@ void runCommand(odbc::Connection &connection, const QString &sql)
     if (!SQL_SUCCEEDED(SQLExecDirectW(statement.get(), text.data(), text.length())))
         failReport(QStringLiteral("The database refuses to prepare for reading (%1): %2.")
                        .arg(sql, odbc::shown(odbc::mostTelling(odbc::diagnosticsOf(SQL_HANDLE_STMT, statement.get())))));
+}
+
+/// The first value of what \p sql gives; 0 when it gives none.
+int numberFrom(odbc::Connection &connection, const QString &sql)
+{
+    odbc::StatementHandle statement;
+    odbc::WideText text(sql);
+    SQLINTEGER number = 0;
+    SQLLEN indicator = 0;
+    if (statement.allocate(connection.get()) && SQL_SUCCEEDED(SQLExecDirectW(statement.get(), text.data(), text.length())) &&
+        SQL_SUCCEEDED(SQLFetch(statement.get())))
+        SQLGetData(statement.get(), 1, SQL_C_SLONG, &number, sizeof number, &indicator);
+    return number;
 }
 
 /// Line and column of the name that the server's \p words quote, where the SQL holds it just once or more; empty when it does not.
@@ -144,6 +157,11 @@ void OdbcReader::prepareSession(odbc::Connection &connection)
     if (connection.family() == Family::PostgreSql) {
         // Reports show UTC, and the driver gives times with a zone in the session's.
         runCommand(connection, QStringLiteral("SET TIME ZONE 'UTC'"));
+        const int backend = numberFrom(connection, QStringLiteral("SELECT pg_backend_pid()"));
+        {
+            const std::lock_guard lock(m_cancelMutex);
+            m_backend = backend;
+        }
         runCommand(connection, QStringLiteral("SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"));
     }
     connection.beginTransaction();
@@ -294,10 +312,28 @@ void OdbcReader::cancelUntilEnded()
             if (m_changed.wait_for(lock, i == 0 ? 0ms : kCancelPause, [&] { return m_phase == Phase::Ended; }))
                 return;
         }
-        const std::lock_guard lock(m_cancelMutex);
-        if (m_statement)
-            SQLCancel(m_statement);
+        int backend = 0;
+        {
+            const std::lock_guard lock(m_cancelMutex);
+            if (m_statement) {
+                SQLCancel(m_statement);
+                backend = m_backend;
+            }
+        }
+        if (i == kTriesBeforeOutside && backend != 0)
+            cancelFromOutside(backend);
     }
+}
+
+void OdbcReader::cancelFromOutside(int backend) const
+{
+    // PostgreSQL's driver cancels a statement while it is executed, but not while a declared cursor is fetched from.
+    const odbc::ConnectOutcome outcome = odbc::connectTo(m_request.endpoint, m_request.connectPatience);
+    odbc::StatementHandle statement;
+    if (!outcome.connection || !statement.allocate(outcome.connection->get()))
+        return;
+    odbc::WideText sql(QStringLiteral("SELECT pg_cancel_backend(%1)").arg(backend));
+    SQLExecDirectW(statement.get(), sql.data(), sql.length());
 }
 
 void OdbcReader::raiseRefused(SQLHANDLE statement) const

@@ -70,6 +70,7 @@ private:
     void enter(Phase phase);
     [[nodiscard]] bool isStopped();
     void cancelUntilEnded();
+    void cancelFromOutside(int backend) const;
 
     [[noreturn]] void raiseRefused(SQLHANDLE statement) const;
     [[noreturn]] void raiseLost(SQLHANDLE statement) const;
@@ -88,6 +89,7 @@ private:
 
     std::mutex m_cancelMutex;        ///< held while the statement is cancelled or freed
     SQLHANDLE m_statement = nullptr; ///< to be cancelled; null when there is none
+    int m_backend = 0;               ///< PostgreSQL: the process that serves the connection
 };
 
 } // namespace qm

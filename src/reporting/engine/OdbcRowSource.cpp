@@ -93,6 +93,9 @@ void OdbcRowSource::checkLimits()
 
 void OdbcRowSource::leave() noexcept
 {
+    if (m_hasLeft)
+        return;
+    m_hasLeft = true;
     m_limits.onCancel({});
     m_reader->stop();
     const auto until = std::chrono::steady_clock::now() + kLeaveGrace;

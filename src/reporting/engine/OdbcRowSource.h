@@ -45,6 +45,7 @@ private:
     std::vector<ResultColumn> m_columns;
     std::unique_ptr<RowBlock> m_block;
     std::size_t m_next = 0;
+    bool m_hasLeft = false;
 };
 
 } // namespace qm

@@ -1,0 +1,62 @@
+/// \file
+/// Reads whole results for comparison.
+#pragma once
+
+#include "reporting/engine/CancelFlag.h"
+#include "reporting/engine/RowSources.h"
+
+#include <QStringList>
+
+namespace qm::test {
+
+/// One cell with its kind: "NULL", "i:1", "r:2.5", "t:text", "b:0001ff".
+[[nodiscard]] inline QString cellText(const Value &value)
+{
+    switch (value.kind) {
+    case Value::Kind::Null:
+        return QStringLiteral("NULL");
+    case Value::Kind::Integer:
+        return QStringLiteral("i:%1").arg(value.integer);
+    case Value::Kind::Real:
+        return QStringLiteral("r:") + QString::number(value.real, 'g', QLocale::FloatingPointShortest);
+    case Value::Kind::Text:
+        return QStringLiteral("t:") + QString::fromUtf8(value.data, static_cast<qsizetype>(value.size));
+    case Value::Kind::Blob:
+        break;
+    }
+    return QStringLiteral("b:") + QString::fromLatin1(QByteArray(value.data, static_cast<qsizetype>(value.size)).toHex());
+}
+
+[[nodiscard]] inline SourceDescription odbcSource(const QString &connection)
+{
+    return describeSource(QStringLiteral("ODBC::") + connection, {}, {});
+}
+
+[[nodiscard]] inline RunLimits noLimits()
+{
+    return RunLimits(nullptr, std::chrono::seconds(0));
+}
+
+/// Each row's cells joined by " | ".
+inline QStringList rowsOf(const SourceDescription &source, const QString &sql,
+                                        const std::vector<BoundParameter> &parameters = {}, const RunLimits &limits = noLimits())
+{
+    const auto rows = openRowSource(source, sql, parameters, limits);
+    std::vector<Value> row(rows->columns().size());
+    QStringList all;
+    while (rows->next(row)) {
+        QStringList cells;
+        for (const Value &value : row)
+            cells << cellText(value);
+        all << cells.join(QStringLiteral(" | "));
+    }
+    return all;
+}
+
+[[nodiscard]] inline BoundParameter parameter(const char *name, SqlValue value, ParameterType type = ParameterType::Text,
+                                              bool ofPeriod = false)
+{
+    return {QString::fromLatin1(name), std::move(value), {}, {}, ofPeriod, type};
+}
+
+} // namespace qm::test
