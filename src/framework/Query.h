@@ -43,6 +43,12 @@ struct EmailOutput
     QString subject, body;
 };
 
+struct PrinterOutput
+{
+    QString name; ///< the print queue's; empty: the default printer
+    int copies = 1;
+};
+
 struct OutputSettings
 {
     int OutputType = 0;                     ///< code of an OutputKind; other codes are kept
@@ -51,6 +57,7 @@ struct OutputSettings
     bool csvByteOrderMark = false;
     bool csvGuardFormulas = false; ///< always on for e-mailed CSV
     EmailOutput email;
+    PrinterOutput printer;
 };
 
 /// One report query. `QueryFile` is never stored: the reader sets it to the path it read.

@@ -11,6 +11,8 @@
 namespace qm {
 namespace {
 
+constexpr qint64 kMostCopies = 999;
+
 const QStringList &formatWords()
 {
     static const QStringList list = wordList({"pdf", "html", "xlsx", "csv"});
@@ -40,6 +42,7 @@ const TomlSchema &schema()
         parameter.identity = wordList({"name"});
         TomlSchema output{wordList({"type", "format", "file", "csv_byte_order_mark", "csv_guard_formulas"})};
         output.children.emplace(QStringLiteral("email"), TomlSchema{wordList({"from", "to", "cc", "bcc", "subject", "body"})});
+        output.children.emplace(QStringLiteral("printer"), TomlSchema{wordList({"name", "copies"})});
         query.children.emplace(QStringLiteral("sql_for"), engines);
         TomlSchema period{wordList({"range"})};
         period.goesWhole = true;
@@ -121,6 +124,9 @@ OutputSettings readOutput(const TomlNode &node, const QString &path)
     output.email.bcc = email.texts("bcc");
     output.email.subject = email.text("subject");
     output.email.body = email.text("body");
+    const TableReader printer(table.table("printer"), path);
+    output.printer.name = printer.text("name");
+    output.printer.copies = static_cast<int>(printer.integer("copies", 1, 1, kMostCopies));
     return output;
 }
 
@@ -188,6 +194,12 @@ TomlNode outputTree(const OutputSettings &output, const TomlNode *original)
     mail.text("body", output.email.body);
     if (!email.members.empty())
         writer.always("email", std::move(email));
+    TomlNode printer;
+    TableWriter print(printer, childOf(original, "printer"));
+    print.text("name", output.printer.name);
+    print.integer("copies", output.printer.copies, 1);
+    if (!printer.members.empty())
+        writer.always("printer", std::move(printer));
     return table;
 }
 

@@ -53,6 +53,7 @@ Query randomQuery(Random &random)
     output.csvGuardFormulas = random() % 2 == 0;
     output.email = EmailOutput{randomText(random),  randomTexts(random), randomTexts(random),
                                randomTexts(random), randomText(random),  randomText(random)};
+    output.printer = {randomText(random), 1 + static_cast<int>(random() % 999)};
     return query;
 }
 
@@ -75,7 +76,7 @@ QStringList membersOf(const Query &query)
     members << QString::number(output.OutputType) << output.format << output.file << QString::number(output.csvByteOrderMark)
             << QString::number(output.csvGuardFormulas) << output.email.from << QStringLiteral("to") << output.email.to
             << QStringLiteral("cc") << output.email.cc << QStringLiteral("bcc") << output.email.bcc << output.email.subject
-            << output.email.body;
+            << output.email.body << output.printer.name << QString::number(output.printer.copies);
     return members;
 }
 

@@ -47,6 +47,7 @@ void addOptions(QCommandLineParser &parser)
     add({QStringLiteral("database")}, "file");
     add({QStringLiteral("rows")});
     add({QStringLiteral("history")});
+    add({QStringLiteral("resend")}, "run");
     add({QStringLiteral("help"), QStringLiteral("h")});
     add({QStringLiteral("version"), QStringLiteral("v")});
 }
@@ -108,6 +109,13 @@ ReportCommand readCommand(const QStringList &arguments)
         command.action = ReportCommand::Action::History;
         return command;
     }
+    if (const auto run = valueOf(parser, "resend")) {
+        command.action = ReportCommand::Action::Resend;
+        command.run = run->toLongLong();
+        if (command.run < 1)
+            throw UsageError(QStringLiteral("--resend \"%1\" is no number of a run. --history lists them.").arg(*run));
+        return command;
+    }
     if (command.queryFile.isEmpty())
         throw UsageError(QStringLiteral("No query file is named."));
     command.options = readOptions(parser);
@@ -120,16 +128,19 @@ QString usageText()
 {
     return QStringLiteral(R"(Usage: quillmark-report [OPTION]... QUERY.rqn
        quillmark-report --history [QUERY.rqn]
+       quillmark-report --resend RUN [QUERY.rqn]
 Generates the report of one query file without a display.
 
   --format pdf|html|xlsx|csv  the output's format; without it, that of --output's suffix, then the query's
-  --output FILE               writes exactly FILE, replacing it; without it, the query's output settings hold
+  --output FILE               writes exactly FILE, replacing it; without it, the query's output settings hold: a file in "Reports", a printer,
+                              or e-mail
   --param NAME=VALUE          a value for the query's parameter NAME; may be given again for others
   --from DATE --to DATE       the period, both days included (YYYY-MM-DD, local time)
   --all-time                  the whole time
   --database FILE             reads this SQLite file in place of the package's event database
   --rows                      prints the number of rows, and nothing else, on standard output; without --output no file is written
-  --history                   lists the installation's report runs, the newest first
+  --history                   lists the installation's report runs, the newest first; indented, who got an e-mailed or printed one
+  --resend RUN                sends the e-mail of that run again to those who do not have it, or may not have it
   --help, --version
 
 Exit status: 0 done, 1 failed (standard error says why), 2 wrong usage.

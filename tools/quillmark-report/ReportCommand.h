@@ -21,9 +21,10 @@ public:
 /// A command line, read.
 struct ReportCommand
 {
-    enum class Action { Generate, History, Help, Version };
+    enum class Action { Generate, History, Resend, Help, Version };
     Action action = Action::Generate;
-    QString queryFile; ///< empty only with History
+    QString queryFile;    ///< empty only with History and Resend
+    std::int64_t run = 0; ///< with Resend
     bool printRows = false;
     RunOptions options;
 };

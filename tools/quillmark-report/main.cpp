@@ -60,17 +60,21 @@ QString fontFolder()
     return QFileInfo(beside).isDir() ? beside : QDir::cleanPath(program + QStringLiteral("/../share/quillmark/fonts"));
 }
 
-/// One run a line; what follows the first line of a text is left to the ledger.
+/// One run a line, and one for each recipient or printer.
 QString historyLine(const LedgerEntry &entry)
 {
     const auto field = [](const QString &text) { return text.simplified(); };
     const QString what = entry.description.isEmpty() ? entry.queryFile : entry.description;
-    const QString outcome = entry.error.isEmpty() ? entry.outputFile : entry.error;
-    return QStringLiteral("%1  %2  %3  %4 rows  %5  %6  %7\n")
-        .arg(entry.id, 6)
-        .arg(entry.startedUtc.isEmpty() ? QString() : entry.startedUtc + QStringLiteral(" UTC"), entry.status.leftJustified(11))
-        .arg(entry.rows, 8)
-        .arg(entry.trigger.leftJustified(12), field(what), field(outcome));
+    const QString outcome = !entry.error.isEmpty() ? entry.error : !entry.outputFile.isEmpty() ? entry.outputFile : entry.outputType;
+    QString line =
+        QStringLiteral("%1  %2  %3  %4 rows  %5  %6  %7\n")
+            .arg(entry.id, 6)
+            .arg(entry.startedUtc.isEmpty() ? QString() : entry.startedUtc + QStringLiteral(" UTC"), entry.status.leftJustified(11))
+            .arg(entry.rows, 8)
+            .arg(entry.trigger.leftJustified(12), field(what), field(outcome));
+    for (const LedgerDelivery &delivery : entry.deliveries)
+        line += QStringLiteral("        %1  %2  %3\n").arg(delivery.state.leftJustified(9), field(delivery.target), field(delivery.words));
+    return line;
 }
 
 int showHistory(const ReportCommand &command)
@@ -104,8 +108,19 @@ int generate(ReportCommand &command)
     if (command.printRows)
         print(stdout, QStringLiteral("%1\n").arg(result.rows));
     else
-        print(stdout, result.outputFile + u'\n');
+        print(stdout, (result.outputFile.isEmpty() ? result.delivered : result.outputFile) + u'\n');
     return std::fflush(stdout) == 0 ? kDone : kFailed;
+}
+
+int resend(const ReportCommand &command)
+{
+    const QString installation = installationOf(command.queryFile);
+    const SystemClock clock;
+    ApplicationLog log(installation, QStringLiteral("quillmark-report"));
+    const auto cancel = std::make_shared<CancelFlag>();
+    const Interruption interruption(cancel);
+    print(stdout, ReportEngine({installation, fontFolder(), clock, log}).resend(command.run, cancel) + u'\n');
+    return kDone;
 }
 
 int act(const QStringList &arguments)
@@ -120,6 +135,8 @@ int act(const QStringList &arguments)
         return kDone;
     case ReportCommand::Action::History:
         return showHistory(command);
+    case ReportCommand::Action::Resend:
+        return resend(command);
     case ReportCommand::Action::Generate:
         break;
     }

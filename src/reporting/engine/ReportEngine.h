@@ -19,6 +19,9 @@ namespace qm {
 
 class ApplicationLog;
 
+/// What a run is doing.
+enum class RunStage { Rows, Sending, Printing };
+
 /// How one run differs from what the query file says. Empty values mean: as the query file says.
 struct RunOptions
 {
@@ -31,6 +34,7 @@ struct RunOptions
     std::optional<QString> database;                 ///< another SQLite file than the package's own
     QString trigger = QStringLiteral("operator");    ///< "operator", "schedule", "command line"
     std::function<void(std::int64_t rows)> progress; ///< called a few times a second from the running thread; may be empty
+    std::function<void(RunStage)> stage;             ///< called from the running thread when a stage after the rows begins; may be empty
     std::shared_ptr<CancelFlag> cancel;              ///< may be null
     /// Receives the report when the output is the screen. Null: screen output is refused.
     ReportWriter *screen = nullptr;
@@ -41,7 +45,8 @@ struct RunResult
 {
     std::int64_t runId = 0; ///< row of the run ledger; 0 when the ledger could not be written
     std::int64_t rows = 0;
-    QString outputFile; ///< empty for screen output
+    QString outputFile; ///< empty for output that is no file
+    QString delivered;  ///< who got an e-mailed or printed report, in words; else empty
     std::uint64_t bytes = 0;
     QString sha256;
     bool truncated = false;
@@ -68,6 +73,11 @@ public:
     /// (the folder above "Query Groups").
     /// \throws RuntimeError with what failed, where and what to do; cancelledByOperator when cancelled. The failure is in ledger and log.
     RunResult run(const QString &queryFile, const RunOptions &options);
+
+    /// Sends the e-mail of run \p id again to those who do not have it, or may not have it: the same message, as it was kept in the
+    /// installation's "Outbox" folder. The ledger's row of that run says how it ended. \returns who has it now, in words.
+    /// \throws RuntimeError reportFailed: no such run, nothing kept, or not delivered to all of them; cancelledByOperator.
+    QString resend(std::int64_t id, const std::shared_ptr<CancelFlag> &cancel);
 
     /// What the query asks for, for prompts and titles, without running it.
     [[nodiscard]] std::shared_ptr<Query> readQuery(const QString &queryFile);

@@ -89,6 +89,7 @@ void ReportRun::prepare()
     const QStringList used = parameterNames(m_sql, m_source.dialect);
     choosePeriod(used);
     m_facts.parameters = bindParameters(*m_query, used, m_options.parameters, m_period, m_services.clock.wallNow().date);
+    checkDelivery();
 }
 
 void ReportRun::chooseSource()
@@ -122,6 +123,13 @@ void ReportRun::chooseTarget()
         m_entry.outputType = QStringLiteral("none");
     } else if (m_options.outputFile) {
         m_target = Target::ExactFile;
+    } else if (kind == OutputKind::Email) {
+        m_target = Target::Mail;
+        m_entry.outputType = outputTypeWord(output.OutputType);
+    } else if (kind == OutputKind::Printer && !m_options.format) {
+        m_target = Target::Printer;
+        m_format = QStringLiteral("pdf");
+        m_entry.outputType = outputTypeWord(output.OutputType);
     } else if (m_options.format || kind == OutputKind::File) {
         m_target = Target::NamedFile;
         if (m_services.installPath.isEmpty())
@@ -134,17 +142,14 @@ void ReportRun::chooseTarget()
         if (!m_options.screen)
             failReport(QStringLiteral("The query's output is the screen, and this run has none: say --output FILE."));
     } else {
-        const QString word = outputTypeWord(output.OutputType);
-        failReport(
-            QStringLiteral("The query's output is \"%1\", which is not available in this version. Choose \"file\" or \"screen\" in its "
-                           "output settings, "
-                           "or name an output file for this run.")
-                .arg(word.isEmpty() ? QString::number(output.OutputType) : word));
+        failReport(QStringLiteral("The query's output has the code %1, which this version does not know. Choose an output in its output "
+                                  "settings, or name an output file for this run.")
+                       .arg(output.OutputType));
     }
-    if (m_target == Target::ExactFile || m_target == Target::NamedFile) {
+    if (m_target == Target::ExactFile || m_target == Target::NamedFile)
         m_entry.outputType = QStringLiteral("file");
+    if (m_target != Target::Screen && m_target != Target::Nothing)
         m_facts.format = m_entry.format = m_format;
-    }
 }
 
 void ReportRun::choosePeriod(const QStringList &used)
@@ -205,6 +210,10 @@ void ReportRun::produce()
         ReportWriter &writer = m_target == Target::Screen ? *m_options.screen : counter;
         passRows(*source, sample, plan, writer);
         writer.end(m_tail);
+    } else if (m_target == Target::Mail) {
+        mail(*source, sample, plan);
+    } else if (m_target == Target::Printer) {
+        print(*source, sample, plan);
     } else {
         deliver(*source, sample, plan);
     }
@@ -222,16 +231,22 @@ void ReportRun::deliver(RowSource &source, const RowSample &sample, const Report
         delivery.emplace(QFileInfo(*m_options.outputFile).absoluteFilePath(), m_format, settings, m_services.fontFolder);
     else
         delivery.emplace(nameOutput(), m_format, settings, m_services.fontFolder);
-    ReportWriter &writer = delivery->writer();
+    m_result.outputFile = m_entry.outputFile = makeFile(*delivery, source, sample, plan).path;
+}
+
+FileDelivery::Delivered ReportRun::makeFile(FileDelivery &delivery, RowSource &source, const RowSample &sample, const ReportPlan &plan)
+{
+    ReportWriter &writer = delivery.writer();
     passRows(source, sample, plan, writer);
     m_limits.check();
     writer.end(m_tail);
     m_limits.check();
-    const auto delivered = delivery->finish(plan.head, m_tail);
-    m_result.outputFile = m_entry.outputFile = delivered.path;
+    auto delivered = delivery.finish(plan.head, m_tail);
+    m_result.rows = m_entry.rows = m_tail.rows;
     m_result.bytes = m_entry.bytes = delivered.bytes;
     m_result.sha256 = m_entry.sha256 = delivered.sha256;
     noteChanges(writer.notes());
+    return delivered;
 }
 
 void ReportRun::passRows(RowSource &source, const RowSample &sample, const ReportPlan &plan, ReportWriter &writer)
@@ -317,7 +332,10 @@ void ReportRun::logEnd()
         m_services.log.info(run + QStringLiteral("done: %1 rows, %2 bytes, %3 %4")
                                       .arg(m_entry.rows)
                                       .arg(m_entry.bytes)
-                                      .arg(m_entry.outputFile.isEmpty() ? m_entry.outputType : m_entry.outputFile, m_result.note));
+                                      .arg(!m_result.delivered.isEmpty()  ? m_result.delivered
+                                           : m_entry.outputFile.isEmpty() ? m_entry.outputType
+                                                                          : m_entry.outputFile,
+                                           m_result.note));
 }
 
 } // namespace qm

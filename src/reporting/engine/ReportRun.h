@@ -3,6 +3,7 @@
 #pragma once
 
 #include "reporting/engine/FileDelivery.h"
+#include "reporting/engine/MailDelivery.h"
 #include "reporting/engine/ReportEngine.h"
 #include "reporting/engine/ReportPlan.h"
 #include "reporting/engine/RowSources.h"
@@ -20,7 +21,7 @@ public:
     RunResult execute();
 
 private:
-    enum class Target { Nothing, Screen, ExactFile, NamedFile };
+    enum class Target { Nothing, Screen, ExactFile, NamedFile, Mail, Printer };
 
     void prepare();
     void chooseTarget();
@@ -29,6 +30,13 @@ private:
     void produce();
     void passRows(RowSource &source, const RowSample &sample, const ReportPlan &plan, ReportWriter &writer);
     void deliver(RowSource &source, const RowSample &sample, const ReportPlan &plan);
+    void checkDelivery();
+    /// Fills the file of \p delivery and puts it in its place.
+    FileDelivery::Delivered makeFile(FileDelivery &delivery, RowSource &source, const RowSample &sample, const ReportPlan &plan);
+    void mail(RowSource &source, const RowSample &sample, const ReportPlan &plan);
+    void print(RowSource &source, const RowSample &sample, const ReportPlan &plan);
+    void endMail(const MailOutcome &outcome);
+    void tellStage(RunStage stage) const;
     void noteChanges(const WriterNotes &notes);
     [[nodiscard]] OutputName nameOutput() const;
 
@@ -46,6 +54,7 @@ private:
     QString m_format;
     SourceDescription m_source;
     std::optional<PeriodRange> m_period;
+    std::optional<MailDelivery> m_mail;
     RunFacts m_facts;
     RunLimits m_limits;
     ReportTail m_tail;

@@ -1,5 +1,6 @@
 #include "reporting/engine/RunLedger.h"
 
+#include "framework/Query.h"
 #include "platform/Files.h"
 #include "reporting/engine/Failure.h"
 #include "reporting/engine/ProcessIdentity.h"
@@ -12,7 +13,7 @@ namespace qm {
 namespace {
 
 constexpr int kBusyTimeoutMs = 5000;
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 constexpr char kCreate[] = R"(
 CREATE TABLE IF NOT EXISTS run (
   id INTEGER PRIMARY KEY AUTOINCREMENT, query_file TEXT NOT NULL, description TEXT NOT NULL, package TEXT NOT NULL, "trigger" TEXT NOT NULL,
@@ -20,7 +21,10 @@ CREATE TABLE IF NOT EXISTS run (
   rows INTEGER NOT NULL, bytes INTEGER NOT NULL, sha256 TEXT NOT NULL, status TEXT NOT NULL, error TEXT NOT NULL, note TEXT NOT NULL,
   host TEXT NOT NULL, pid INTEGER NOT NULL, process_start TEXT NOT NULL);
 CREATE INDEX IF NOT EXISTS run_status ON run(status);
-PRAGMA user_version = 1;
+CREATE TABLE IF NOT EXISTS delivery (
+  run_id INTEGER NOT NULL REFERENCES run(id), target TEXT NOT NULL, sender TEXT NOT NULL, state TEXT NOT NULL, words TEXT NOT NULL,
+  when_utc TEXT NOT NULL, PRIMARY KEY (run_id, target)) WITHOUT ROWID;
+PRAGMA user_version = 2;
 )";
 constexpr char kInsert[] = R"(INSERT INTO run (query_file, description, package, "trigger", period, output_type, format, output_file,
   started_utc, ended_utc, rows, bytes, sha256, status, error, note, host, pid, process_start)
@@ -30,6 +34,11 @@ constexpr char kUpdate[] = R"(UPDATE run SET query_file = ?1, description = ?2, 
   note = ?16 WHERE id = ?17)";
 constexpr char kList[] = R"(SELECT id, query_file, description, package, "trigger", period, output_type, format, output_file, started_utc,
   ended_utc, rows, bytes, sha256, status, error, note FROM run ORDER BY id DESC LIMIT ?1)";
+constexpr char kOne[] = R"(SELECT id, query_file, description, package, "trigger", period, output_type, format, output_file, started_utc,
+  ended_utc, rows, bytes, sha256, status, error, note FROM run WHERE id = ?1)";
+constexpr char kDeliver[] =
+    R"(INSERT OR REPLACE INTO delivery (run_id, target, sender, state, words, when_utc) VALUES (?1, ?2, ?3, ?4, ?5, ?6))";
+constexpr char kDeliveries[] = R"(SELECT target, sender, state, words, when_utc FROM delivery WHERE run_id = ?1 ORDER BY target)";
 
 [[noreturn]] void fail(sqlite3 *connection)
 {
@@ -91,6 +100,26 @@ LedgerEntry readEntry(sqlite3_stmt *statement)
     for (QString *text : {&entry.sha256, &entry.status, &entry.error, &entry.note})
         *text = sqlite::columnText(statement, ++column);
     return entry;
+}
+
+/// A ledger that an older version wrote last has no table of deliveries.
+bool hasDeliveries(sqlite3 *connection)
+{
+    const auto statement = sqlite::prepare(connection, "SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = 'delivery'");
+    return sqlite3_step(statement.get()) == SQLITE_ROW;
+}
+
+void readDeliveries(sqlite3 *connection, LedgerEntry &entry)
+{
+    const auto statement = sqlite::prepare(connection, kDeliveries);
+    sqlite3_bind_int64(statement.get(), 1, entry.id);
+    while (sqlite3_step(statement.get()) == SQLITE_ROW) {
+        LedgerDelivery delivery;
+        int column = 0;
+        for (QString *text : {&delivery.target, &delivery.sender, &delivery.state, &delivery.words, &delivery.whenUtc})
+            *text = sqlite::columnText(statement.get(), column++);
+        entry.deliveries.push_back(delivery);
+    }
 }
 
 } // namespace
@@ -168,6 +197,23 @@ void RunLedger::finish(LedgerEntry &entry) noexcept
     });
 }
 
+void RunLedger::recordDeliveries(std::int64_t id, const std::vector<LedgerDelivery> &deliveries) noexcept
+{
+    if (id == 0)
+        return;
+    guarded([&] {
+        const auto statement = sqlite::prepare(m_connection.get(), kDeliver);
+        for (const LedgerDelivery &delivery : deliveries) {
+            int index = 1;
+            sqlite3_bind_int64(statement.get(), index, id);
+            for (const QString *text : {&delivery.target, &delivery.sender, &delivery.state, &delivery.words, &delivery.whenUtc})
+                sqlite::bindText(statement.get(), ++index, *text);
+            finishStatement(m_connection.get(), statement.get());
+            sqlite3_reset(statement.get());
+        }
+    });
+}
+
 void RunLedger::notRun(const QString &queryFile, const QString &trigger, const QString &reason, const QString &when) noexcept
 {
     LedgerEntry entry;
@@ -208,6 +254,19 @@ int RunLedger::markInterrupted(const QString &when) noexcept
 
 std::vector<LedgerEntry> RunLedger::list(int limit) const
 {
+    return read(kList, limit > 0 ? limit : -1);
+}
+
+LedgerEntry RunLedger::entry(std::int64_t id) const
+{
+    const auto found = read(kOne, id);
+    if (found.empty())
+        failReport(QStringLiteral("There is no run %1 in this installation's ledger. quillmark-report --history lists the runs.").arg(id));
+    return found.front();
+}
+
+std::vector<LedgerEntry> RunLedger::read(const char *sql, std::int64_t parameter) const
+{
     std::vector<LedgerEntry> entries;
     if (m_path.isEmpty() || !QFileInfo::exists(m_path))
         return entries;
@@ -216,15 +275,20 @@ std::vector<LedgerEntry> RunLedger::list(int limit) const
     sqlite3_busy_timeout(connection.get(), kBusyTimeoutMs);
     sqlite3_stmt *raw = nullptr;
     if (code == SQLITE_OK)
-        code = sqlite3_prepare_v2(connection.get(), kList, -1, &raw, nullptr);
+        code = sqlite3_prepare_v2(connection.get(), sql, -1, &raw, nullptr);
     const sqlite::Statement statement(raw);
     if (code != SQLITE_OK)
         failReport(QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())));
-    sqlite3_bind_int(statement.get(), 1, limit > 0 ? limit : -1);
+    sqlite3_bind_int64(statement.get(), 1, parameter);
     while ((code = sqlite3_step(statement.get())) == SQLITE_ROW)
         entries.push_back(readEntry(statement.get()));
     if (code != SQLITE_DONE)
         failReport(QStringLiteral("The run ledger %1 cannot be read: %2.").arg(m_path, sqlite::message(connection.get())));
+    if (hasDeliveries(connection.get()))
+        for (LedgerEntry &entry : entries)
+            if (entry.outputType == outputTypeWord(static_cast<int>(OutputKind::Email)) ||
+                entry.outputType == outputTypeWord(static_cast<int>(OutputKind::Printer)))
+                readDeliveries(connection.get(), entry);
     return entries;
 }
 

@@ -63,7 +63,8 @@ QByteArray fingerprint(const QueryDraft &draft)
         out << parameter;
     const OutputSettings &output = query.OutputSettings;
     out << output.OutputType << output.format << output.file << output.csvByteOrderMark << output.csvGuardFormulas << output.email.from
-        << output.email.to << output.email.cc << output.email.bcc << output.email.subject << output.email.body;
+        << output.email.to << output.email.cc << output.email.bcc << output.email.subject << output.email.body << output.printer.name
+        << output.printer.copies;
     if (!query.ReportFile.isEmpty())
         write(out, draft.layout);
     return bytes;

@@ -1,0 +1,69 @@
+/// \file
+/// Sending a kept message again.
+#include "framework/ConfigReaders.h"
+#include "platform/ApplicationLog.h"
+#include "platform/Files.h"
+#include "reporting/engine/CancelFlag.h"
+#include "reporting/engine/Failure.h"
+#include "reporting/engine/MailDelivery.h"
+#include "reporting/engine/Period.h"
+#include "reporting/engine/ReportEngine.h"
+
+namespace qm {
+
+namespace {
+
+/// The recipients of \p run that are not known to have the message.
+MailEnvelope leftOver(const LedgerEntry &run, const QString &messageFile)
+{
+    MailEnvelope envelope;
+    envelope.messageFile = messageFile;
+    for (const LedgerDelivery &delivery : run.deliveries) {
+        if (delivery.state == recipientStateWord(RecipientState::Delivered))
+            continue;
+        envelope.from = delivery.sender.toUtf8();
+        envelope.recipients.push_back(delivery.target.toUtf8());
+    }
+    return envelope;
+}
+
+} // namespace
+
+QString ReportEngine::resend(std::int64_t id, const std::shared_ptr<CancelFlag> &cancel)
+{
+    RunLedger ledger(m_services.installPath);
+    LedgerEntry run = ledger.entry(id);
+    const MailEnvelope envelope = leftOver(run, outboxFile(m_services.installPath, id));
+    if (run.outputType != outputTypeWord(static_cast<int>(OutputKind::Email)))
+        failReport(QStringLiteral("Run %1 sent no e-mail: its output was \"%2\".").arg(id).arg(run.outputType));
+    if (envelope.recipients.empty())
+        failReport(QStringLiteral("The e-mail of run %1 has reached all its recipients.").arg(id));
+    if (!files::fileExists(envelope.messageFile))
+        failReport(QStringLiteral("The message of run %1 was not kept (there is no %2). Generate the report again.")
+                       .arg(id)
+                       .arg(envelope.messageFile));
+    const SmtpServer server = smtpServerOf(
+        *TomlEmailConfigReader().ReadEmailSettings(m_services.installPath + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg")));
+    if (!server.problem.isEmpty())
+        failReport(server.problem);
+    const RunLimits limits(cancel, std::chrono::seconds(0));
+    const MailOutcome outcome = sendMail(server, envelope, [&limits] { return limits.reached(); });
+    const QString now = utcText(m_services.clock.now());
+    ledger.recordDeliveries(id, ledgerDeliveries(outcome.recipients, envelope.from, now));
+    const QString undelivered = undeliveredText(outcome.recipients);
+    run.note += (run.note.isEmpty() ? QString() : QStringLiteral(" ")) + QStringLiteral("Sent again %1 UTC.").arg(now);
+    run.status = undelivered.isEmpty() ? QStringLiteral("done") : QStringLiteral("failed");
+    run.error = undelivered;
+    ledger.finish(run);
+    const QString about = QStringLiteral("Run %1 sent again: ").arg(id);
+    if (undelivered.isEmpty()) {
+        files::kill(envelope.messageFile);
+        m_services.log.info(about + deliveredText(outcome.recipients));
+        return deliveredText(outcome.recipients);
+    }
+    m_services.log.error(about + undelivered);
+    limits.check();
+    failReport(undelivered);
+}
+
+} // namespace qm

@@ -1,0 +1,163 @@
+#include "reporting/delivery/PrintQueue.h"
+#include "reporting/writers/OutputFile.h"
+#include "reporting/writers/Writers.h"
+#include "support/PrintServer.h"
+
+#include <QtTest>
+
+using namespace qm;
+using namespace qm::test;
+using namespace std::chrono_literals;
+
+/// Through a real print server.
+class PrintQueueTest final : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<PrintServer> m_server;
+    QTemporaryDir m_folder;
+
+    /// A document of \p rows numbered rows on A4 pages.
+    [[nodiscard]] PrintRequest request(const QString &queue, bool landscape, int rows)
+    {
+        const QString path = m_folder.filePath(QStringLiteral("report.pdf"));
+        OutputFile file(path);
+        const auto writer = makePdfWriter(file, QCoreApplication::applicationDirPath() + QStringLiteral("/fonts"));
+        ReportHead head;
+        head.title = "Failed logons";
+        head.page = landscape ? PageSetup{297, 210, 12} : PageSetup{210, 297, 12};
+        ReportColumn column;
+        column.field = column.caption = "number";
+        writer->begin(head, std::span(&column, 1));
+        for (int i = 0; i < rows; ++i) {
+            const std::string text = "row-" + std::to_string(i);
+            const Value cell = Value::ofText(text);
+            writer->row(std::span(&cell, 1));
+        }
+        writer->end({rows, false, 0});
+        file.commit();
+        return {queue, path, QStringLiteral("Fehlgeschlagene Anmeldungen – März"), 1, head.page.widthMm, head.page.heightMm, 20s};
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_server = std::make_unique<PrintServer>();
+        if (!m_server->problem().isEmpty())
+            QSKIP(qPrintable(m_server->problem()));
+    }
+
+    void queues_are_listed_with_the_default_one()
+    {
+        const auto names = [&] {
+            QStringList found;
+            for (const PrintQueue &queue : printQueues().queues)
+                found << queue.name + (queue.isDefault ? QStringLiteral("*") : QString());
+            found.sort();
+            return found.join(u' ');
+        };
+        QCOMPARE(names(), QStringLiteral("disabled good rejecting"));
+        QVERIFY2(whyNotPrintable({}).contains(QStringLiteral("there is no default printer")), qPrintable(whyNotPrintable({})));
+        m_server->command(QStringLiteral("lpadmin"), {QStringLiteral("-d"), QStringLiteral("good")});
+        QCOMPARE(names(), QStringLiteral("disabled good* rejecting"));
+        QCOMPARE(whyNotPrintable({}), QString());
+        QCOMPARE(printQueues().queues.front().description, QStringLiteral("The disabled printer"));
+    }
+
+    void a_report_is_printed_as_it_was_laid_out_data()
+    {
+        QTest::addColumn<bool>("landscape");
+        QTest::addColumn<int>("copies");
+        QTest::newRow("upright") << false << 1;
+        QTest::newRow("landscape, two copies") << true << 2;
+    }
+    void a_report_is_printed_as_it_was_laid_out()
+    {
+        QFETCH(bool, landscape);
+        QFETCH(int, copies);
+        m_server->clear();
+        PrintRequest job = request(QStringLiteral("good"), landscape, 100);
+        job.copies = copies;
+        const PrintOutcome outcome = printDocument(job, {});
+        QVERIFY2(outcome.state == PrintOutcome::State::Printed, qPrintable(outcome.words));
+        QVERIFY(outcome.job > 0);
+        QCOMPARE(outcome.queue, QStringLiteral("good"));
+        const QString text = QString::fromUtf8(
+            outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), m_server->printedFile(), QStringLiteral("-")}));
+        for (int row : {0, 50, 99})
+            QCOMPARE(text.count(QRegularExpression(QStringLiteral("row-%1\\b").arg(row))), copies);
+        const QString log = m_server->pageLog();
+        const QString line = log.section(u'\n', -2);
+        QVERIFY2(line.startsWith(QStringLiteral("good ")) && line.contains(QStringLiteral("Fehlgeschlagene Anmeldungen – März")),
+                 qPrintable(log));
+        QVERIFY2(line.contains(QStringLiteral("iso_a4_210x297mm")), qPrintable(line));
+        // The sheet stands as the report's page lies: nothing is cut off or shrunk into a corner.
+        const QString boxes = QString::fromUtf8(
+            outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-bbox"), m_server->printedFile(), QStringLiteral("-")}));
+        double right = 0, bottom = 0;
+        static const QRegularExpression word(QStringLiteral("xMax=\"([0-9.]+)\" yMax=\"([0-9.]+)\""));
+        for (auto found = word.globalMatch(boxes); found.hasNext();) {
+            const auto match = found.next();
+            right = std::max(right, match.captured(1).toDouble());
+            bottom = std::max(bottom, match.captured(2).toDouble());
+        }
+        QVERIFY2(right > 500 && right <= 595 && bottom > 750 && bottom <= 842, qPrintable(boxes.left(2000)));
+    }
+
+    void a_queue_that_does_not_print_is_told_before_and_gets_no_job_data()
+    {
+        QTest::addColumn<QString>("queue");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("disabled") << QStringLiteral("disabled") << QStringLiteral("The printer \"disabled\" is disabled (out of paper)");
+        QTest::newRow("rejecting") << QStringLiteral("rejecting")
+                                   << QStringLiteral("The printer \"rejecting\" accepts no jobs (closed today)");
+        QTest::newRow("missing") << QStringLiteral("nowhere") << QStringLiteral("There is no printer \"nowhere\"");
+        QTest::newRow("strange name") << QStringLiteral("a/b c\"ü?x=1") << QStringLiteral("There is no printer");
+    }
+    void a_queue_that_does_not_print_is_told_before_and_gets_no_job()
+    {
+        QFETCH(QString, queue);
+        QFETCH(QString, said);
+        QVERIFY2(whyNotPrintable(queue).contains(said), qPrintable(whyNotPrintable(queue)));
+        const PrintOutcome outcome = printDocument(request(queue, false, 1), {});
+        QVERIFY(outcome.state == PrintOutcome::State::Failed);
+        QVERIFY2(outcome.words.contains(said), qPrintable(outcome.words));
+        QCOMPARE(outcome.job, 0);
+        QCOMPARE(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString());
+    }
+
+    /// A queue that is stopped while the job is on its way, and an operator who cancels: nothing stays behind that would be printed later.
+    void a_job_that_cannot_go_on_is_taken_back()
+    {
+        m_server->command(QStringLiteral("lpadmin"), {QStringLiteral("-p"), QStringLiteral("good"), QStringLiteral("-o"),
+                                                      QStringLiteral("job-hold-until-default=indefinite")});
+        PrintOutcome outcome = printDocument(request(QStringLiteral("good"), false, 1), {});
+        QVERIFY(outcome.state == PrintOutcome::State::Failed);
+        QVERIFY2(outcome.words.contains(QStringLiteral("held")), qPrintable(outcome.words));
+        QCOMPARE(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString());
+        m_server->command(QStringLiteral("lpadmin"), {QStringLiteral("-p"), QStringLiteral("good"), QStringLiteral("-o"),
+                                                      QStringLiteral("job-hold-until-default=no-hold")});
+        outcome = printDocument(request(QStringLiteral("good"), false, 2000), [] { return true; });
+        QVERIFY(outcome.state == PrintOutcome::State::Failed);
+        QVERIFY2(outcome.words.contains(QStringLiteral("taken back")), qPrintable(outcome.words));
+        QTRY_COMPARE(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString());
+    }
+
+    void no_printing_system_is_told_as_such()
+    {
+        const QByteArray server = qgetenv("CUPS_SERVER");
+        m_server.reset();
+        qputenv("CUPS_SERVER", server);
+        QElapsedTimer watch;
+        watch.start();
+        // libcups keeps a server's name for the life of a thread; it is the one that has just gone.
+        QVERIFY2(whyNotPrintable(QStringLiteral("good")).contains(QStringLiteral("does not answer")),
+                 qPrintable(whyNotPrintable(QStringLiteral("good"))));
+        QVERIFY(!printQueues().problem.isEmpty());
+        QVERIFY(watch.elapsed() < 25'000);
+        qunsetenv("CUPS_SERVER");
+    }
+};
+
+QTEST_GUILESS_MAIN(PrintQueueTest)
+#include "print_queue_test.moc"
