@@ -35,10 +35,7 @@ public:
 
     [[nodiscard]] const QString &problem() const { return m_problem; }
     /// Runs one of the printing system's commands (lpstat, lpadmin, ...). \returns what it printed.
-    QString command(const QString &program, const QStringList &arguments) const
-    {
-        return QString::fromUtf8(outputOf(program, arguments));
-    }
+    QString command(const QString &program, const QStringList &arguments) const { return QString::fromUtf8(outputOf(program, arguments)); }
     /// Empties what was printed before.
     void clear() const { QFile(printedFile()).resize(0); }
     /// The pages that came out of "good", printer language around them.

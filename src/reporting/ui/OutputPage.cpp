@@ -1,8 +1,10 @@
 #include "reporting/ui/OutputPage.h"
 
 #include "core/RuntimeError.h"
+#include "reporting/delivery/MailAddress.h"
 #include "reporting/engine/OutputNaming.h"
 #include "reporting/engine/ReportPlan.h"
+#include "reporting/ui/PrinterChoice.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -40,8 +42,8 @@ QStringList addresses(const QLineEdit *edit)
 
 OutputPage::OutputPage(const Clock &clock, const QueryHome &home, QWidget *parent)
     : QWidget(parent), m_clock(clock), m_home(home), m_type(new QComboBox(this)), m_format(new QComboBox(this)),
-      m_file(new QGroupBox(tr("File"), this)), m_mail(new QGroupBox(tr("E-mail"), this)), m_limit(new QSpinBox(this)),
-      m_timeout(new QSpinBox(this))
+      m_file(new QGroupBox(tr("File"), this)), m_mail(new QGroupBox(tr("E-mail"), this)), m_printer(new PrinterChoice(this)),
+      m_limit(new QSpinBox(this)), m_timeout(new QSpinBox(this))
 {
     m_type->addItems({tr("Screen"), tr("Printer"), tr("File"), tr("E-mail")});
     m_type->setObjectName(QStringLiteral("outputType"));
@@ -68,6 +70,7 @@ OutputPage::OutputPage(const Clock &clock, const QueryHome &home, QWidget *paren
     layout->addLayout(form);
     layout->addWidget(m_file);
     layout->addWidget(m_mail);
+    layout->addWidget(m_printer);
     layout->addStretch();
 
     const auto watch = [this] {
@@ -83,6 +86,7 @@ OutputPage::OutputPage(const Clock &clock, const QueryHome &home, QWidget *paren
     for (QSpinBox *box : {m_limit, m_timeout})
         connect(box, &QSpinBox::valueChanged, this, watch);
     connect(m_body, &QPlainTextEdit::textChanged, this, watch);
+    connect(m_printer, &PrinterChoice::changed, this, watch);
 }
 
 void OutputPage::buildFile()
@@ -124,6 +128,7 @@ void OutputPage::buildMail()
         return line;
     };
     m_from = edit("mailFrom");
+    m_from->setPlaceholderText(tr("the user name of the e-mail settings, where it is an address"));
     m_to = edit("mailTo");
     m_to->setPlaceholderText(tr("several addresses separated by ;"));
     m_cc = edit("mailCc");
@@ -134,6 +139,7 @@ void OutputPage::buildMail()
     m_body->setObjectName(QStringLiteral("mailBody"));
     m_body->setTabChangesFocus(true);
     m_body->setMaximumHeight(90);
+    m_body->setPlaceholderText(tr("The report's title and facts"));
     auto form = new QFormLayout(m_mail);
     form->addRow(tr("From:"), m_from);
     form->addRow(tr("To:"), m_to);
@@ -164,6 +170,7 @@ void OutputPage::show(const Query &query)
     m_bcc->setText(output.email.bcc.join(QStringLiteral("; ")));
     m_subjectLine->setText(output.email.subject);
     m_body->setPlainText(output.email.body);
+    m_printer->setPrinter(output.printer);
     m_limit->setValue(static_cast<int>(std::min<qint64>(query.rowLimit, m_limit->maximum())));
     m_timeout->setValue(query.timeoutSeconds);
     refresh();
@@ -183,6 +190,7 @@ void OutputPage::store(Query &query) const
     output.email.bcc = addresses(m_bcc);
     output.email.subject = m_subjectLine->text();
     output.email.body = m_body->toPlainText();
+    output.printer = m_printer->printer();
     query.rowLimit = m_limit->value();
     query.timeoutSeconds = m_timeout->value();
 }
@@ -194,7 +202,7 @@ void OutputPage::setSubject(const QString &description, const QString &periodPhr
     refresh();
 }
 
-QString OutputPage::example() const
+QMap<QString, QString> OutputPage::fields() const
 {
     const WallTime now = m_clock.wallNow();
     RunFacts facts;
@@ -205,13 +213,18 @@ QString OutputPage::example() const
     facts.madeLocal = now.date.toString(Qt::ISODate) + u' ' + time24Text(now.secondOfDay);
     facts.madeUtc = facts.dateFrom = facts.dateTo = facts.madeLocal;
     facts.format = m_format->currentData().toString();
-    auto fields = fieldValues(facts);
-    fields.insert(QStringLiteral("counter"), QStringLiteral("1"));
-    for (QString &value : fields)
+    return fieldValues(facts);
+}
+
+QString OutputPage::example() const
+{
+    auto values = fields();
+    values.insert(QStringLiteral("counter"), QStringLiteral("1"));
+    for (QString &value : values)
         value = sanitizedName(value);
     const QString pattern = m_pattern->text().trimmed().isEmpty() ? kDefaultPattern : m_pattern->text();
-    QString name = fillFields(pattern, fields, tr("The file name"));
-    const QString suffix = u'.' + facts.format;
+    QString name = fillFields(pattern, values, tr("The file name"));
+    const QString suffix = u'.' + m_format->currentData().toString();
     if (!name.endsWith(suffix, Qt::CaseInsensitive))
         name += suffix;
     return name;
@@ -223,6 +236,7 @@ void OutputPage::refresh()
     const bool csv = m_format->currentData().toString() == u"csv";
     m_file->setVisible(type == static_cast<int>(OutputKind::File) || type == static_cast<int>(OutputKind::Email));
     m_mail->setVisible(type == static_cast<int>(OutputKind::Email));
+    m_printer->setVisible(type == static_cast<int>(OutputKind::Printer));
     m_format->setEnabled(type != static_cast<int>(OutputKind::Screen) && type != static_cast<int>(OutputKind::Printer));
     m_mark->setVisible(csv);
     m_guard->setVisible(csv && type == static_cast<int>(OutputKind::File));
@@ -233,28 +247,41 @@ void OutputPage::refresh()
     }
 }
 
+QString OutputPage::fileProblem() const
+{
+    static_cast<void>(example());
+    static const QRegularExpression leaves(QStringLiteral("(^|[/\\\\])\\.\\.([/\\\\]|$)"));
+    return m_pattern->text().contains(leaves) ? tr("The file name may not lead out of its folder (\"..\").") : QString();
+}
+
+QString OutputPage::mailProblem() const
+{
+    auto values = fields();
+    values.insert(QStringLiteral("rows"), QStringLiteral("1"));
+    const QStringList recipients = addresses(m_to) + addresses(m_cc) + addresses(m_bcc);
+    if (recipients.isEmpty())
+        return tr("Give at least one address that the e-mail goes to.");
+    const QString from = m_from->text().trimmed();
+    for (const QString &address : from.isEmpty() ? recipients : recipients + QStringList{from})
+        if (const QString why = whyNotAMailAddress(fillFields(address, values, tr("An address"))); !why.isEmpty())
+            return why + u'.';
+    static_cast<void>(fillFields(m_subjectLine->text(), values, tr("The e-mail's subject")));
+    static_cast<void>(fillFields(m_body->toPlainText(), values, tr("The e-mail's text")));
+    return {};
+}
+
 QString OutputPage::problem() const
 {
     const int type = m_type->currentIndex();
-    if (type == static_cast<int>(OutputKind::File) || type == static_cast<int>(OutputKind::Email)) {
-        try {
-            static_cast<void>(example());
-        } catch (const RuntimeError &error) {
-            return error.description();
-        }
-        static const QRegularExpression leaves(QStringLiteral("(^|[/\\\\])\\.\\.([/\\\\]|$)"));
-        if (m_pattern->text().contains(leaves))
-            return tr("The file name may not lead out of its folder (\"..\").");
+    const bool isMail = type == static_cast<int>(OutputKind::Email);
+    try {
+        QString found;
+        if (isMail || type == static_cast<int>(OutputKind::File))
+            found = fileProblem();
+        return found.isEmpty() && isMail ? mailProblem() : found;
+    } catch (const RuntimeError &error) {
+        return error.description();
     }
-    if (type == static_cast<int>(OutputKind::Email)) {
-        const QStringList all = addresses(m_to) + addresses(m_cc) + addresses(m_bcc);
-        if (all.isEmpty())
-            return tr("Give at least one address that the e-mail goes to.");
-        for (const QString &address : all)
-            if (address.count(u'@') != 1 || address.startsWith(u'@') || address.endsWith(u'@'))
-                return tr("\"%1\" is not an e-mail address.").arg(address);
-    }
-    return {};
 }
 
 } // namespace qm

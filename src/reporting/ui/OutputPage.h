@@ -18,6 +18,8 @@ class QSpinBox;
 
 namespace qm {
 
+class PrinterChoice;
+
 /// Where the report goes, in which format and under which name, with an example of the name as it would be now.
 class OutputPage final : public QWidget
 {
@@ -40,6 +42,10 @@ private:
     void buildFile();
     void buildMail();
     void refresh();
+    [[nodiscard]] QString fileProblem() const;
+    [[nodiscard]] QString mailProblem() const;
+    /// The values that {fields} would have now.
+    [[nodiscard]] QMap<QString, QString> fields() const;
     /// The file name as it would be now. \throws RuntimeError for an unknown field.
     [[nodiscard]] QString example() const;
 
@@ -49,6 +55,7 @@ private:
     int m_otherType = 0; ///< a code this version does not offer, kept
     QComboBox *m_type, *m_format;
     QGroupBox *m_file, *m_mail;
+    PrinterChoice *m_printer;
     QLineEdit *m_pattern, *m_from, *m_to, *m_cc, *m_bcc, *m_subjectLine;
     QLabel *m_example;
     QCheckBox *m_mark, *m_guard;

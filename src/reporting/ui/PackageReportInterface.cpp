@@ -62,8 +62,8 @@ void PackageReportInterface::GenerateReport(const QString &queryFile, int, bool 
     const RunResult result = produce(queryFile, description, options, interactive);
     if (rows.isComplete()) {
         showReport(rows, queryFile, result.note, interactive);
-    } else if (interactive && !result.outputFile.isEmpty()) {
-        auto done = new frmReportDone(description, result.outputFile, result.rows, result.bytes, result.note);
+    } else if (interactive && !(result.outputFile.isEmpty() && result.delivered.isEmpty())) {
+        auto done = new frmReportDone(description, result);
         m_services.desk.addViewer(done);
         done->show();
     }
@@ -88,8 +88,10 @@ RunResult PackageReportInterface::produce(const QString &queryFile, const QStrin
 {
     const auto cancel = std::make_shared<CancelFlag>();
     std::atomic<std::int64_t> rows{0};
+    std::atomic<RunStage> stage{RunStage::Rows};
     options.cancel = cancel;
     options.progress = [&rows](std::int64_t count) { rows.store(count, std::memory_order_relaxed); };
+    options.stage = [&stage](RunStage now) { stage.store(now, std::memory_order_relaxed); };
     RunResult result;
     BackgroundTask task([&](CancelFlag &) { result = m_services.engine.run(queryFile, options); }, cancel);
 
@@ -99,6 +101,7 @@ RunResult PackageReportInterface::produce(const QString &queryFile, const QStrin
         std::unique_ptr<frmReportProgress> progress;
         if (interactive) {
             progress = std::make_unique<frmReportProgress>(description, rows, window());
+            progress->watchStage(stage);
             QObject::connect(progress.get(), &frmReportProgress::cancelRequested, &task, &BackgroundTask::cancel);
             gate.allow(progress.get());
         }

@@ -28,10 +28,24 @@ QLabel *plainLabel(const QString &text, QWidget *parent)
     return label;
 }
 
+RunResult fileResult(const QString &file, qint64 rows, quint64 bytes, const QString &note)
+{
+    RunResult result;
+    result.outputFile = file;
+    result.rows = rows;
+    result.bytes = bytes;
+    result.note = note;
+    return result;
+}
+
 } // namespace
 
 frmReportDone::frmReportDone(const QString &report, const QString &file, qint64 rows, quint64 bytes, const QString &note, QWidget *parent)
-    : QWidget(parent, Qt::Dialog)
+    : frmReportDone(report, fileResult(file, rows, bytes, note), parent)
+{
+}
+
+frmReportDone::frmReportDone(const QString &report, const RunResult &result, QWidget *parent) : QWidget(parent, Qt::Dialog)
 {
     setObjectName(QStringLiteral("frmReportDone"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -44,9 +58,14 @@ frmReportDone::frmReportDone(const QString &report, const QString &file, qint64 
     QFont bold = name->font();
     bold.setBold(true);
     name->setFont(bold);
-    auto path = plainLabel(QDir::toNativeSeparators(file), this);
+    const QString file = result.outputFile;
+    const bool isFile = !file.isEmpty();
+    auto path = plainLabel(isFile ? QDir::toNativeSeparators(file) : visibleText(tr("The report was %1.").arg(result.delivered)), this);
     path->setObjectName(QStringLiteral("reportPath"));
-    auto size = plainLabel(tr("%1 rows, %2").arg(QLocale().toString(rows), QLocale().formattedDataSize(static_cast<qint64>(bytes))), this);
+    auto size = plainLabel(
+        tr("%1 rows, %2")
+            .arg(QLocale().toString(static_cast<qint64>(result.rows)), QLocale().formattedDataSize(static_cast<qint64>(result.bytes))),
+        this);
 
     auto buttons = new QDialogButtonBox(this);
     auto open = buttons->addButton(tr("&Open"), QDialogButtonBox::AcceptRole);
@@ -58,6 +77,8 @@ frmReportDone::frmReportDone(const QString &report, const QString &file, qint64 
     open->setObjectName(QStringLiteral("cmdOpen"));
     folder->setObjectName(QStringLiteral("cmdShowInFolder"));
     closeButton->setObjectName(QStringLiteral("cmdClose"));
+    open->setVisible(isFile);
+    folder->setVisible(isFile);
     connect(open, &QPushButton::clicked, this, [this, file] {
         QDesktopServices::openUrl(QUrl::fromLocalFile(file));
         close();
@@ -71,10 +92,10 @@ frmReportDone::frmReportDone(const QString &report, const QString &file, qint64 
     layout->addWidget(name);
     layout->addWidget(path);
     layout->addWidget(size);
-    if (!note.isEmpty())
-        layout->addWidget(plainLabel(visibleText(note, LineBreaks::Kept), this));
+    if (!result.note.isEmpty())
+        layout->addWidget(plainLabel(visibleText(result.note, LineBreaks::Kept), this));
     layout->addWidget(buttons);
-    open->setFocus();
+    (isFile ? open : closeButton)->setFocus();
 }
 
 void frmReportDone::keyPressEvent(QKeyEvent *event)

@@ -71,8 +71,14 @@ void frmReportProgress::refresh()
     const qint64 seconds = m_elapsed.elapsed() / 1000;
     const QString time = QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
     const qint64 rows = m_rows.load(std::memory_order_relaxed);
-    m_status->setText(rows == 0 ? tr("Waiting for the first row · %1").arg(time)
-                                : tr("%1 rows so far · %2").arg(QLocale().toString(rows), time));
+    const RunStage stage = m_stage ? m_stage->load(std::memory_order_relaxed) : RunStage::Rows;
+    if (stage == RunStage::Sending)
+        m_status->setText(tr("Sending the e-mail · %1").arg(time));
+    else if (stage == RunStage::Printing)
+        m_status->setText(tr("Printing · %1").arg(time));
+    else
+        m_status->setText(rows == 0 ? tr("Waiting for the first row · %1").arg(time)
+                                    : tr("%1 rows so far · %2").arg(QLocale().toString(rows), time));
 }
 
 } // namespace qm

@@ -2,6 +2,8 @@
 /// Shows that a report is being made and lets the operator stop it.
 #pragma once
 
+#include "reporting/engine/ReportEngine.h"
+
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QTimer>
@@ -23,6 +25,8 @@ public:
 
     /// \p rows is read a few times a second.
     frmReportProgress(const QString &report, const std::atomic<std::int64_t> &rows, QWidget *parent);
+    /// Has \p stage read too, which outlives this window.
+    void watchStage(const std::atomic<RunStage> &stage) { m_stage = &stage; }
 
     void reject() override;
 
@@ -33,6 +37,7 @@ private:
     void refresh();
 
     const std::atomic<std::int64_t> &m_rows;
+    const std::atomic<RunStage> *m_stage = nullptr;
     QElapsedTimer m_elapsed;
     QTimer m_appear, m_tick;
     QLabel *m_status;
