@@ -115,6 +115,20 @@ qsizetype appendPlain(QByteArray &out, QStringView text, qsizetype at)
     const qsizetype had = out.size();
     out.resize(had + text.size() - at);
     char *to = out.data() + had;
+    // Blocks of a fixed size, for the compiler to take many units at a time.
+    constexpr qsizetype block = 16;
+    for (; at + block <= text.size(); at += block, to += block) {
+        std::uint16_t special = 0;
+        const QChar *const units = text.data() + at;
+        for (qsizetype i = 0; i < block; ++i) {
+            const std::uint16_t unit = units[i].unicode();
+            special = static_cast<std::uint16_t>(special | (unit < 0x20) | (unit > 0x7E) | (unit == '"') | (unit == '\\'));
+        }
+        for (qsizetype i = 0; i < block; ++i)
+            to[i] = static_cast<char>(units[i].unicode());
+        if (special != 0)
+            break;
+    }
     for (; at < text.size(); ++at) {
         const char16_t unit = text[at].unicode();
         if (unit > 0xFF || !plain[unit])

@@ -5,6 +5,7 @@
 #include "platform/PosixFileUnix.h"
 
 #include <array>
+#include <cstring>
 #include <vector>
 
 #include <fcntl.h>
@@ -67,16 +68,21 @@ void givePermissions(const Replacement &file, Privacy privacy)
         raiseSystem(errno, file.target());
 }
 
-/// Whether the file at \p path holds exactly \p bytes.
-bool holds(const QString &path, const struct stat &file, const QByteArray &bytes)
+/// Whether the file at \p path holds exactly \p bytes; looks no further than the first difference.
+bool holds(const QString &path, const struct stat &entry, const QByteArray &bytes)
 {
-    if (!S_ISREG(file.st_mode) || file.st_size != bytes.size())
+    if (!S_ISREG(entry.st_mode) || entry.st_size != bytes.size())
         return false;
-    try {
-        return readAll(path) == bytes;
-    } catch (const RuntimeError &) { // what cannot be read is written anew
-        return false;
+    const Descriptor file(retrying([&] { return ::open(native(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+    std::vector<char> block(kBlock);
+    for (qsizetype at = 0; at < bytes.size();) {
+        const ssize_t got = retrying([&] { return ::read(file.get(), block.data(), block.size()); });
+        // What cannot be read is written anew, and so is a file that grew meanwhile.
+        if (got <= 0 || got > bytes.size() - at || std::memcmp(block.data(), bytes.constData() + at, static_cast<std::size_t>(got)) != 0)
+            return false;
+        at += got;
     }
+    return true;
 }
 
 } // namespace
@@ -99,29 +105,44 @@ void saveAtomically(const QString &path, const QByteArray &bytes, Privacy privac
 
 QByteArray readAll(const QString &path)
 {
-    const QString found = existingSpelling(path);
     // Without blocking: a pipe under a file's name would wait for a writer for ever.
-    const Descriptor file(retrying([&] { return ::open(native(found).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+    const auto opened = [](const QString &name) {
+        return retrying([&] { return ::open(native(name).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); });
+    };
+    Descriptor file(opened(path));
+    if (!file.isOpen() && errno == ENOENT) // perhaps spelled in another letter case
+        file = Descriptor(opened(existingSpelling(path)));
+    if (!file.isOpen())
+        raiseSystem(errno, path);
+    // Most files fit one block. What cannot be read at a place is a pipe or a folder; a device gives nothing, or without end.
+    std::array<char, 8192> first;
+    const ssize_t start = retrying([&] { return ::pread(file.get(), first.data(), first.size(), 0); });
+    if (start > 0 && static_cast<std::size_t>(start) < first.size())
+        return QByteArray(first.data(), static_cast<qsizetype>(start));
     struct stat status
     {
     };
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
+    if (::fstat(file.get(), &status) != 0)
         raiseSystem(errno, path);
     if (!S_ISREG(status.st_mode))
-        raise(err::pathFileAccess, found + QStringLiteral(": is not a file"));
-    QByteArray bytes;
+        raise(err::pathFileAccess, path + QStringLiteral(": is not a file"));
+    if (start < 0)
+        raiseSystem(errno, path);
     // One byte more than the file shows, so that its end is seen without another round.
-    qsizetype room = static_cast<qsizetype>(status.st_size) + 1;
+    QByteArray bytes(static_cast<qsizetype>(status.st_size) + 1, Qt::Uninitialized);
+    qsizetype filled = 0;
     for (;;) {
-        const qsizetype had = bytes.size();
-        bytes.resize(had + room);
-        const ssize_t got = retrying([&] { return ::read(file.get(), bytes.data() + had, static_cast<std::size_t>(room)); });
+        const auto room = static_cast<std::size_t>(bytes.size() - filled);
+        const ssize_t got = retrying([&] { return ::read(file.get(), bytes.data() + filled, room); });
         if (got < 0)
             raiseSystem(errno, path);
-        bytes.resize(had + static_cast<qsizetype>(got));
-        if (got == 0)
+        filled += static_cast<qsizetype>(got);
+        if (got == 0 || (filled >= status.st_size && static_cast<std::size_t>(got) < room)) {
+            bytes.truncate(filled);
             return bytes;
-        room = std::max<qsizetype>(room - static_cast<qsizetype>(got), kBlock);
+        }
+        if (filled == bytes.size()) // it grows while it is read
+            bytes.resize(filled + kBlock);
     }
 }
 
