@@ -23,6 +23,9 @@ std::optional<IsoTime> timeIn(const BoundParameter &parameter)
     return parseIsoTime({text->constData(), static_cast<std::size_t>(text->size())});
 }
 
+/// SQL Server's DATETIME knows no earlier year.
+constexpr int kFirstServerYear = 1753;
+
 SQLUSMALLINT part(int number)
 {
     return static_cast<SQLUSMALLINT>(number);
@@ -64,7 +67,9 @@ OdbcParameters::Bound OdbcParameters::ofInteger(std::int64_t number, Family fami
 
 OdbcParameters::Bound OdbcParameters::of(const BoundParameter &parameter, Family family)
 {
-    if (const auto time = timeIn(parameter); time && family != Family::Sqlite) {
+    if (auto time = timeIn(parameter); time && family != Family::Sqlite) {
+        if (parameter.ofPeriod && time->year < kFirstServerYear && (family == Family::FreeTds || family == Family::Microsoft))
+            time->year = kFirstServerYear; // "all time" begins in year 1
         const SQLSMALLINT year = static_cast<SQLSMALLINT>(time->year);
         if (time->hasDate && time->hasTime)
             return {
