@@ -11,8 +11,11 @@ namespace qm {
 
 namespace {
 
-constexpr ListColumn kPackageColumns[]{{"Report Groups", 4500}};
-constexpr ListColumn kGroupColumns[]{{"Query Description", 3500}, {"Query File", 3500}, {"Rpt File", 2500}, {"Output", 2500}};
+constexpr ListColumn kPackageColumns[]{{QT_TRANSLATE_NOOP("qm::CatalogueList", "Report Groups"), 4500}};
+constexpr ListColumn kGroupColumns[]{{QT_TRANSLATE_NOOP("qm::CatalogueList", "Query Description"), 3500},
+                                     {QT_TRANSLATE_NOOP("qm::CatalogueList", "Query File"), 3500},
+                                     {QT_TRANSLATE_NOOP("qm::CatalogueList", "Rpt File"), 2500},
+                                     {QT_TRANSLATE_NOOP("qm::CatalogueList", "Output"), 2500}};
 constexpr const char *kOutputTexts[]{"Screen", "Printer", "File", "Email"};
 
 /// A tool tip that shows \p text as it stands, markup characters included.
@@ -143,7 +146,7 @@ QVariant CatalogueList::headerData(int section, Qt::Orientation orientation, int
 {
     const auto column = static_cast<std::size_t>(section);
     if (orientation == Qt::Horizontal && role == Qt::DisplayRole && column < m_columns.size())
-        return QString::fromLatin1(m_columns[column].caption);
+        return tr(m_columns[column].caption);
     return QAbstractTableModel::headerData(section, orientation, role);
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/RuntimeError.h"
 #include "platform/Files.h"
+#include "scheduler/NextRun.h"
 
 #include <QColor>
 #include <QFont>
@@ -11,9 +12,60 @@
 namespace qm {
 
 namespace {
-constexpr std::array<const char *, JobTable::ColumnCount> kHeaders{"", "Date", "Time", "Frequency", "Description", "Query File To User",
-                                                                   "", "",     ""};
+constexpr std::array<const char *, JobTable::ColumnCount> kHeaders{"",
+                                                                   QT_TRANSLATE_NOOP("qm::JobTable", "Date"),
+                                                                   QT_TRANSLATE_NOOP("qm::JobTable", "Time"),
+                                                                   QT_TRANSLATE_NOOP("qm::JobTable", "Frequency"),
+                                                                   QT_TRANSLATE_NOOP("qm::JobTable", "Description"),
+                                                                   QT_TRANSLATE_NOOP("qm::JobTable", "Query File To User"),
+                                                                   "",
+                                                                   "",
+                                                                   ""};
 } // namespace
+
+JobRow ListedJob::toRow() const
+{
+    const QString time = time12Text(dateTime.secondOfDay);
+    return {tableDateText(dateTime.date),
+            time,
+            frequencyText(frequency),
+            description,
+            queryFile,
+            shortDateText(dateTime.date) + u' ' + time,
+            jobId,
+            interfaceId};
+}
+
+const JobRow &JobTable::Entry::cells() const
+{
+    if (const auto *const job = std::get_if<ListedJob>(&content))
+        content = std::make_unique<JobRow>(job->toRow());
+    return *std::get<std::unique_ptr<JobRow>>(content);
+}
+
+std::int32_t JobTable::Entry::jobId() const
+{
+    const auto *const job = std::get_if<ListedJob>(&content);
+    return job ? job->jobId : cells().jobId;
+}
+
+const QString &JobTable::Entry::queryFile() const
+{
+    const auto *const job = std::get_if<ListedJob>(&content);
+    return job ? job->queryFile : cells().queryFile;
+}
+
+JobTable::Entry JobTable::entryOf(ListedJob job)
+{
+    // The text of a valid date reads back as that date.
+    const std::optional<WallTime> when = job.dateTime.date.isValid() ? std::optional(job.dateTime) : std::nullopt;
+    return {std::move(job), when, {}};
+}
+
+JobTable::Entry JobTable::entryOf(JobRow row)
+{
+    return {std::make_unique<JobRow>(std::move(row)), {}, {}};
+}
 
 const JobTable::Entry &JobTable::entry(int index) const
 {
@@ -24,16 +76,16 @@ const JobTable::Entry &JobTable::entry(int index) const
 
 const JobRow &JobTable::row(int index) const
 {
-    return entry(index).cells;
+    return entry(index).cells();
 }
 
-void JobTable::setRows(std::vector<JobRow> rows)
+void JobTable::setJobs(std::vector<ListedJob> jobs)
 {
     beginResetModel();
     m_rows.clear();
-    m_rows.reserve(rows.size());
-    for (JobRow &row : rows)
-        m_rows.push_back({std::move(row), {}, {}});
+    m_rows.reserve(jobs.size());
+    for (ListedJob &job : jobs)
+        m_rows.push_back(entryOf(std::move(job)));
     m_selected = -1;
     endResetModel();
 }
@@ -41,14 +93,14 @@ void JobTable::setRows(std::vector<JobRow> rows)
 void JobTable::appendRow(JobRow row)
 {
     beginInsertRows({}, rows(), rows());
-    m_rows.push_back({std::move(row), {}, {}});
+    m_rows.push_back(entryOf(std::move(row)));
     endInsertRows();
 }
 
 void JobTable::setRow(int index, JobRow row)
 {
     static_cast<void>(entry(index));
-    m_rows[static_cast<std::size_t>(index)] = {std::move(row), {}, {}};
+    m_rows[static_cast<std::size_t>(index)] = entryOf(std::move(row));
     Q_EMIT dataChanged(this->index(index, 0), this->index(index, ColumnCount - 1));
 }
 
@@ -65,7 +117,7 @@ void JobTable::removeRowAt(int index)
 std::optional<int> JobTable::rowOfJob(std::int32_t jobId) const
 {
     for (int i = 0; i < rows(); ++i)
-        if (m_rows[static_cast<std::size_t>(i)].cells.jobId == jobId)
+        if (m_rows[static_cast<std::size_t>(i)].jobId() == jobId)
             return i;
     return std::nullopt;
 }
@@ -74,7 +126,7 @@ WallTime JobTable::nextRun(int index) const
 {
     const Entry &found = entry(index);
     if (!found.when)
-        found.when = parseWallTime(found.cells.nextRun);
+        found.when = parseWallTime(found.cells().nextRun);
     return *found.when;
 }
 
@@ -113,14 +165,14 @@ QStringList JobTable::jobsWithoutFile() const
     QStringList descriptions;
     for (const Entry &each : m_rows)
         if (fileIsMissing(each))
-            descriptions.append(each.cells.description);
+            descriptions.append(each.cells().description);
     return descriptions;
 }
 
 bool JobTable::fileIsMissing(const Entry &each) const
 {
     if (!each.fileIsMissing)
-        each.fileIsMissing = !files::fileExists(each.cells.queryFile);
+        each.fileIsMissing = !files::fileExists(each.queryFile());
     return *each.fileIsMissing;
 }
 
@@ -165,7 +217,7 @@ QVariant JobTable::data(const QModelIndex &index, int role) const
     const Entry &each = m_rows[static_cast<std::size_t>(index.row())];
     switch (role) {
     case Qt::DisplayRole:
-        return text(each.cells, index.column());
+        return text(each.cells(), index.column());
     case Qt::DecorationRole:
         return index.column() == Picture ? QVariant(m_picture) : QVariant();
     case Qt::ForegroundRole:
@@ -176,12 +228,11 @@ QVariant JobTable::data(const QModelIndex &index, int role) const
         return index.column() == QueryFile && fileIsMissing(each) ? QVariant(struck) : QVariant();
     }
     case Qt::ToolTipRole:
-        return fileIsMissing(each) ? tr("The query file of this job does not exist: %1").arg(each.cells.queryFile).toHtmlEscaped()
-                                   : QVariant();
+        return fileIsMissing(each) ? tr("The query file of this job does not exist: %1").arg(each.queryFile()).toHtmlEscaped() : QVariant();
     case Qt::AccessibleTextRole: {
         if (index.column() == Picture)
             return tr("Scheduled report");
-        const QString shown = text(each.cells, index.column()).toString();
+        const QString shown = text(each.cells(), index.column()).toString();
         return index.column() == QueryFile && fileIsMissing(each) ? tr("%1 (missing)").arg(shown) : shown;
     }
     default:
@@ -193,7 +244,8 @@ QVariant JobTable::headerData(int section, Qt::Orientation orientation, int role
 {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 || section >= ColumnCount)
         return QAbstractTableModel::headerData(section, orientation, role);
-    return QString::fromLatin1(kHeaders[static_cast<std::size_t>(section)]);
+    const char *caption = kHeaders[static_cast<std::size_t>(section)];
+    return *caption ? tr(caption) : QString();
 }
 
 } // namespace qm

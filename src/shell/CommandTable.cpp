@@ -1,5 +1,7 @@
 #include "shell/CommandTable.h"
 
+#include <QtGlobal>
+
 #include <cstring>
 
 namespace qm {
@@ -7,31 +9,36 @@ namespace qm {
 namespace {
 
 constexpr ToolDefinition kTools[]{
-    {"ID_System", "&System", "", ""},
-    {"ID_NewMenu", "&New", "", ""},
-    {"ID_ReportGroup", "Report &Group", "New Report Group", "new-report-group"},
-    {"ID_ReportQuery", "Report &Query...", "New Report Query", "new-report-query"},
-    {"ID_ReportJob", "Scheduled Report...", "New Scheduled Report", "new-report-job"},
-    {"ID_Modify", "&Modify...", "Modify", "modify"},
-    {"ID_Delete", "&Delete", "Delete", "delete"},
-    {"ID_Rename", "&Rename", "[&Rename]", "rename"},
-    {"ID_SaveAs", "Save Report Query &As", "", "save-as"},
-    {"ID_Cut", "C&ut", "", "cut"},
-    {"ID_Copy", "&Copy", "Copy", "copy"},
-    {"ID_Paste", "&Paste", "Paste", "paste"},
-    {"ID_Generate", "&Generate", "Generate Report", "generate"},
-    {"ID_ExitMenu", "E&xit", "", "exit"},
-    {"ID_Options", "&Options", "", ""},
-    {"ID_ConnectionInformation", "Database &Connection Information", "", "connection"},
-    {"ID_E-mailSettings", "&E-mail Settings", "", "e-mail"},
-    {"ID_KeepOnTaskbarMenu", "&Keep On Taskbar", "Minimize And Keep On Taskbar", "tray"},
-    {"ID_HelpMenu", "&Help", "", ""},
-    {"ID_ContentsMenu", "&Contents", "", "contents"},
-    {"ID_AboutQuillmarkReportsMenu", "About Quillmark Report Generator", "", "about"},
-    {"ID_HelpButton", "Help Button", "Help", "help"},
-    {"ID_RightClick", "RightClick", "", ""},
-    {"ID_TaskBar", "TaskBar", "", ""},
-    {"ID_RtClickDragDropMenu", "RtClickDragDropMenu", "RtClickDragDrop", ""},
+    {"ID_System", QT_TRANSLATE_NOOP("qm::Commands", "&System"), "", ""},
+    {"ID_NewMenu", QT_TRANSLATE_NOOP("qm::Commands", "&New"), "", ""},
+    {"ID_ReportGroup", QT_TRANSLATE_NOOP("qm::Commands", "Report &Group"), QT_TRANSLATE_NOOP("qm::Commands", "New Report Group"),
+     "new-report-group"},
+    {"ID_ReportQuery", QT_TRANSLATE_NOOP("qm::Commands", "Report &Query..."), QT_TRANSLATE_NOOP("qm::Commands", "New Report Query"),
+     "new-report-query"},
+    {"ID_ReportJob", QT_TRANSLATE_NOOP("qm::Commands", "Scheduled Report..."), QT_TRANSLATE_NOOP("qm::Commands", "New Scheduled Report"),
+     "new-report-job"},
+    {"ID_Modify", QT_TRANSLATE_NOOP("qm::Commands", "&Modify..."), QT_TRANSLATE_NOOP("qm::Commands", "Modify"), "modify"},
+    {"ID_Delete", QT_TRANSLATE_NOOP("qm::Commands", "&Delete"), QT_TRANSLATE_NOOP("qm::Commands", "Delete"), "delete"},
+    {"ID_Rename", QT_TRANSLATE_NOOP("qm::Commands", "&Rename"), QT_TRANSLATE_NOOP("qm::Commands", "[&Rename]"), "rename"},
+    {"ID_SaveAs", QT_TRANSLATE_NOOP("qm::Commands", "Save Report Query &As"), "", "save-as"},
+    {"ID_Cut", QT_TRANSLATE_NOOP("qm::Commands", "C&ut"), "", "cut"},
+    {"ID_Copy", QT_TRANSLATE_NOOP("qm::Commands", "&Copy"), QT_TRANSLATE_NOOP("qm::Commands", "Copy"), "copy"},
+    {"ID_Paste", QT_TRANSLATE_NOOP("qm::Commands", "&Paste"), QT_TRANSLATE_NOOP("qm::Commands", "Paste"), "paste"},
+    {"ID_Generate", QT_TRANSLATE_NOOP("qm::Commands", "&Generate"), QT_TRANSLATE_NOOP("qm::Commands", "Generate Report"), "generate"},
+    {"ID_ExitMenu", QT_TRANSLATE_NOOP("qm::Commands", "E&xit"), "", "exit"},
+    {"ID_Options", QT_TRANSLATE_NOOP("qm::Commands", "&Options"), "", ""},
+    {"ID_ConnectionInformation", QT_TRANSLATE_NOOP("qm::Commands", "Database &Connection Information"), "", "connection"},
+    {"ID_E-mailSettings", QT_TRANSLATE_NOOP("qm::Commands", "&E-mail Settings"), "", "e-mail"},
+    {"ID_KeepOnTaskbarMenu", QT_TRANSLATE_NOOP("qm::Commands", "&Keep On Taskbar"),
+     QT_TRANSLATE_NOOP("qm::Commands", "Minimize And Keep On Taskbar"), "tray"},
+    {"ID_HelpMenu", QT_TRANSLATE_NOOP("qm::Commands", "&Help"), "", ""},
+    {"ID_ContentsMenu", QT_TRANSLATE_NOOP("qm::Commands", "&Contents"), "", "contents"},
+    {"ID_AboutQuillmarkReportsMenu", QT_TRANSLATE_NOOP("qm::Commands", "About Quillmark Report Generator"), "", "about"},
+    {"ID_HelpButton", QT_TRANSLATE_NOOP("qm::Commands", "Help Button"), QT_TRANSLATE_NOOP("qm::Commands", "Help"), "help"},
+    {"ID_RightClick", QT_TRANSLATE_NOOP("qm::Commands", "RightClick"), "", ""},
+    {"ID_TaskBar", QT_TRANSLATE_NOOP("qm::Commands", "TaskBar"), "", ""},
+    {"ID_RtClickDragDropMenu", QT_TRANSLATE_NOOP("qm::Commands", "RtClickDragDropMenu"),
+     QT_TRANSLATE_NOOP("qm::Commands", "RtClickDragDrop"), ""},
 };
 
 constexpr const char *kSystem[]{"ID_NewMenu", "ID_Modify", "ID_Delete", "", "ID_Generate", "", "ID_ExitMenu"};

@@ -11,7 +11,7 @@ namespace qm {
 struct ToolDefinition
 {
     const char *id;
-    const char *caption; ///< "&" before the access letter
+    const char *caption; ///< "&" before the access letter; source text in the context of Commands, as is the tip
     const char *tip;     ///< empty: none
     const char *icon;    ///< picture name; empty: none
 };

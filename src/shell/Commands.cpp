@@ -63,13 +63,13 @@ void Commands::makeTools()
         const QString id = QString::fromLatin1(definition.id);
         QMenu *menu = m_menus.value(id);
         QAction *action = menu ? menu->menuAction() : new QAction(this);
-        action->setText(QString::fromLatin1(definition.caption));
+        action->setText(tr(definition.caption));
         action->setObjectName(id);
         action->setMenuRole(QAction::NoRole);
         m_tools.insert(id, action);
         if (menu)
             continue;
-        action->setToolTip(QString::fromLatin1(definition.tip));
+        action->setToolTip(*definition.tip ? tr(definition.tip) : QString());
         action->setStatusTip(withoutMnemonic(action->text()));
         action->setEnabled(false);
         if (*definition.icon)

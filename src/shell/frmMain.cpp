@@ -59,7 +59,7 @@ frmMain::frmMain(MainWindowServices services)
       m_loader(m_services.globals, m_services.errors, m_services.readers, m_services.getInstallPath)
 {
     setObjectName(QStringLiteral("frmMain"));
-    setWindowTitle(QStringLiteral("Quillmark SQL Report Generator V8.0 SP4"));
+    setWindowTitle(tr("Quillmark SQL Report Generator V8.0 SP4"));
     setWindowIcon(icons::applicationIcon());
     layout()->setSizeConstraint(QLayout::SetNoConstraint);
     resize(kFirstSize);

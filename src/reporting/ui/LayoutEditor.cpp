@@ -101,6 +101,7 @@ QWidget *LayoutEditor::buildColumns()
     m_table->setItemDelegateForColumn(LayoutColumnModel::Align, new ChoiceDelegate(alignmentWords(), false, m_table));
     m_table->setItemDelegateForColumn(LayoutColumnModel::Format, new ChoiceDelegate(columnFormats(), true, m_table));
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setTabKeyNavigation(false); // Tab leads out of the table
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->setColumnWidth(LayoutColumnModel::Field, 150);
@@ -195,6 +196,7 @@ QWidget *LayoutEditor::buildTotals()
 {
     auto page = new QWidget;
     m_groups = new QTableWidget(0, 3, page);
+    m_groups->setTabKeyNavigation(false);
     m_groups->setObjectName(QStringLiteral("layoutGroups"));
     m_groups->setAccessibleName(tr("Groups"));
     m_groups->setHorizontalHeaderLabels({tr("Group by column"), tr("New page"), tr("Subtotals")});

@@ -187,6 +187,7 @@ ParameterTable::ParameterTable(QWidget *parent) : QWidget(parent), m_model(new P
     m_table->setAccessibleName(tr("Parameters"));
     m_table->setItemDelegateForColumn(ParameterModel::Type, new ChoiceDelegate(parameterTypeWords(), false, m_table));
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setTabKeyNavigation(false); // Tab leads out of the table
     m_table->setEditTriggers(QAbstractItemView::AllEditTriggers);
     m_table->verticalHeader()->hide();
     m_table->horizontalHeader()->setStretchLastSection(true);

@@ -40,6 +40,7 @@ QScrollArea *scrolled(QWidget *page)
     area->setWidget(page);
     area->setWidgetResizable(true);
     area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus); // its fields take the focus
     return area;
 }
 

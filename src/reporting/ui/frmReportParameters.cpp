@@ -60,6 +60,7 @@ frmReportParameters::frmReportParameters(const Query &query, const QMap<QString,
     scroll->setWidget(fields);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setFocusPolicy(Qt::NoFocus); // its fields take the focus
     scroll->setMinimumSize(540, std::min(fields->sizeHint().height() + 56, 520));
 
     auto buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);

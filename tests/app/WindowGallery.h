@@ -1,0 +1,177 @@
+/// \file
+/// Every window of the program, one after the other, as the operator meets it.
+#pragma once
+
+#include "datasources/ConnectionTester.h"
+#include "datasources/frmAddNewDataSource.h"
+#include "datasources/frmDataSource.h"
+#include "email/frmEmailSettings.h"
+#include "help/HelpFile.h"
+#include "help/frmHelp.h"
+#include "reporting/ui/frmQueryEditor.h"
+#include "reporting/ui/frmReportDone.h"
+#include "reporting/ui/frmReportParameters.h"
+#include "reporting/ui/frmReportProgress.h"
+#include "reporting/ui/frmReportViewer.h"
+#include "reporting_ui/ReportingFixture.h"
+#include "scheduler/frmScheduledReport.h"
+#include "shell/ShellHarness.h"
+#include "shell/frmAbout.h"
+#include "shell/frmSplash.h"
+
+#include <QMenu>
+#include <QTabWidget>
+
+#include <atomic>
+
+namespace qm::test {
+
+/// Opens the windows on a temporary installation with one query, one scheduled report and one data source.
+class WindowGallery
+{
+public:
+    /// Called for each window while it is shown, with a name for messages ("frmQueryEditor, Layout").
+    using Visit = std::function<void(const QString &name, QWidget &window)>;
+
+    explicit WindowGallery(Visit visit) : m_visit(std::move(visit)) {}
+
+    void showMainWindow()
+    {
+        ShellHarness shell;
+        const QString group = shell.installation.group(QStringLiteral("Server"), QStringLiteral("Daily")) + kSep;
+        const QString query = shell.installation.write(group + QStringLiteral("Logons.rqn"), queryFile(QStringLiteral("Logons")));
+        shell.start();
+        shell.globals.gcolJobs->push_back(
+            std::make_shared<ScheduledReportJob>(ScheduledReportJob{QStringLiteral("Morning"), query, {QDate(2030, 1, 1), 25'200}, 1, 1}));
+        shell.window->schedule().jobs().PopulateJobs();
+        shell.window->catalogue().selection().selectNode(
+            shell.selection().tree().find(QStringLiteral("G/Server Operating System Logs/Daily")));
+        shell.window->catalogue().refreshSelectedNode();
+        shell.selection().selectRow(0);
+        visit(QStringLiteral("frmMain"), *shell.window);
+        for (const char *menu : {"ID_System", "ID_Options", "ID_HelpMenu", "ID_RightClick"})
+            visit(QString::fromLatin1(menu), *shell.window->commands().menu(QString::fromLatin1(menu)));
+        frmAbout about(shell.installation.path(), nullptr);
+        about.setAttribute(Qt::WA_DeleteOnClose, false);
+        visit(QStringLiteral("frmAbout"), about);
+        frmSplash splash(shell.errors, shell.prompts, {[] {}, [] {}, [] {}});
+        visit(QStringLiteral("frmSplash"), splash);
+    }
+
+    void showSettings()
+    {
+        struct : ConnectionTester
+        {
+            void testConnection(const QString &) override {}
+        } tester;
+        TempInstallation installation;
+        Globals globals;
+        globals.gstrInstallPath = installation.path();
+        ScriptedPrompts prompts;
+        ErrorReporter errors(prompts);
+        HelpFile help;
+        auto source = std::make_shared<QMKDataSource>();
+        source->DatasourceName = QStringLiteral("MSSQL::Payroll.dsf");
+        auto server = std::make_shared<QMMDSMSSql>();
+        server->ServerName = QStringLiteral("sql1");
+        server->ConnectionType = 1;
+        source->Info = server;
+        globals.gdicDataSources.Add(source->DatasourceName, source);
+        TomlDataSourceFileReader reader;
+        frmAddNewDataSource addDialog(globals, errors, prompts);
+        frmDataSource sources({globals, reader, tester, errors, prompts, help, addDialog});
+        QTimer::singleShot(0, &sources, [&] {
+            visitOpen(QStringLiteral("frmDataSource"), sources);
+            sources.close();
+        });
+        sources.showModal();
+        QTimer::singleShot(0, &addDialog, [&] {
+            visitOpen(QStringLiteral("frmAddNewDataSource"), addDialog);
+            addDialog.close();
+        });
+        addDialog.showModal();
+        frmEmailSettings email(
+            globals, [] { return std::make_unique<TomlEmailConfigReader>(); }, errors, prompts, help);
+        visit(QStringLiteral("frmEmailSettings"), email);
+        frmScheduledReport job(globals, errors, prompts, help);
+        job.StartDateString = QStringLiteral("11/21/2026");
+        job.StartTimeString = QStringLiteral("10:00:00");
+        job.FrequencyString = QStringLiteral("Daily");
+        QTimer::singleShot(0, &job, [&] {
+            visitOpen(QStringLiteral("frmScheduledReport"), job);
+            job.cmdDlgSchCancel_Click();
+        });
+        job.showModal();
+    }
+
+    void showReporting()
+    {
+        ReportingFixture reporting;
+        const QByteArray sql = "SELECT * FROM events WHERE computer LIKE :computer AND time_generated >= :date_from";
+        const QString file = reporting.query(QStringLiteral("Events"), sql,
+                                             "[period]\nrange = \"all time\"\n[[parameter]]\nname = \"computer\"\ndefault = \"%\"\n"
+                                             "[output]\ntype = \"email\"\nformat = \"csv\"\n[output.email]\nto = [\"a@example.org\"]\n");
+        {
+            frmQueryEditor editor(reporting.services, file, nullptr);
+            editor.show();
+            auto *pages = editor.findChild<QTabWidget *>(QStringLiteral("pages"));
+            for (int page = 0; page < pages->count(); ++page) {
+                pages->setCurrentIndex(page);
+                visit(QStringLiteral("frmQueryEditor, %1").arg(page), editor);
+            }
+        }
+        const Query query = *reporting.engine.readQuery(file);
+        frmReportParameters parameters(query, {}, reporting.clock, nullptr);
+        visit(QStringLiteral("frmReportParameters"), parameters);
+        const std::atomic<std::int64_t> rows{1234};
+        frmReportProgress progress(QStringLiteral("Events"), rows, nullptr);
+        visit(QStringLiteral("frmReportProgress"), progress);
+        auto *done = new frmReportDone(QStringLiteral("Events"), file, 3, 4096, {}); // deletes itself
+        visit(QStringLiteral("frmReportDone"), *done);
+        reporting.interface->GenerateReport(reporting.query(QStringLiteral("Screen"), "SELECT * FROM events"), 0, true, false);
+        auto *viewer = ReportingFixture::window<frmReportViewer>("frmReportViewer");
+        QVERIFY(viewer);
+        visit(QStringLiteral("frmReportViewer"), *viewer);
+        reporting.desk.closeViewers();
+    }
+
+    void showHelp()
+    {
+        HelpFile help;
+        help.setPath(qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/Report Generator.chm"));
+        help.showContext(26);
+        auto *tabs = help.window()->findChild<QTabWidget *>();
+        for (int tab = 0; tab < tabs->count(); ++tab) {
+            tabs->setCurrentIndex(tab);
+            visitOpen(QStringLiteral("frmHelp, %1").arg(tab), *help.window());
+        }
+    }
+
+    void showAll()
+    {
+        showMainWindow();
+        showSettings();
+        showReporting();
+        showHelp();
+    }
+
+private:
+    void visit(const QString &name, QWidget &window)
+    {
+        window.show();
+        visitOpen(name, window);
+        window.close();
+    }
+    void visitOpen(const QString &name, QWidget &window)
+    {
+        QVERIFY2(QTest::qWaitForWindowExposed(&window), qPrintable(name));
+        window.activateWindow();
+        if (window.windowType() != Qt::Popup)
+            static_cast<void>(QTest::qWaitForWindowActive(&window, 300)); // some windows leave the focus where it is
+        m_visit(name, window);
+    }
+
+    Visit m_visit;
+};
+
+} // namespace qm::test
