@@ -60,6 +60,25 @@ private Q_SLOTS:
         QCOMPARE(page.problem(), QString());
     }
 
+    void recipients_are_told_apart()
+    {
+        OutputPage page(m_clock, m_home);
+        Query query;
+        query.OutputSettings.OutputType = static_cast<int>(OutputKind::Email);
+        query.OutputSettings.email.to = QStringList{QStringLiteral("Smith, Bob <bob@x.org>"), QStringLiteral("a@x.org")};
+        page.show(query);
+        QCOMPARE(page.problem(), QString());
+        Query stored = query;
+        page.store(stored);
+        QCOMPARE(stored.OutputSettings.email.to, query.OutputSettings.email.to);
+        type(page, "mailTo", QStringLiteral("a@x.org,b@x.org ;; \"Who; me, @all\" <c@x.org>,"));
+        page.store(stored);
+        QCOMPARE(stored.OutputSettings.email.to,
+                 (QStringList{QStringLiteral("a@x.org"), QStringLiteral("b@x.org"), QStringLiteral("\"Who; me, @all\" <c@x.org>")}));
+        type(page, "mailTo", QStringLiteral("\"a@x.org"));
+        QVERIFY(!page.problem().isEmpty());
+    }
+
     void printers_are_offered_and_a_foreign_name_is_kept()
     {
         const PrintServer server;
@@ -75,11 +94,14 @@ private Q_SLOTS:
         auto *name = page.findChild<QComboBox *>(QStringLiteral("printerName"));
         QTRY_COMPARE_WITH_TIMEOUT(name->count(), 4, 10'000); // the default one, and the server's three
         QVERIFY(name->lineEdit()->placeholderText().contains(QStringLiteral("good")));
+        auto *hint = page.findChild<QLabel *>(QStringLiteral("printerHint"));
+        QCOMPARE(hint->text(), QStringLiteral("This computer has no printer of that name."));
         page.store(query);
         QCOMPARE(query.OutputSettings.printer.name, QStringLiteral("third floor"));
         QCOMPARE(query.OutputSettings.printer.copies, 3);
         QSignalSpy changed(&page, &OutputPage::changed);
         name->setCurrentIndex(name->findText(QStringLiteral("good")));
+        QVERIFY2(hint->text().startsWith(QStringLiteral("Page size")), qPrintable(hint->text()));
         page.findChild<QSpinBox *>(QStringLiteral("printerCopies"))->setValue(2);
         QVERIFY(changed.size() >= 2);
         page.store(query);

@@ -154,6 +154,46 @@ private Q_SLOTS:
         QVERIFY(!files::fileExists(s.file()));
     }
 
+    void the_file_is_private_and_a_value_typed_back_is_still_a_change()
+    {
+        Session s;
+        auto form = s.open();
+        Session::type(*form, "txtSmtpPassword", QStringLiteral("x"));
+        Session::type(*form, "txtSmtpPassword", QString());
+        s.prompts.answers.push_back(box::idYes);
+        Session::press(*form, "cmdCancel");
+        QCOMPARE(s.prompts.shown.back().text,
+                 QStringLiteral("You have made changes to the email settings.Do you wish to save your settings?"));
+        QCOMPARE(s.prompts.shown.back().style, box::yesNo);
+        QVERIFY(!form->isVisible());
+        const QFile::Permissions others = QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+        QVERIFY(files::fileExists(s.file()));
+        QVERIFY(!(QFile::permissions(s.file()) & others));
+        // A file that was open to all is closed by the next saving.
+        QVERIFY(QFile::setPermissions(s.file(), QFile::permissions(s.file()) | QFile::ReadOther));
+        form = s.open();
+        Session::type(*form, "txtSmtpServer", QStringLiteral("other"));
+        Session::press(*form, "cmdOK");
+        QVERIFY(!(QFile::permissions(s.file()) & others));
+    }
+
+    void a_file_that_cannot_be_written_is_told_and_the_form_stays_open()
+    {
+        Session s;
+        auto form = s.open();
+        QVERIFY(QDir(s.folder.filePath(QStringLiteral("Config"))).removeRecursively());
+        Session::type(*form, "txtSmtpPort", QStringLiteral("587"));
+        Session::press(*form, "cmdOK");
+        QVERIFY(form->isVisible());
+        QVERIFY2(s.prompts.shown.back().text.contains(QStringLiteral("cmdOK_Click")) &&
+                     s.prompts.shown.back().text.contains(QStringLiteral("frmEmailSettings.frm")),
+                 qPrintable(s.prompts.shown.back().text));
+        QCOMPARE(s.globals.gudoEmailSettings->SmtpPort, 587);
+        s.globals.gstrInstallPath.clear();
+        Session::press(*form, "cmdOK");
+        QVERIFY(s.prompts.shown.back().text.contains(QStringLiteral("installation folder is not known")));
+    }
+
     void a_record_is_made_on_first_use_and_help_opens_at_its_page()
     {
         Session s;

@@ -137,12 +137,12 @@ MailOutcome MailDelivery::send(const QStringList &files, const ReportHead &head,
     return sendMail(m_server, m_envelope, [&limits] { return limits.reached(); });
 }
 
-std::vector<LedgerDelivery> MailDelivery::pending(const QString &whenUtc) const
+std::vector<LedgerDelivery> pendingDeliveries(const MailEnvelope &envelope, const QString &whenUtc)
 {
     std::vector<RecipientResult> results;
-    for (const QByteArray &recipient : m_envelope.recipients)
+    for (const QByteArray &recipient : envelope.recipients)
         results.push_back({QString::fromUtf8(recipient), RecipientState::Unknown, QStringLiteral("It was being sent.")});
-    return ledgerDeliveries(results, m_envelope.from, whenUtc);
+    return ledgerDeliveries(results, envelope.from, whenUtc);
 }
 
 std::vector<LedgerDelivery> ledgerDeliveries(const std::vector<RecipientResult> &results, const QByteArray &sender, const QString &whenUtc)

@@ -23,15 +23,13 @@ public:
     MailDelivery(const QString &installPath, const Query &query, const RunFacts &facts);
 
     /// Sends \p files, the report first; an HTML report is shown in the message too.
-    /// The message is written beside the report as messageFile(). \throws RuntimeError as writeMailMessage, and as RunLimits::check.
+    /// The message is written beside the report, as the envelope's messageFile. \throws RuntimeError as writeMailMessage, and as
+    /// RunLimits::check.
     [[nodiscard]] MailOutcome send(const QStringList &files, const ReportHead &head, const ReportTail &tail, const QDateTime &date,
                                    const RunLimits &limits);
 
-    [[nodiscard]] const QString &messageFile() const { return m_envelope.messageFile; }
-    [[nodiscard]] const QByteArray &sender() const { return m_envelope.from; }
     [[nodiscard]] const SmtpServer &server() const { return m_server; }
-    /// What the ledger holds while the message is on its way: should the program die, nobody knows what became of it.
-    [[nodiscard]] std::vector<LedgerDelivery> pending(const QString &whenUtc) const;
+    [[nodiscard]] const MailEnvelope &envelope() const { return m_envelope; }
 
 private:
     [[nodiscard]] EmailSettings readServer(const QString &installPath);
@@ -50,6 +48,8 @@ private:
 /// The ledger's rows for \p results.
 [[nodiscard]] std::vector<LedgerDelivery> ledgerDeliveries(const std::vector<RecipientResult> &results, const QByteArray &sender,
                                                            const QString &whenUtc);
+/// What the ledger holds while a message is on its way: should the program die, nobody knows what became of it.
+[[nodiscard]] std::vector<LedgerDelivery> pendingDeliveries(const MailEnvelope &envelope, const QString &whenUtc);
 /// "sent to a@example.org, b@example.org".
 [[nodiscard]] QString deliveredText(const std::vector<RecipientResult> &results);
 /// Who has got the message, who not and why, in words; empty when all have.

@@ -9,6 +9,8 @@
 #include "reporting/engine/Period.h"
 #include "reporting/engine/ReportEngine.h"
 
+#include <QLockFile>
+
 namespace qm {
 
 namespace {
@@ -46,6 +48,10 @@ QString ReportEngine::resend(std::int64_t id, const std::shared_ptr<CancelFlag> 
         *TomlEmailConfigReader().ReadEmailSettings(m_services.installPath + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg")));
     if (!server.problem.isEmpty())
         failReport(server.problem);
+    QLockFile alone(envelope.messageFile + QStringLiteral(".lock"));
+    if (!alone.tryLock())
+        failReport(QStringLiteral("The e-mail of run %1 is being sent again by another process.").arg(id));
+    ledger.recordDeliveries(id, pendingDeliveries(envelope, utcText(m_services.clock.now())));
     const RunLimits limits(cancel, std::chrono::seconds(0));
     const MailOutcome outcome = sendMail(server, envelope, [&limits] { return limits.reached(); });
     const QString now = utcText(m_services.clock.now());

@@ -64,13 +64,13 @@ void ReportRun::mail(RowSource &source, const RowSample &sample, const ReportPla
     if (files::fileExists(made.path + QStringLiteral(".txt")))
         attached << made.path + QStringLiteral(".txt");
     tellStage(RunStage::Sending);
-    m_ledger.recordDeliveries(m_entry.id, m_mail->pending(utcText(m_services.clock.now())));
+    m_ledger.recordDeliveries(m_entry.id, pendingDeliveries(m_mail->envelope(), utcText(m_services.clock.now())));
     endMail(m_mail->send(attached, plan.head, m_tail, localTime(m_services.clock), m_limits));
 }
 
 void ReportRun::endMail(const MailOutcome &outcome)
 {
-    m_ledger.recordDeliveries(m_entry.id, ledgerDeliveries(outcome.recipients, m_mail->sender(), utcText(m_services.clock.now())));
+    m_ledger.recordDeliveries(m_entry.id, ledgerDeliveries(outcome.recipients, m_mail->envelope().from, utcText(m_services.clock.now())));
     if (!outcome.wasEncrypted)
         addNote(QStringLiteral("Sent without TLS: the mail server %1 offers none.").arg(m_mail->server().host));
     const QString undelivered = undeliveredText(outcome.recipients);
@@ -78,8 +78,10 @@ void ReportRun::endMail(const MailOutcome &outcome)
         m_result.delivered = deliveredText(outcome.recipients);
         return;
     }
+    if (m_limits.isCancelled())
+        m_limits.check();
+    const QString notKept = keepForResending(m_mail->envelope().messageFile, m_services.installPath, m_entry.id);
     m_limits.check();
-    const QString notKept = keepForResending(m_mail->messageFile(), m_services.installPath, m_entry.id);
     failReport(undelivered +
                (notKept.isEmpty()
                     ? QStringLiteral(" The message is kept: quillmark-report --resend %1 sends it to those who lack it.").arg(m_entry.id)

@@ -28,14 +28,23 @@ namespace {
 
 const QString kDefaultPattern = QStringLiteral("{description} {date}.{format}");
 
+/// What \p edit holds, separated by ";" or by "," after an address: a name may hold a comma of its own ("Smith, Bob <bob@example.org>").
 QStringList addresses(const QLineEdit *edit)
 {
     QStringList found;
-    static const QRegularExpression separators(QStringLiteral("[;,]"));
-    for (const QString &address : edit->text().split(separators))
+    QString address;
+    bool isQuoted = false;
+    for (const QChar c : edit->text() + u';') {
+        isQuoted = isQuoted != (c == u'"');
+        if (isQuoted || !(c == u';' || (c == u',' && address.contains(u'@')))) {
+            address += c;
+            continue;
+        }
         if (!address.trimmed().isEmpty())
             found << address.trimmed();
-    return found;
+        address.clear();
+    }
+    return address.trimmed().isEmpty() ? found : found << address.trimmed();
 }
 
 } // namespace

@@ -9,6 +9,8 @@
 #include <QSignalBlocker>
 #include <QSpinBox>
 
+#include <algorithm>
+
 namespace qm {
 
 namespace {
@@ -35,7 +37,10 @@ PrinterChoice::PrinterChoice(QWidget *parent)
     form->addRow(tr("Name:"), m_name);
     form->addRow(tr("Copies:"), m_copies);
     form->addRow(QString(), m_hint);
-    connect(m_name, &QComboBox::editTextChanged, this, &PrinterChoice::changed);
+    connect(m_name, &QComboBox::editTextChanged, this, [this] {
+        refreshHint();
+        Q_EMIT changed();
+    });
     connect(m_copies, &QSpinBox::valueChanged, this, &PrinterChoice::changed);
 }
 
@@ -81,13 +86,26 @@ void PrinterChoice::showQueues()
     }
     if (!usual.isEmpty())
         m_name->lineEdit()->setPlaceholderText(tr("the default printer (%1)").arg(usual));
+    m_isKnown = true;
+    refreshHint();
+}
+
+void PrinterChoice::refreshHint()
+{
+    if (!m_isKnown)
+        return;
+    const QString name = printer().name;
+    const auto &queues = m_found->queues;
+    const bool isHere = std::any_of(queues.begin(), queues.end(),
+                                    [&](const PrintQueue &queue) { return name.isEmpty() ? queue.isDefault : queue.name == name; });
     if (!m_found->problem.isEmpty())
         m_hint->setText(m_found->problem);
-    else if (m_found->queues.empty())
+    else if (isHere)
+        m_hint->setText(tr("Page size and orientation are those of the layout."));
+    else if (queues.empty())
         m_hint->setText(tr("This computer has no printers."));
     else
-        m_hint->setText(usual.isEmpty() ? tr("There is no default printer; choose one.")
-                                        : tr("Page size and orientation are those of the layout."));
+        m_hint->setText(name.isEmpty() ? tr("There is no default printer; choose one.") : tr("This computer has no printer of that name."));
 }
 
 } // namespace qm

@@ -37,7 +37,9 @@ protected:
 
 private:
     void showQueues();
+    void refreshHint();
 
+    bool m_isKnown = false; ///< whether the printers are known
     QComboBox *m_name;
     QSpinBox *m_copies;
     QLabel *m_hint;
