@@ -116,6 +116,7 @@ public:
                                     .isProducingRows = [this] { return producingRows; },
                                     .closeViewers = [this] { ++viewersClosed; },
                                     .endProgram = [this] { ++programEnds; },
+                                    .connectionTester = connectionTester,
                                     .stateFile = stateFile};
         window = std::make_unique<frmMain>(services);
         window->Form_Load();
@@ -163,6 +164,7 @@ public:
     HelpFile help;
     SilentJournal journal;
     std::unique_ptr<JobConfigReader> jobReader;
+    ConnectionTester *connectionTester = nullptr; ///< null: data sources cannot be edited
     bool producingRows = false;
     int viewersClosed = 0, programEnds = 0;
     QString stateFile;

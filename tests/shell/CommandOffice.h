@@ -1,0 +1,102 @@
+/// \file
+/// The main window at work, and the operator's hands.
+#pragma once
+
+#include "ShellHarness.h"
+
+#include "catalogue/CatalogueKeys.h"
+#include "datasources/ConnectionTester.h"
+#include "platform/Files.h"
+#include "scheduler/ScheduleTableView.h"
+
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTimer>
+#include <QToolBar>
+
+namespace qm::test {
+
+/// A tester that is always content.
+struct ContentTester final : ConnectionTester
+{
+    void testConnection(const QString &) override {}
+};
+
+/// Server: Daily (Locks, Logons), Weekly (empty); an empty schedule; data sources can be edited.
+struct CommandOffice : ShellHarness
+{
+    CommandOffice()
+    {
+        connectionTester = &tester;
+        daily = installation.group(QStringLiteral("Server"), QStringLiteral("Daily")) + kSep;
+        weekly = installation.group(QStringLiteral("Server"), QStringLiteral("Weekly")) + kSep;
+        locks = installation.write(daily + QStringLiteral("Locks.rqn"), queryFile(QStringLiteral("Locks")));
+        logons = installation.write(daily + QStringLiteral("Logons.rqn"), queryFile(QStringLiteral("Logons")));
+        start();
+        show();
+        tree().setAnimated(false); // clicks meet the nodes where they end up
+    }
+
+    void clickNode(const QString &key, Qt::MouseButton button = Qt::LeftButton) const
+    {
+        const QModelIndex index = selection().tree().find(key);
+        QVERIFY2(index.isValid(), qPrintable(key));
+        tree().expand(index.parent());
+        QTest::mouseClick(tree().viewport(), button, {}, tree().visualRect(index).center());
+    }
+    void clickPackage() const { clickNode(packageKey(package)); }
+    void clickGroup(const QString &name) const { clickNode(groupKey(package, name)); }
+    [[nodiscard]] QPoint rowPoint(int row) const { return list().visualRect(list().model()->index(row, 0)).center(); }
+    void clickRow(int row, Qt::MouseButton button = Qt::LeftButton) const
+    {
+        QTest::mouseClick(list().viewport(), button, {}, rowPoint(row));
+    }
+    void clickQuery(const QString &text) const
+    {
+        clickGroup(QStringLiteral("Daily"));
+        clickRow(static_cast<int>(listed().indexOf(text)));
+    }
+    [[nodiscard]] ScheduleTableView &schedule() const { return window->schedule().dtblScheduleTable(); }
+    void clickJob(int row) const
+    {
+        QTest::mouseClick(schedule().viewport(), Qt::LeftButton, {}, schedule().visualRect(schedule().model()->index(row, 3)).center());
+    }
+    void addJob(const QString &description, const QString &file)
+    {
+        globals.gcolJobs->push_back(
+            std::make_shared<ScheduledReportJob>(ScheduledReportJob{description, file, {QDate(2030, 1, 1), 25'200}, 1, 1}));
+        window->schedule().jobs().PopulateJobs();
+    }
+    [[nodiscard]] bool exists(const QString &path) const { return files::entryExists(path); }
+
+    /// Runs \p act on the next modal dialog once it is open.
+    void whenDialogOpens(std::function<void(QWidget &dialog)> act) const
+    {
+        auto *poll = new QTimer(window.get());
+        poll->setInterval(10);
+        QObject::connect(poll, &QTimer::timeout, window.get(), [poll, act = std::move(act)] {
+            QWidget *dialog = QApplication::activeModalWidget();
+            if (!dialog)
+                return;
+            poll->deleteLater();
+            static_cast<void>(QTest::qWaitForWindowActive(dialog, 1000));
+            act(*dialog);
+        });
+        poll->start();
+    }
+    template <class Control>
+    static Control &in(QWidget &dialog, const char *name)
+    {
+        auto *found = dialog.findChild<Control *>(QString::fromLatin1(name));
+        if (!found)
+            qFatal("the dialog has no %s", name);
+        return *found;
+    }
+
+    ContentTester tester;
+    QString package = QStringLiteral("Server Operating System Logs");
+    QString daily, weekly, locks, logons;
+};
+
+} // namespace qm::test

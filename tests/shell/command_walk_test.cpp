@@ -1,0 +1,386 @@
+// Every command through the real window, from each place where it stands: by the mouse from the menu bar, the button bar and the pop-up
+// menu, and by keys. What counts is what it did on disk, in the schedule or to the windows.
+
+#include "CommandOffice.h"
+
+#include "help/HelpText.h"
+#include "help/frmHelp.h"
+#include "shell/CommandTable.h"
+#include "shell/frmAbout.h"
+
+#include <QComboBox>
+#include <QPushButton>
+
+using namespace qm;
+using namespace qm::test;
+
+namespace {
+
+enum class Way { Menu, Button, PopUp, Key };
+
+struct Errand
+{
+    const char *id;
+    std::function<void(CommandOffice &)> select; ///< brings the window into the state where the command makes sense
+    std::function<void(CommandOffice &)> check;
+    QKeyCombination keys{Qt::Key_unknown}; ///< the command's key, if it has one, pressed where the focus is
+};
+
+bool stands(std::span<const char *const> items, const char *id)
+{
+    return std::any_of(items.begin(), items.end(), [id](const char *item) { return qstrcmp(item, id) == 0; });
+}
+
+std::span<const char *const> itemsOf(const char *menu)
+{
+    for (const MenuDefinition &definition : menuDefinitions())
+        if (qstrcmp(definition.id, menu) == 0)
+            return definition.items;
+    return {};
+}
+
+/// The menus to open one after the other, from the menu \p top to the one that holds \p id; empty: it is not below \p top.
+QStringList pathBelow(const char *top, const char *id)
+{
+    if (stands(itemsOf(top), id))
+        return {QString::fromLatin1(top)};
+    for (const char *item : itemsOf(top))
+        if (const QStringList rest = *item ? pathBelow(item, id) : QStringList(); !rest.isEmpty())
+            return QStringList(QString::fromLatin1(top)) + rest;
+    return {};
+}
+
+QStringList menuPath(const char *id)
+{
+    for (const char *top : menuBarItems())
+        if (const QStringList path = pathBelow(top, id); !path.isEmpty())
+            return path;
+    return {};
+}
+
+void clickItem(QMenu &menu, QAction &action)
+{
+    QTRY_VERIFY(menu.isVisible());
+    QTest::mouseMove(&menu, menu.actionGeometry(&action).center());
+    QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(&action).center());
+}
+
+/// Clicks down \p path, whose first menu is open, to the command.
+void clickDown(const CommandOffice &office, const QStringList &path, const char *id)
+{
+    for (qsizetype i = 0; i < path.size(); ++i) {
+        QMenu &menu = *office.window->commands().menu(path.at(i));
+        clickItem(menu, i + 1 < path.size() ? *office.window->commands().menu(path.at(i + 1))->menuAction() : office.tool(id));
+    }
+}
+
+void choose(CommandOffice &office, const Errand &errand, Way way)
+{
+    QVERIFY2(office.tool(errand.id).isEnabled(), errand.id);
+    if (way == Way::Menu) {
+        const QStringList path = menuPath(errand.id);
+        QMenuBar &bar = *office.window->menuBar();
+        const QAction *top = office.window->commands().menu(path.first())->menuAction();
+        QTest::mouseClick(&bar, Qt::LeftButton, {}, bar.actionGeometry(const_cast<QAction *>(top)).center());
+        clickDown(office, path, errand.id);
+    } else if (way == Way::Button) {
+        auto *bar = office.window->findChild<QToolBar *>(QStringLiteral("sstbrReportsMenuToolbar"));
+        QTest::mouseClick(bar->widgetForAction(&office.tool(errand.id)), Qt::LeftButton);
+    } else if (way == Way::PopUp) {
+        // Where the selection is: on the selected row, else on the selected node.
+        if (const int row = office.selection().rowIndex(); row >= 0)
+            office.clickRow(row, Qt::RightButton);
+        else
+            office.clickNode(office.selection().nodeKey(), Qt::RightButton);
+        clickDown(office, pathBelow("ID_RightClick", errand.id), errand.id);
+    } else {
+        QTest::keyClick(QApplication::focusWidget(), errand.keys.key(), errand.keys.keyboardModifiers());
+    }
+}
+
+QLineEdit *labelEditor(const QAbstractItemView &view)
+{
+    return view.findChild<QLineEdit *>();
+}
+
+/// Copies or cuts "Locks" with the real command and selects the group to paste into.
+void pickUpLocks(CommandOffice &office, const char *id)
+{
+    office.clickQuery(QStringLiteral("Locks"));
+    office.tool(id).trigger();
+    office.clickGroup(QStringLiteral("Weekly"));
+}
+
+std::vector<Errand> filesErrands()
+{
+    return {
+        {"ID_ReportGroup", [](CommandOffice &office) { office.clickPackage(); },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(office.exists(office.installation.packagePath(QStringLiteral("Server")) +
+                                       QStringLiteral("Query Groups/New Report Group")));
+         }},
+        {"ID_ReportQuery",
+         [](CommandOffice &office) {
+             office.clickGroup(QStringLiteral("Weekly"));
+             office.components.onEdit = [&office](const QString &target) {
+                 office.installation.write(target + QStringLiteral("new.rqn"), queryFile(QStringLiteral("Night work")));
+             };
+         },
+         [](CommandOffice &office) { QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Night work.rqn"))); }},
+        {"ID_Modify",
+         [](CommandOffice &office) {
+             office.clickQuery(QStringLiteral("Locks"));
+             office.components.onEdit = [&office](const QString &target) {
+                 office.installation.write(target, queryFile(QStringLiteral("Edited")));
+             };
+         },
+         [](CommandOffice &office) { QTRY_VERIFY(office.listed().contains(QStringLiteral("Edited"))); }, Qt::Key_Return},
+        {"ID_Delete",
+         [](CommandOffice &office) {
+             office.clickQuery(QStringLiteral("Logons"));
+             office.prompts.answers = {box::idYes};
+         },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(!office.exists(office.logons));
+             QVERIFY(office.exists(office.locks));
+         },
+         Qt::Key_Delete},
+        {"ID_Rename", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Locks")); },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(labelEditor(office.list()) && labelEditor(office.list())->hasFocus());
+             QTest::keyClicks(labelEditor(office.list()), QStringLiteral("Locked out"));
+             QTest::keyClick(labelEditor(office.list()), Qt::Key_Return);
+             QTRY_VERIFY(office.exists(office.daily + QStringLiteral("Locked out.rqn")));
+             QVERIFY(!office.exists(office.locks));
+         },
+         Qt::Key_F2},
+        {"ID_SaveAs",
+         [](CommandOffice &office) {
+             office.clickQuery(QStringLiteral("Locks"));
+             office.prompts.files = {office.weekly + QStringLiteral("Moved.rqn")};
+         },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Moved.rqn")));
+             QVERIFY(!office.exists(office.locks));
+         }},
+        {"ID_Cut", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Locks")); },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(office.tool("ID_Paste").isEnabled());
+             office.clickGroup(QStringLiteral("Weekly"));
+             office.tool("ID_Paste").trigger();
+             QVERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")) && !office.exists(office.locks));
+         },
+         Qt::CTRL | Qt::Key_X},
+        {"ID_Copy", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Locks")); },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(office.tool("ID_Paste").isEnabled());
+             office.clickGroup(QStringLiteral("Weekly"));
+             office.tool("ID_Paste").trigger();
+             QVERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")) && office.exists(office.locks));
+         },
+         Qt::CTRL | Qt::Key_C},
+        {"ID_Paste", [](CommandOffice &office) { pickUpLocks(office, "ID_Copy"); },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+             QVERIFY(!office.tool("ID_Paste").isEnabled());
+         },
+         Qt::CTRL | Qt::Key_V},
+    };
+}
+
+std::vector<Errand> windowErrands()
+{
+    const auto showsHelp = [](CommandOffice &office) {
+        QTRY_VERIFY(office.help.window() && office.help.window()->isVisible());
+        QCOMPARE(office.help.window()->findChild<HelpText *>()->page(), QStringLiteral("window.html"));
+    };
+    const auto anywhere = [](CommandOffice &office) { office.clickPackage(); };
+    return {
+        {"ID_ReportJob",
+         [](CommandOffice &office) {
+             office.clickPackage();
+             office.whenDialogOpens([file = office.locks](QWidget &dialog) {
+                 CommandOffice::in<QLineEdit>(dialog, "txtQueryFile").setText(file);
+                 QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdDlgSchOK"), Qt::LeftButton);
+             });
+             office.clock.set({QDate(2026, 11, 21), 36'000}); // due now: it runs and leaves again
+         },
+         [](CommandOffice &office) {
+             QTRY_COMPARE(office.components.runs.size(), std::size_t{1});
+             QCOMPARE(office.components.runs[0].queryFile, office.locks);
+             QVERIFY(!office.components.runs[0].interactive);
+             QVERIFY(office.installation.read(QStringLiteral("Config/Jobs.cfg")) != QByteArray());
+         }},
+        {"ID_Generate", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Logons")); },
+         [](CommandOffice &office) {
+             QTRY_COMPARE(office.components.runs.size(), std::size_t{1});
+             QCOMPARE(office.components.runs[0].queryFile, office.logons);
+         }},
+        {"ID_ConnectionInformation",
+         [](CommandOffice &office) {
+             office.clickPackage();
+             office.whenDialogOpens([&office](QWidget &add) {
+                 office.whenDialogOpens([](QWidget &dialog) {
+                     CommandOffice::in<QLineEdit>(dialog, "txtServerName").setText(QStringLiteral("sql1"));
+                     CommandOffice::in<QLineEdit>(dialog, "txtDatabase").setText(QStringLiteral("audit"));
+                     QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdSave"), Qt::LeftButton);
+                     QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdOK"), Qt::LeftButton);
+                 });
+                 CommandOffice::in<QLineEdit>(add, "txtDataSource").setText(QStringLiteral("Payroll"));
+                 CommandOffice::in<QComboBox>(add, "cboDatabase").setCurrentText(QStringLiteral("Microsoft SQL Server"));
+                 QTest::mouseClick(&CommandOffice::in<QPushButton>(add, "cmdOK"), Qt::LeftButton);
+             });
+         },
+         [](CommandOffice &office) { QTRY_VERIFY(office.installation.read(QStringLiteral("Config/Payroll.dsf")).contains("sql1")); }},
+        {"ID_E-mailSettings",
+         [](CommandOffice &office) {
+             office.clickPackage();
+             office.whenDialogOpens([](QWidget &dialog) {
+                 QTest::keyClicks(&CommandOffice::in<QLineEdit>(dialog, "txtSmtpServer"), QStringLiteral("mail.example.org"));
+                 QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdOK"), Qt::LeftButton);
+             });
+         },
+         [](CommandOffice &office) {
+             QTRY_VERIFY(office.installation.read(QStringLiteral("Config/Email.cfg")).contains("mail.example.org"));
+         }},
+        {"ID_KeepOnTaskbarMenu", anywhere, [](CommandOffice &office) { QTRY_VERIFY(office.window->isMinimized()); }},
+        {"ID_ContentsMenu", anywhere, showsHelp, Qt::Key_F1},
+        {"ID_HelpButton", anywhere, showsHelp},
+        {"ID_AboutQuillmarkReportsMenu", anywhere,
+         [](CommandOffice &office) {
+             QTRY_VERIFY(office.window->findChild<frmAbout *>() && office.window->findChild<frmAbout *>()->isVisible());
+             QVERIFY(!office.window->findChild<frmAbout *>()->isModal());
+         }},
+        {"ID_ExitMenu", anywhere,
+         [](CommandOffice &office) {
+             QTRY_COMPARE(office.programEnds, 1);
+             QVERIFY(!office.window->isVisible());
+         }},
+    };
+}
+
+std::vector<Errand> errands()
+{
+    std::vector<Errand> all = filesErrands();
+    for (Errand &errand : windowErrands())
+        all.push_back(std::move(errand));
+    return all;
+}
+
+} // namespace
+
+class CommandWalkTest final : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void every_command_is_walked()
+    {
+        const std::vector<Errand> all = errands();
+        for (const ToolDefinition &tool : toolDefinitions())
+            if (itemsOf(tool.id).empty())
+                QVERIFY2(std::any_of(all.begin(), all.end(), [&](const Errand &e) { return qstrcmp(e.id, tool.id) == 0; }), tool.id);
+    }
+
+    void a_command_does_its_work_from_each_of_its_places_data()
+    {
+        QTest::addColumn<int>("errand");
+        QTest::addColumn<int>("way");
+        const std::vector<Errand> all = errands();
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            const auto row = [&](Way way, const char *name) {
+                QTest::addRow("%s by %s", all[i].id, name) << static_cast<int>(i) << static_cast<int>(way);
+            };
+            if (!menuPath(all[i].id).isEmpty())
+                row(Way::Menu, "menu");
+            if (stands(buttonBarItems(), all[i].id))
+                row(Way::Button, "button");
+            if (!pathBelow("ID_RightClick", all[i].id).isEmpty())
+                row(Way::PopUp, "pop-up");
+            if (all[i].keys.key() != Qt::Key_unknown)
+                row(Way::Key, "key");
+        }
+    }
+
+    void a_command_does_its_work_from_each_of_its_places()
+    {
+        QFETCH(const int, errand);
+        QFETCH(const int, way);
+        const Errand work = errands()[static_cast<std::size_t>(errand)];
+        CommandOffice office;
+        work.select(office);
+        choose(office, work, static_cast<Way>(way));
+        work.check(office);
+        office.prompts.finish();
+    }
+
+    /// Which commands can be chosen, along the roads that an operator takes.
+    void commands_follow_what_is_selected_along_the_road()
+    {
+        CommandOffice office;
+        const auto on = [&office] {
+            QStringList letters;
+            for (const auto &[id, letter] : {std::pair{"ID_ReportGroup", "group"},
+                                             {"ID_ReportQuery", "query"},
+                                             {"ID_ReportJob", "job"},
+                                             {"ID_Modify", "modify"},
+                                             {"ID_Delete", "delete"},
+                                             {"ID_Rename", "rename"},
+                                             {"ID_SaveAs", "saveas"},
+                                             {"ID_Copy", "copy"},
+                                             {"ID_Generate", "generate"},
+                                             {"ID_Paste", "paste"}})
+                if (office.tool(id).isEnabled())
+                    letters << QString::fromLatin1(letter);
+            return letters.join(u' ');
+        };
+        const auto closeMenu = [&office] {
+            QMenu &menu = *office.window->commands().menu(QStringLiteral("ID_RightClick"));
+            QTRY_VERIFY(menu.isVisible());
+            menu.close();
+        };
+        office.clickPackage();
+        QCOMPARE(on(), QStringLiteral("group job"));
+        office.clickGroup(QStringLiteral("Daily"));
+        QCOMPARE(on(), QStringLiteral("group query job modify delete rename"));
+        office.clickRow(0);
+        QCOMPARE(on(), QStringLiteral("query modify delete rename saveas copy generate"));
+        // Free space of the list: Rename stays as it was, the row stays selected.
+        QTest::mouseClick(office.list().viewport(), Qt::RightButton, {},
+                          {office.list().viewport()->width() - 5, office.list().viewport()->height() - 5});
+        closeMenu();
+        QCOMPARE(on(), QStringLiteral("group query job rename"));
+        // The empty schedule takes the focus: Rename, Save As and Paste stay as they were.
+        office.schedule().setFocus();
+        QCOMPARE(on(), QStringLiteral("group job rename"));
+        office.addJob(QStringLiteral("Morning"), office.locks);
+        office.clickJob(0);
+        QCOMPARE(on(), QStringLiteral("group job modify delete rename generate"));
+        // Back in the list its row counts again; a copy makes Paste possible where groups or queries are.
+        office.list().setFocus();
+        QCOMPARE(on(), QStringLiteral("query modify delete rename saveas copy generate"));
+        office.tool("ID_Copy").trigger();
+        QCOMPARE(on(), QStringLiteral("query modify delete rename saveas copy generate paste"));
+        office.clickPackage();
+        QCOMPARE(on(), QStringLiteral("group job rename"));
+        office.clickGroup(QStringLiteral("Weekly"));
+        QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
+        // A menu that is open, and a button that has the focus, change nothing.
+        QTest::keyClick(office.window.get(), Qt::Key_O, Qt::AltModifier);
+        QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
+        office.window->commands().menu(QStringLiteral("ID_Options"))->close();
+        // After a delete there is no row: what needs one is off.
+        office.clickQuery(QStringLiteral("Logons"));
+        office.prompts.answers = {box::idYes, box::idYes};
+        QTest::keyClick(&office.list(), Qt::Key_Delete);
+        QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
+        QVERIFY(office.tree().hasFocus());
+        // The last job goes: the schedule is empty, the tree's node is listed anew.
+        office.clickJob(0);
+        office.tool("ID_Delete").trigger();
+        QVERIFY(!office.tool("ID_Generate").isEnabled());
+        office.prompts.finish();
+    }
+};
+
+QTEST_MAIN(CommandWalkTest)
+#include "command_walk_test.moc"
