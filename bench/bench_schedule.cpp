@@ -135,6 +135,12 @@ int main(int argc, char *argv[])
     Globals globals;
     globals.gstrInstallPath = folder.path() + kSep;
     globals.gcolJobs = std::make_shared<JobCollection>();
+    for (const char *name : {"File", "Mail", "Server"}) {
+        const auto package = std::make_shared<QMKPackage>();
+        const QString home = folder.filePath(QLatin1String(name)) + kSep;
+        package->setPackageInfo(std::make_shared<PackageInfo>(PackageInfo{QLatin1String(name), {}, home, {}, {}}));
+        globals.gdicPackages.Add(QLatin1String(name), package);
+    }
     const QDate tomorrow = clock.wallNow().date.addDays(1);
     for (int i = 0; i < count; ++i)
         globals.gcolJobs->push_back(std::make_shared<ScheduledReportJob>(
@@ -160,6 +166,8 @@ int main(int argc, char *argv[])
         std::make_shared<ScheduledReportJob>(ScheduledReportJob{QStringLiteral("one more"), query, {tomorrow, 1}, 1, count + 1}));
     measure("save durably, one more job", [&] { saveJobs(services); });
     measure("load all jobs", [&] { static_cast<void>(reader.LoadJobs(path)); });
+    for (int i = 0; i < table.rows(); ++i)
+        static_cast<void>(table.row(i)); // the peer is given texts that are made already
     measure("peer: item widget filled with the same rows", [&] { fillTableWidget(table); });
     if (firings > 0)
         measureLateness(firings);

@@ -12,10 +12,14 @@ namespace {
 constexpr std::array<QStringView, 12> kMonths{u"Jan", u"Feb", u"Mar", u"Apr", u"May", u"Jun",
                                               u"Jul", u"Aug", u"Sep", u"Oct", u"Nov", u"Dec"};
 
-/// \p number in ASCII digits, filled with zeros to \p width.
+/// \p number, which is not negative, in ASCII digits, filled with zeros to \p width.
 QString digits(int number, int width)
 {
-    return QStringLiteral("%1").arg(number, width, 10, QLatin1Char('0'));
+    std::array<QChar, 10> text;
+    std::size_t start = text.size();
+    for (; number > 0 || width > 0; number /= 10, --width)
+        text[--start] = QChar(static_cast<char16_t>(u'0' + number % 10));
+    return QString(text.data() + start, static_cast<qsizetype>(text.size() - start));
 }
 
 QString namedDateText(QDate date, const QString &comma)

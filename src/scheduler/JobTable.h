@@ -7,7 +7,9 @@
 #include <QAbstractTableModel>
 #include <QIcon>
 
+#include <memory>
 #include <optional>
+#include <variant>
 #include <vector>
 
 namespace qm {
@@ -19,6 +21,18 @@ struct JobRow
     QString nextRun; ///< date and time as one text: what the scheduler compares and counts down to
     std::int32_t jobId = 0;
     QString interfaceId; ///< programmatic identifier of the package's report interface; empty when no package matches
+};
+
+/// A job as it is listed. The texts of its row are made when somebody looks at them.
+struct ListedJob
+{
+    WallTime dateTime;
+    int frequency = 0; ///< code, see frequencyText()
+    QString description, queryFile;
+    std::int32_t jobId = 0;
+    QString interfaceId;
+
+    [[nodiscard]] JobRow toRow() const;
 };
 
 /// The schedule table: nine-cell rows numbered from 0, the selected row, and a mark on rows whose query file is gone.
@@ -34,7 +48,7 @@ public:
     [[nodiscard]] int rows() const { return static_cast<int>(m_rows.size()); }
     /// \throws RuntimeError 9 when there is no such row.
     [[nodiscard]] const JobRow &row(int index) const;
-    void setRows(std::vector<JobRow> rows);
+    void setJobs(std::vector<ListedJob> jobs);
     void appendRow(JobRow row);
     void setRow(int index, JobRow row);
     void removeRowAt(int index);
@@ -69,11 +83,17 @@ Q_SIGNALS:
 private:
     struct Entry
     {
-        JobRow cells;
-        mutable std::optional<WallTime> when;      ///< cells.nextRun parsed; empty: not parsed yet
+        mutable std::variant<ListedJob, std::unique_ptr<JobRow>> content;
+        mutable std::optional<WallTime> when;      ///< the next run parsed; empty: not parsed yet
         mutable std::optional<bool> fileIsMissing; ///< empty: not looked yet
+
+        [[nodiscard]] const JobRow &cells() const;
+        [[nodiscard]] std::int32_t jobId() const;
+        [[nodiscard]] const QString &queryFile() const;
     };
     [[nodiscard]] const Entry &entry(int index) const;
+    [[nodiscard]] static Entry entryOf(ListedJob job);
+    [[nodiscard]] static Entry entryOf(JobRow row);
     [[nodiscard]] bool fileIsMissing(const Entry &entry) const;
     [[nodiscard]] QVariant text(const JobRow &row, int column) const;
 

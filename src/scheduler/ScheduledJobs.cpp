@@ -43,30 +43,22 @@ ScheduledJobs::ScheduledJobs(const ScheduleServices &services, frmScheduledRepor
 {
 }
 
-JobRow ScheduledJobs::rowOf(const ScheduledReportJob &job) const
+ListedJob ScheduledJobs::listed(const ScheduledReportJob &job) const
 {
-    JobRow row;
-    row.date = tableDateText(job.DateTime.date);
-    row.time = time12Text(job.DateTime.secondOfDay);
-    row.frequency = frequencyText(job.Frequency);
-    row.description = job.JobDescription;
-    row.queryFile = job.QueryFileName;
-    row.nextRun = shortDateText(job.DateTime.date) + u' ' + row.time;
-    row.jobId = job.JobId;
-    row.interfaceId = FindPackageInterface(m_services.globals, job.QueryFileName);
-    return row;
+    return {job.DateTime,      job.Frequency, job.JobDescription,
+            job.QueryFileName, job.JobId,     FindPackageInterface(m_services.globals, job.QueryFileName)};
 }
 
 void ScheduledJobs::PopulateJobs()
 {
     trap(m_services.errors, kPopulateJobs, [&] {
-        m_services.table.setRows({});
+        m_services.table.setJobs({});
         const JobCollection &jobs = requireJobs(m_services.globals);
-        std::vector<JobRow> rows;
+        std::vector<ListedJob> rows;
         rows.reserve(jobs.size());
         for (const auto &job : jobs)
-            rows.push_back(rowOf(*job));
-        m_services.table.setRows(std::move(rows));
+            rows.push_back(listed(*job));
+        m_services.table.setJobs(std::move(rows));
         m_services.table.selectRow(0);
     });
 }
@@ -100,7 +92,7 @@ void ScheduledJobs::addFromDialog(const QString &interfaceId)
     jobs.push_back(job);
     saveJobs(m_services);
 
-    JobRow row = rowOf(*job);
+    JobRow row = listed(*job).toRow();
     row.date = m_dialog.StartDateString; // as the dialog gave it, not in the table's own form
     row.frequency = m_dialog.FrequencyString;
     row.nextRun = joinedNextRun(row);

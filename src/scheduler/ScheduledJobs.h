@@ -10,7 +10,7 @@ namespace qm {
 
 class frmScheduledReport;
 class ScheduleTimer;
-struct JobRow;
+struct ListedJob;
 
 /// The operations on scheduled jobs. Every change is saved at once and ends by setting the timer anew.
 class ScheduledJobs final
@@ -29,7 +29,7 @@ public:
     void DeleteScheduledJob();
 
 private:
-    [[nodiscard]] JobRow rowOf(const ScheduledReportJob &job) const;
+    [[nodiscard]] ListedJob listed(const ScheduledReportJob &job) const;
     void addFromDialog(const QString &interfaceId);
 
     ScheduleServices m_services;
