@@ -105,19 +105,56 @@ fi
 idle=$(cost "$bin/quillmark-report" --version | cut -d' ' -f2)
 printf '\n'
 line "Peak memory (idle $((idle / 1024)) MB)" "100k rows" "1M rows" "growth" "above" ""
-for format in csv html xlsx pdf; do
-  small=$(report "$format" 100000 | cut -d' ' -f2)
-  large=$(report "$format" 1000000 | cut -d' ' -f2)
-  growth=$(awk -v small="$small" -v large="$large" 'BEGIN { printf "%.3f", large / small - 1 }')
-  above=$(awk -v large="$large" -v idle="$idle" 'BEGIN { printf "%.1f", (large - idle) / 1024 }')
-  holds=PASS
+judge_memory() { # what, peak kB of 100k rows, of 1M rows
+  local growth above holds=PASS
+  growth=$(awk -v small="$2" -v large="$3" 'BEGIN { printf "%.3f", large / small - 1 }')
+  above=$(awk -v large="$3" -v idle="$idle" 'BEGIN { printf "%.1f", (large - idle) / 1024 }')
   if [ "$(verdict "$growth" 0.1)" = MISS ] || [ "$(verdict "$above" 40)" = MISS ]; then
     holds=MISS
     missed=$((missed + 1))
   fi
-  line "$format; goal: growth 10 %, 40 MB above idle" "$((small / 1024)) MB" "$((large / 1024)) MB" \
+  line "$1; goal: growth 10 %, 40 MB above idle" "$(($2 / 1024)) MB" "$(($3 / 1024)) MB" \
     "$(awk -v growth="$growth" 'BEGIN { printf "%.1f %%", 100 * growth }')" "$above MB" "$holds"
+}
+for format in csv html xlsx pdf; do
+  judge_memory "$format" "$(report "$format" 100000 | cut -d' ' -f2)" "$(report "$format" 1000000 | cut -d' ' -f2)"
 done
+
+# --- a database server --------------------------------------------------------------------------------------------------------------
+server=
+port=
+if [ -x "$bin/bench_odbc" ] && command -v psql odbcinst >/dev/null && odbcinst -q -d | grep -qF '[PostgreSQL Unicode]'; then
+  tests/servers/postgres.sh 1200 >"$work/server" 2>&1 &
+  server=$!
+  trap 'kill "$server" 2>/dev/null || true; wait "$server" 2>/dev/null || true; rm -rf "$work"' EXIT
+  for _ in $(seq 150); do
+    grep -q '^READY' "$work/server" && break
+    sleep 0.1
+  done
+  port=$(sed -nE 's/^READY port=([0-9]+).*/\1/p' "$work/server")
+fi
+if [ -n "$port" ]; then
+  sqlite3 -csv "$work/1000000.db" "$select" >"$work/event.csv"
+  psql -qX "postgresql://boss:pw@127.0.0.1:$port/sales" \
+    -c 'CREATE TABLE event(id int PRIMARY KEY, time timestamp, event_id int, source text, computer text, "user" text, message text)' \
+    -c "\\copy event from '$work/event.csv' csv" -c ANALYZE
+  rm "$work/event.csv"
+  connection="Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=$port;UID=boss;PWD=pw;Database=sales;UseDeclareFetch=1;Fetch=1000"
+  rows_sql='SELECT id, time, event_id, source, computer, "user", message FROM event'
+  own_rows() { cost "$bin/bench_odbc" own "$connection" "$rows_sql" 1000000; }
+  peer_rows() { cost "$bin/bench_odbc" raw "$connection" "$rows_sql" 1000000; }
+  server_report() { # rows
+    printf 'description = "Events"\ndata_source = "ODBC::%s"\nsql = """\n%s WHERE id <= %s ORDER BY id\n"""\n' \
+      "$connection" "$rows_sql" "$1" >"$work/Server.rqn"
+    cost "$bin/quillmark-report" --format pdf --output "$work/server.pdf" "$work/Server.rqn"
+  }
+  printf '\n'
+  line "A database server (PostgreSQL)" "own" "peer" "ratio" "goal" ""
+  compare "ODBC rows, 1M; peer bare bound fetch" 1.3 own_rows peer_rows
+  judge_memory "pdf from the server" "$(server_report 100000 | cut -d' ' -f2)" "$(server_report 1000000 | cut -d' ' -f2)"
+else
+  echo "bench: no PostgreSQL with its ODBC driver here: rows from a server are not compared" >&2
+fi
 
 # --- programs that compare by themselves ---------------------------------------------------------------------------------------------
 if [ -x "$bin/bench_catalogue" ]; then
@@ -148,8 +185,16 @@ if [ -x "$bin/bench_window" ]; then
   compare "100k query files on disk; peer empty window" 3 own_window peer_window
 fi
 if [ -x "$bin/bench_schedule" ]; then
-  printf '\nSchedule of 100,000 jobs (goals: the next job within 20 ms, a due job within 50 ms of its second)\n'
-  "$bin/bench_schedule" 100000
+  printf '\n'
+  "$bin/bench_schedule" 100000 | tee "$work/schedule"
+  milliseconds() { # words of the line, kind: the figure behind "cpu", "wall" or "maximum", in seconds
+    grep -F "$1" "$work/schedule" | sed -E "s/.* $2 ([0-9.]+) ms.*/\1/" | awk '{ printf "%.4f", $1 / 1000 }'
+  }
+  printf '\n'
+  line "Schedule" "own" "peer" "ratio" "goal" ""
+  judge "listing 100k jobs; peer an item widget" "$(milliseconds PopulateJobs cpu)" "$(milliseconds "item widget" cpu)" 0.15
+  judge "choosing the next of 100k jobs; peer 20 ms" "$(milliseconds "choosing" cpu)" 0.0200 1
+  judge "lateness of 200 due jobs, most; peer 50 ms" "$(milliseconds "wake-ups" maximum)" 0.0500 1
 fi
 
 printf '\n%s\n' "$([ "$missed" -eq 0 ] && echo "bench: every goal holds" || echo "bench: $missed goals missed")"

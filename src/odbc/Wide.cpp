@@ -1,5 +1,8 @@
 #include "odbc/Wide.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace qm::odbc {
 
 namespace {
@@ -51,7 +54,17 @@ QString fromWide(const SQLWCHAR *text, qsizetype units)
 
 char *writeUtf8(const SQLWCHAR *text, std::size_t units, char *out)
 {
-    for (std::size_t i = 0; i < units; ++i) {
+    std::size_t i = 0;
+    // Logs are mostly ASCII: four units at a time while they are.
+    constexpr std::uint64_t kNotAscii = 0xFF80FF80FF80FF80U;
+    for (std::uint64_t four = 0; i + 4 <= units; i += 4) {
+        std::memcpy(&four, text + i, sizeof four);
+        if (four & kNotAscii)
+            break;
+        for (std::size_t k = 0; k < 4; ++k)
+            *out++ = static_cast<char>(text[i + k]);
+    }
+    for (; i < units; ++i) {
         char32_t c = static_cast<char16_t>(text[i]);
         if (c < 0x80) {
             *out++ = static_cast<char>(c);

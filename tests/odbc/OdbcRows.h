@@ -38,8 +38,8 @@ namespace qm::test {
 }
 
 /// Each row's cells joined by " | ".
-inline QStringList rowsOf(const SourceDescription &source, const QString &sql,
-                                        const std::vector<BoundParameter> &parameters = {}, const RunLimits &limits = noLimits())
+inline QStringList rowsOf(const SourceDescription &source, const QString &sql, const std::vector<BoundParameter> &parameters = {},
+                          const RunLimits &limits = noLimits())
 {
     const auto rows = openRowSource(source, sql, parameters, limits);
     std::vector<Value> row(rows->columns().size());

@@ -30,8 +30,7 @@ std::string_view RowBlock::take(char *end)
 
 void RowBlock::clear()
 {
-    m_cells.clear();
-    m_used = 0;
+    m_filled = m_used = 0;
     // A first piece of the usual size serves again; larger ones were made for one long value.
     if (m_pieces.empty() || m_firstIsLarge) {
         m_pieces.clear();

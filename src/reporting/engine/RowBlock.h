@@ -14,16 +14,17 @@ namespace qm {
 class RowBlock final
 {
 public:
-    static constexpr std::size_t kRows = 256;
+    static constexpr std::size_t kRows = 512;
     static constexpr std::size_t kBytes = std::size_t{1} << 18;
 
-    explicit RowBlock(std::size_t columns) : m_columns(columns) {}
+    explicit RowBlock(std::size_t columns) : m_columns(columns), m_cells(kRows * columns) {}
 
-    [[nodiscard]] std::size_t rows() const { return m_columns == 0 ? 0 : m_cells.size() / m_columns; }
+    [[nodiscard]] std::size_t rows() const { return m_columns == 0 ? 0 : m_filled / m_columns; }
     [[nodiscard]] std::span<const Value> row(std::size_t index) const { return {m_cells.data() + index * m_columns, m_columns}; }
     [[nodiscard]] bool isFull() const { return rows() >= kRows || m_used >= kBytes; }
 
-    void add(const Value &value) { m_cells.push_back(value); }
+    /// Adds the next cell of a row. A full block takes none.
+    void add(const Value &value) { m_cells[m_filled++] = value; }
     /// Room for \p bytes bytes; they are kept by take().
     [[nodiscard]] char *room(std::size_t bytes);
     /// Keeps the room up to \p end. \returns what it holds.
@@ -35,7 +36,7 @@ private:
     std::vector<Value> m_cells;
     std::vector<std::unique_ptr<char[]>> m_pieces;
     char *m_free = nullptr;
-    std::size_t m_left = 0, m_used = 0;
+    std::size_t m_filled = 0, m_left = 0, m_used = 0;
     bool m_firstIsLarge = false;
 };
 
