@@ -1,0 +1,197 @@
+// The daily work in one sitting: browse, generate, rename, copy and paste, schedule, delete. Once by keys alone, sent to whatever has the
+// focus; once by the mouse alone but for what has to be typed.
+
+#include "CommandOffice.h"
+
+#include <QPushButton>
+
+using namespace qm;
+using namespace qm::test;
+
+namespace {
+
+/// Presses a key where the keyboard is: in the open menu, else in the control with the focus.
+void press(Qt::Key key, Qt::KeyboardModifiers held = {})
+{
+    QWidget *target = QApplication::activePopupWidget() ? QApplication::activePopupWidget() : QApplication::focusWidget();
+    QVERIFY(target);
+    QTest::keyClick(target, key, held);
+    QCoreApplication::processEvents();
+}
+
+void type(const QString &text)
+{
+    QVERIFY(QApplication::focusWidget());
+    QTest::keyClicks(QApplication::focusWidget(), text);
+}
+
+/// What a window manager does when a dialog closes; the bare display of the tests has none.
+void giveFocusBack(const CommandOffice &office)
+{
+    office.window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(office.window.get()));
+}
+
+/// Tab until \p view has the focus.
+void tabTo(const QWidget &view)
+{
+    for (int i = 0; i < 40 && !view.hasFocus(); ++i)
+        press(Qt::Key_Tab);
+    QVERIFY(view.hasFocus());
+}
+
+bool editing(const QAbstractItemView &view)
+{
+    const auto *editor = view.findChild<QLineEdit *>();
+    return editor && editor->hasFocus();
+}
+
+} // namespace
+
+class DailyWorkTest final : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void by_keyboard_alone()
+    {
+        CommandOffice office;
+        QVERIFY(office.tree().hasFocus());
+
+        // Browse to the group, on to its queries, and generate one to the screen.
+        press(Qt::Key_Down);
+        QCOMPARE(office.caption(), office.package + QStringLiteral(" - Daily"));
+        tabTo(office.list());
+        press(Qt::Key_Down);
+        press(Qt::Key_Down);
+        press(Qt::Key_S, Qt::AltModifier);
+        press(Qt::Key_G);
+        QTRY_COMPARE(office.components.runs.size(), std::size_t{1});
+        QCOMPARE(office.components.runs[0].queryFile, office.logons);
+        QVERIFY(office.list().hasFocus());
+
+        // Rename it in place.
+        press(Qt::Key_F2);
+        QTRY_VERIFY(editing(office.list()));
+        type(QStringLiteral("Night logons"));
+        press(Qt::Key_Return);
+        const QString renamed = office.daily + QStringLiteral("Night logons.rqn");
+        QTRY_VERIFY(office.exists(renamed));
+
+        // Copy a query to the other group.
+        if (!office.list().hasFocus())
+            tabTo(office.list());
+        press(Qt::Key_Home);
+        if (office.selection().rowIndex() != 0)
+            press(Qt::Key_Up);
+        QCOMPARE(office.selection().row().text, QStringLiteral("Locks"));
+        press(Qt::Key_C, Qt::ControlModifier);
+        tabTo(office.tree());
+        press(Qt::Key_Down);
+        QCOMPARE(office.caption(), office.package + QStringLiteral(" - Weekly"));
+        press(Qt::Key_V, Qt::ControlModifier);
+        QVERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")) && office.exists(office.locks));
+
+        // Schedule a job for a day to come, all fields by their access keys.
+        office.whenDialogOpens([&](QWidget &) {
+            press(Qt::Key_J, Qt::AltModifier);
+            press(Qt::Key_A, Qt::ControlModifier);
+            type(QStringLiteral("Every morning"));
+            press(Qt::Key_Q, Qt::AltModifier);
+            type(office.locks);
+            press(Qt::Key_F, Qt::AltModifier);
+            press(Qt::Key_Down); // Daily
+            press(Qt::Key_D, Qt::AltModifier);
+            press(Qt::Key_Up); // the month after this
+            press(Qt::Key_Return);
+        });
+        press(Qt::Key_S, Qt::AltModifier);
+        press(Qt::Key_N);
+        press(Qt::Key_Down);
+        press(Qt::Key_Down);
+        press(Qt::Key_Return);
+        QTRY_COMPARE(office.window->schedule().table().rows(), 1);
+        giveFocusBack(office);
+        QVERIFY(office.installation.read(QStringLiteral("Config/Jobs.cfg")).contains("Every morning"));
+        QCOMPARE(office.globals.gcolJobs->at(0)->Frequency, 1);
+
+        // Delete the job, then the pasted query, each after its question.
+        tabTo(office.schedule());
+        office.prompts.answers = {box::idYes};
+        press(Qt::Key_Delete);
+        QTRY_COMPARE(office.window->schedule().table().rows(), 0);
+        QVERIFY(!office.installation.read(QStringLiteral("Config/Jobs.cfg")).contains("Every morning"));
+        tabTo(office.list());
+        press(Qt::Key_Down);
+        office.prompts.answers = {box::idYes};
+        press(Qt::Key_Delete);
+        QTRY_VERIFY(!office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+        office.prompts.finish();
+        QCOMPARE(office.prompts.shown.size(), std::size_t{2});
+    }
+
+    void by_mouse_alone()
+    {
+        CommandOffice office;
+        auto *bar = office.window->findChild<QToolBar *>(QStringLiteral("sstbrReportsMenuToolbar"));
+        const auto button = [&](const char *id) { QTest::mouseClick(bar->widgetForAction(&office.tool(id)), Qt::LeftButton); };
+        const auto popUp = [&](const char *id) {
+            QMenu &menu = *office.window->commands().menu(QStringLiteral("ID_RightClick"));
+            QTRY_VERIFY(menu.isVisible());
+            QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(&office.tool(id)).center());
+        };
+
+        // A double click on a group row opens it; generate by the button.
+        office.clickPackage();
+        office.clickRow(0);
+        QTest::mouseDClick(office.list().viewport(), Qt::LeftButton, {}, office.rowPoint(0));
+        QCOMPARE(office.caption(), office.package + QStringLiteral(" - Daily"));
+        office.clickRow(1);
+        button("ID_Generate");
+        QCOMPARE(office.components.runs.size(), std::size_t{1});
+        QCOMPARE(office.components.runs[0].queryFile, office.logons);
+
+        // Rename by the pop-up menu; a click elsewhere ends the edit.
+        office.clickRow(1, Qt::RightButton);
+        popUp("ID_Rename");
+        QTRY_VERIFY(editing(office.list()));
+        type(QStringLiteral("Night logons"));
+        office.clickRow(0);
+        QTRY_VERIFY(office.exists(office.daily + QStringLiteral("Night logons.rqn")));
+
+        // Copy by the button, paste by the other group's pop-up menu.
+        office.clickQuery(QStringLiteral("Locks"));
+        button("ID_Copy");
+        office.clickNode(groupKey(office.package, QStringLiteral("Weekly")), Qt::RightButton);
+        popUp("ID_Paste");
+        QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+
+        // Schedule it: a double click on the empty schedule.
+        office.prompts.files = {office.locks};
+        office.whenDialogOpens([&](QWidget &dialog) {
+            QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdQueryFile"), Qt::LeftButton);
+            QVERIFY(!CommandOffice::in<QLineEdit>(dialog, "txtQueryFile").text().isEmpty());
+            office.clock.set({QDate(2026, 11, 20), 0}); // so that it is not due at once
+            QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdDlgSchOK"), Qt::LeftButton);
+        });
+        QTest::mouseDClick(office.schedule().viewport(), Qt::LeftButton, {}, {40, 40});
+        QTRY_COMPARE(office.window->schedule().table().rows(), 1);
+        giveFocusBack(office);
+        QVERIFY(office.installation.read(QStringLiteral("Config/Jobs.cfg")).contains("Locks.rqn"));
+
+        // Delete the job and the pasted query by the button.
+        office.prompts.answers = {box::idNo, box::idYes, box::idYes};
+        office.clickJob(0);
+        button("ID_Delete");
+        QCOMPARE(office.window->schedule().table().rows(), 1);
+        button("ID_Delete");
+        QCOMPARE(office.window->schedule().table().rows(), 0);
+        office.clickGroup(QStringLiteral("Weekly"));
+        office.clickRow(0);
+        button("ID_Delete");
+        QVERIFY(!office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+        office.prompts.finish();
+    }
+};
+
+QTEST_MAIN(DailyWorkTest)
+#include "daily_work_test.moc"
