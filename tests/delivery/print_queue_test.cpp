@@ -25,6 +25,7 @@ class PrintQueueTest final : public QObject
         const auto writer = makePdfWriter(file, QCoreApplication::applicationDirPath() + QStringLiteral("/fonts"));
         ReportHead head;
         head.title = "Failed logons";
+        head.header = head.footer = {"left", "", "right"};
         head.page = landscape ? PageSetup{297, 210, 12} : PageSetup{210, 297, 12};
         ReportColumn column;
         column.field = column.caption = "number";
@@ -86,6 +87,9 @@ private Q_SLOTS:
             outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), m_server->printedFile(), QStringLiteral("-")}));
         for (int row : {0, 50, 99})
             QCOMPARE(text.count(QRegularExpression(QStringLiteral("row-%1\\b").arg(row))), copies);
+        if (copies > 1) // the whole report, and then the whole report
+            QVERIFY2(text.indexOf(QStringLiteral("row-99")) < text.lastIndexOf(QRegularExpression(QStringLiteral("row-0\\b"))),
+                     qPrintable(text));
         const QString log = m_server->pageLog();
         const QString line = log.section(u'\n', -2);
         QVERIFY2(line.startsWith(QStringLiteral("good ")) && line.contains(QStringLiteral("Fehlgeschlagene Anmeldungen – März")),

@@ -198,6 +198,7 @@ bool Job::create()
     if (const QByteArray media = mediaName(m_request); !media.isEmpty())
         m_options.add(CUPS_MEDIA, media);
     m_options.add(CUPS_COPIES, QByteArray::number(m_request.copies));
+    m_options.add("multiple-document-handling", "separate-documents-collated-copies"); // one whole report after the other
     return cupsCreateDestJob(m_server, m_queue, m_info.get(), &m_id, m_request.title.toUtf8().constData(), m_options.count(),
                              m_options.get()) < IPP_STATUS_ERROR_BAD_REQUEST;
 }

@@ -73,6 +73,7 @@ void SmtpTransmission::setUp()
     curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, &SmtpTransmission::onProgress);
     curl_easy_setopt(curl, CURLOPT_XFERINFODATA, this);
     curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
+    curl_easy_setopt(curl, CURLOPT_QUICK_EXIT, 1L); // a name server that does not answer holds nobody up
     setUpSecurity();
     setUpLimits();
 }
