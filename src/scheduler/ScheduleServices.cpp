@@ -16,14 +16,25 @@ void saveJobs(const ScheduleServices &services)
     services.reader.SaveJobs(globals.gcolJobs, globals.gstrInstallPath + QStringLiteral("Config") + kSep + QStringLiteral("Jobs.cfg"));
 }
 
-QString FindPackageInterface(const Globals &globals, const QString &queryFile)
+PackageInterfaces::PackageInterfaces(const Globals &globals)
 {
     for (const QString &name : globals.gdicPackages.Keys()) {
         const auto &info = globals.gdicPackages.at(name)->PackageInfo();
-        if (queryFile.contains(info->InstallPath, Qt::CaseInsensitive))
-            return info->Interface;
+        m_packages.push_back({QStringMatcher(info->InstallPath, Qt::CaseInsensitive), info->Interface});
     }
+}
+
+QString PackageInterfaces::of(const QString &queryFile) const
+{
+    for (const Package &package : m_packages)
+        if (package.folder.indexIn(queryFile) >= 0)
+            return package.interfaceId;
     return {};
+}
+
+QString FindPackageInterface(const Globals &globals, const QString &queryFile)
+{
+    return PackageInterfaces(globals).of(queryFile);
 }
 
 } // namespace qm

@@ -5,6 +5,9 @@
 #include "core/Globals.h"
 
 #include <QString>
+#include <QStringMatcher>
+
+#include <vector>
 
 namespace qm {
 
@@ -43,7 +46,24 @@ struct ScheduleServices
 /// \throws RuntimeError 91 when the jobs were never read, 76 without an installation folder, or what the writer says.
 void saveJobs(const ScheduleServices &services);
 
-/// The `Interface` identifier of the first package whose folder is part of \p queryFile (letter case ignored); empty without a match.
+/// Finds the packages of many query files; it looks at the packages once.
+class PackageInterfaces final
+{
+public:
+    explicit PackageInterfaces(const Globals &globals);
+    /// The `Interface` identifier of the first package whose folder is part of \p queryFile (letter case ignored); empty without a match.
+    [[nodiscard]] QString of(const QString &queryFile) const;
+
+private:
+    struct Package
+    {
+        QStringMatcher folder;
+        QString interfaceId;
+    };
+    std::vector<Package> m_packages;
+};
+
+/// PackageInterfaces::of() for one query file.
 [[nodiscard]] QString FindPackageInterface(const Globals &globals, const QString &queryFile);
 
 } // namespace qm

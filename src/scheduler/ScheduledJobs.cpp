@@ -29,6 +29,11 @@ std::int32_t nextJobId(const JobCollection &jobs)
     return largest + 1;
 }
 
+ListedJob listed(const ScheduledReportJob &job, const PackageInterfaces &interfaces)
+{
+    return {job.DateTime, job.Frequency, job.JobDescription, job.QueryFileName, job.JobId, interfaces.of(job.QueryFileName)};
+}
+
 /// The date and time cells as one text, the date in its default form.
 QString joinedNextRun(const JobRow &row)
 {
@@ -43,21 +48,16 @@ ScheduledJobs::ScheduledJobs(const ScheduleServices &services, frmScheduledRepor
 {
 }
 
-ListedJob ScheduledJobs::listed(const ScheduledReportJob &job) const
-{
-    return {job.DateTime,      job.Frequency, job.JobDescription,
-            job.QueryFileName, job.JobId,     FindPackageInterface(m_services.globals, job.QueryFileName)};
-}
-
 void ScheduledJobs::PopulateJobs()
 {
     trap(m_services.errors, kPopulateJobs, [&] {
         m_services.table.setJobs({});
         const JobCollection &jobs = requireJobs(m_services.globals);
+        const PackageInterfaces interfaces(m_services.globals);
         std::vector<ListedJob> rows;
         rows.reserve(jobs.size());
         for (const auto &job : jobs)
-            rows.push_back(listed(*job));
+            rows.push_back(listed(*job, interfaces));
         m_services.table.setJobs(std::move(rows));
         m_services.table.selectRow(0);
     });
@@ -92,7 +92,7 @@ void ScheduledJobs::addFromDialog(const QString &interfaceId)
     jobs.push_back(job);
     saveJobs(m_services);
 
-    JobRow row = listed(*job).toRow();
+    JobRow row = listed(*job, PackageInterfaces(m_services.globals)).toRow();
     row.date = m_dialog.StartDateString; // as the dialog gave it, not in the table's own form
     row.frequency = m_dialog.FrequencyString;
     row.nextRun = joinedNextRun(row);

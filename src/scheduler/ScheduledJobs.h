@@ -10,7 +10,6 @@ namespace qm {
 
 class frmScheduledReport;
 class ScheduleTimer;
-struct ListedJob;
 
 /// The operations on scheduled jobs. Every change is saved at once and ends by setting the timer anew.
 class ScheduledJobs final
@@ -29,7 +28,6 @@ public:
     void DeleteScheduledJob();
 
 private:
-    [[nodiscard]] ListedJob listed(const ScheduledReportJob &job) const;
     void addFromDialog(const QString &interfaceId);
 
     ScheduleServices m_services;
