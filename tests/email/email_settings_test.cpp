@@ -7,6 +7,7 @@
 #include "platform/Files.h"
 #include "support/Fakes.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QLineEdit>
 #include <QPushButton>
@@ -192,6 +193,30 @@ private Q_SLOTS:
         s.globals.gstrInstallPath.clear();
         Session::press(*form, "cmdOK");
         QVERIFY(s.prompts.shown.back().text.contains(QStringLiteral("installation folder is not known")));
+    }
+
+    void the_keyboard_alone_fills_the_dialog_in()
+    {
+        Session s;
+        auto form = s.open();
+        QVERIFY(QTest::qWaitForWindowActive(form.get()));
+        const auto typeInto = [&](Qt::Key letter, const char *text) {
+            QTest::keyClick(form.get(), letter, Qt::AltModifier);
+            QWidget *const field = QApplication::focusWidget();
+            QVERIFY(qobject_cast<QLineEdit *>(field));
+            QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClicks(field, QString::fromLatin1(text));
+        };
+        typeInto(Qt::Key_S, "smtps://mail.example.org");
+        typeInto(Qt::Key_O, "2465");
+        typeInto(Qt::Key_E, "1,500");
+        typeInto(Qt::Key_A, "reports@example.org");
+        typeInto(Qt::Key_W, "secret");
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QVERIFY(!form->isVisible());
+        const EmailSettings expected{QStringLiteral("smtps://mail.example.org"), 2465, 1500, QStringLiteral("reports@example.org"),
+                                     QStringLiteral("secret")};
+        QVERIFY(*TomlEmailConfigReader().ReadEmailSettings(s.file()) == expected);
     }
 
     void a_record_is_made_on_first_use_and_help_opens_at_its_page()
