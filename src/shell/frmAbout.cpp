@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace qm {
@@ -21,7 +22,7 @@ namespace {
 /// Characters that fit in the buffer which the value is read into.
 constexpr int kLongestValue = 254;
 constexpr int kIconSize = 64;
-constexpr int kLicenceColumns = 82, kLicenceRows = 20;
+constexpr int kLicenceColumns = 80, kLicenceRows = 24;
 
 QString frameworkValue(const QString &installPath, const char *key)
 {
@@ -79,7 +80,10 @@ frmAbout::frmAbout(const QString &installPath, QWidget *parent) : QDialog(parent
     licences->setLineWrapMode(QPlainTextEdit::NoWrap);
     licences->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     const QFontMetrics metrics = licences->fontMetrics();
-    licences->setMinimumSize(metrics.horizontalAdvance(u'0') * kLicenceColumns, metrics.height() * kLicenceRows);
+    const int around = 2 * (licences->frameWidth() + static_cast<int>(licences->document()->documentMargin()));
+    licences->setMinimumSize(metrics.horizontalAdvance(QString(kLicenceColumns, u'0')) + around +
+                                 licences->style()->pixelMetric(QStyle::PM_ScrollBarExtent),
+                             metrics.height() * kLicenceRows + around);
 
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::close);
