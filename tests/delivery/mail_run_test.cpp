@@ -38,11 +38,12 @@ class MailRunTest final : public QObject
         return query("[output]\ntype = \"email\"\nformat = \"" + format +
                      "\"\n[output.email]\nfrom = \"Reports <reports@example.org>\"\nto = [" + to + "]\n" + more);
     }
-    void settings(const char *listener, const QString &user = {}, int timeout = 3000) const
+    void settings(const char *listener, const QString &user = {}, int timeout = 3000,
+                  const QString &host = QStringLiteral("localhost")) const
     {
-        TomlEmailConfigReader().WriteEmailSettings({QStringLiteral("localhost"), m_server->port(listener), timeout, user,
-                                                    user.isEmpty() ? QString() : QString::fromUtf8(MailServer::kPassword)},
-                                                   m_installation->path() + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg"));
+        TomlEmailConfigReader().WriteEmailSettings(
+            {host, m_server->port(listener), timeout, user, user.isEmpty() ? QString() : QString::fromUtf8(MailServer::kPassword)},
+            m_installation->path() + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg"));
     }
     static std::unique_ptr<QProcess> started(const QStringList &arguments)
     {
@@ -156,6 +157,7 @@ private Q_SLOTS:
 
     void a_cut_csv_says_so_in_its_name_a_second_file_and_the_text()
     {
+        settings("plain", {}, 3000, QStringLiteral("127.1")); // a spelling that does not pass for this machine
         const QString file = query("row_limit = 2\n[output]\ntype = \"email\"\nformat = \"csv\"\nfile = \"Old/{description}.csv\"\n"
                                    "[output.email]\nfrom = \"reports@example.org\"\nto = [\"a@example.org\"]\n");
         const Outcome outcome = run({file});
@@ -167,6 +169,9 @@ private Q_SLOTS:
         QVERIFY(mail.message[QStringLiteral("text")].toString().contains(QStringLiteral("Only the first 2 rows")));
         QCOMPARE(mail.message[QStringLiteral("subject")].toString(), QStringLiteral("Anmeldungen – März"));
         QVERIFY2(lastRun().note.contains(QStringLiteral("without TLS")), qPrintable(lastRun().note));
+        settings("plain", QString::fromUtf8(MailServer::kUser), 3000, QStringLiteral("127.1"));
+        const Outcome refused = run({file});
+        QVERIFY2(refused.err.contains(QStringLiteral("never travel unencrypted")), qPrintable(refused.err));
     }
 
     void nothing_is_read_or_sent_for_an_e_mail_that_cannot_be_sent_data()

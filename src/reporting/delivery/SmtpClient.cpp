@@ -64,7 +64,8 @@ SmtpServer smtpServerOf(const EmailSettings &settings)
     if (server.port == 0)
         server.port = server.implicitTls ? kPortTls : server.user.isEmpty() ? kPortRelay : kPortSubmission;
     server.implicitTls = server.implicitTls || server.port == kPortTls;
-    server.mustEncrypt = server.implicitTls || (!server.user.isEmpty() && !isThisMachine(server.host));
+    server.isThisMachine = isThisMachine(server.host);
+    server.mustEncrypt = server.implicitTls || (!server.user.isEmpty() && !server.isThisMachine);
     server.timeout = settings.Timeout == 0 ? std::chrono::milliseconds(kUsualTimeout) : std::chrono::milliseconds(settings.Timeout);
     QUrl url;
     url.setScheme(QStringLiteral("smtp"));
@@ -114,7 +115,10 @@ MailOutcome sendMail(const SmtpServer &server, const MailEnvelope &envelope, con
                                           stopped);
             const auto results = transmission.run();
             found.insert(found.end(), results.begin(), results.end());
-            outcome.wasEncrypted = outcome.wasEncrypted && transmission.wasEncrypted();
+            const bool gotThrough = std::any_of(results.begin(), results.end(), [](const RecipientResult &result) {
+                return result.state == RecipientState::Delivered || result.state == RecipientState::Unknown;
+            });
+            outcome.wasEncrypted = outcome.wasEncrypted && (transmission.wasEncrypted() || !gotThrough);
         }
         return found;
     };

@@ -21,6 +21,7 @@ struct SmtpServer
     QString host;
     int port = 0;
     bool implicitTls = false;             ///< TLS from the first byte; else STARTTLS
+    bool isThisMachine = false;           ///< nothing that is said leaves it
     bool mustEncrypt = false;             ///< false: STARTTLS is used where the server offers it
     std::chrono::milliseconds timeout{0}; ///< longest connecting, and longest silence
     QString user, password;               ///< no user: no log-in
@@ -60,7 +61,7 @@ struct MailEnvelope
 struct MailOutcome
 {
     std::vector<RecipientResult> recipients; ///< in the envelope's order
-    bool wasEncrypted = false;               ///< every transmission was
+    bool wasEncrypted = false;               ///< every transmission that got through was
 
     [[nodiscard]] bool isDelivered() const; ///< to all
 };

@@ -329,13 +329,13 @@ void ReportRun::logEnd()
     else if (m_entry.status == QStringLiteral("failed"))
         m_services.log.error(run + QStringLiteral("failed: \"%1\" (%2): %3").arg(m_entry.description, m_queryFile, m_entry.error));
     else
-        m_services.log.info(run + QStringLiteral("done: %1 rows, %2 bytes, %3 %4")
+        m_services.log.info(run + QStringLiteral("done: %1 rows, %2 bytes, %3%4")
                                       .arg(m_entry.rows)
                                       .arg(m_entry.bytes)
                                       .arg(!m_result.delivered.isEmpty()  ? m_result.delivered
                                            : m_entry.outputFile.isEmpty() ? m_entry.outputType
                                                                           : m_entry.outputFile,
-                                           m_result.note));
+                                           m_result.note.isEmpty() ? QString() : QStringLiteral("; ") + m_result.note));
 }
 
 } // namespace qm

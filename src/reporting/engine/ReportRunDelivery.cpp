@@ -71,7 +71,7 @@ void ReportRun::mail(RowSource &source, const RowSample &sample, const ReportPla
 void ReportRun::endMail(const MailOutcome &outcome)
 {
     m_ledger.recordDeliveries(m_entry.id, ledgerDeliveries(outcome.recipients, m_mail->envelope().from, utcText(m_services.clock.now())));
-    if (!outcome.wasEncrypted)
+    if (!outcome.wasEncrypted && !m_mail->server().isThisMachine)
         addNote(QStringLiteral("Sent without TLS: the mail server %1 offers none.").arg(m_mail->server().host));
     const QString undelivered = undeliveredText(outcome.recipients);
     if (undelivered.isEmpty()) {
