@@ -147,6 +147,18 @@ private Q_SLOTS:
         QTRY_COMPARE(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString());
     }
 
+    void a_long_job_is_taken_and_not_waited_for()
+    {
+        m_server->clear();
+        PrintRequest job = request(QStringLiteral("good"), false, 5000);
+        job.patience = 0ms;
+        const PrintOutcome outcome = printDocument(job, {});
+        QVERIFY2(outcome.state == PrintOutcome::State::Taken, qPrintable(outcome.words));
+        QVERIFY2(outcome.words.startsWith(QStringLiteral("waiting or printing as job ")), qPrintable(outcome.words));
+        QTRY_COMPARE_WITH_TIMEOUT(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString(), 20'000);
+        QTRY_VERIFY(QFileInfo(m_server->printedFile()).size() > 10'000);
+    }
+
     void no_printing_system_is_told_as_such()
     {
         const QByteArray server = qgetenv("CUPS_SERVER");
