@@ -193,6 +193,12 @@ private Q_SLOTS:
         QVERIFY(!editor->save());
         QVERIFY(problem(*editor).contains(QStringLiteral("SQL")));
         find<SqlEdit>(*editor, "sql")->setPlainText(QStringLiteral("SELECT computer FROM events WHERE attempts > :least"));
+        auto source = find<QComboBox>(*editor, "dataSource");
+        source->setCurrentIndex(source->findData(QStringLiteral("ODBC::")));
+        find<QLineEdit>(*editor, "connection")->setText(QStringLiteral("DSN=Events;UID=reports;PWD=geheim"));
+        QVERIFY(!editor->save());
+        QVERIFY(problem(*editor).contains(QStringLiteral("password")));
+        source->setCurrentIndex(0);
         find<QRadioButton>(*editor, "layoutOwn")->setChecked(true);
         QCOMPARE(find<QLineEdit>(*editor, "layoutPath")->text(), QStringLiteral("Layouts/Sales_ Daily.rpt"));
         QVERIFY2(editor->save(), qPrintable(problem(*editor)));

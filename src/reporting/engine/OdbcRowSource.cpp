@@ -98,6 +98,8 @@ void OdbcRowSource::leave() noexcept
     m_hasLeft = true;
     m_limits.onCancel({});
     m_reader->stop();
+    if (m_reader->phase() == OdbcReader::Phase::Connecting)
+        return; // it holds nothing yet that could be let go
     const auto until = std::chrono::steady_clock::now() + kLeaveGrace;
     while (m_reader->phase() != OdbcReader::Phase::Ended && std::chrono::steady_clock::now() < until) {
         while (m_reader->takeBlock()) {

@@ -246,6 +246,10 @@ frmQueryEditor::Problem frmQueryEditor::findProblem() const
         return {tr("Give the query a description: the list and the report's title show it."), m_description};
     if (m_source->currentData().toString() == kOdbc && m_connection->text().trimmed().isEmpty())
         return {tr("Give the ODBC connection string, for example \"DSN=Events\"."), m_connection};
+    if (dataSource() != m_edited.saved().query.dataSource && redacted(dataSource()) != dataSource())
+        return {
+            tr("Leave the password out of the query: keep it in a saved data source or a DSN, where readers of the query do not see it."),
+            m_connection};
     if (firstStatementOffset(m_sql->edit().toPlainText(), 0, dialect()) < 0)
         return {tr("Write the SQL that selects the report's rows."), &m_sql->edit()};
     if (!m_usePeriod->isChecked()) {
