@@ -63,7 +63,8 @@ QString adviceFor(Stage stage)
 {
     switch (stage) {
     case Stage::Driver:
-        return QStringLiteral("Install an ODBC driver for this kind of server, or mend the system's list of drivers and data source names.");
+        return QStringLiteral(
+            "Install an ODBC driver for this kind of server, or mend the system's list of drivers and data source names.");
     case Stage::Name:
         return QStringLiteral("Check how the server's name is spelled, and that this computer can resolve it.");
     case Stage::Network:
