@@ -77,7 +77,8 @@ void ScheduleTableView::showModelSelection(int row)
         setCurrentIndex({});
     } else {
         setCurrentIndex(m_table.index(row, JobTable::Date));
-        selectRow(row);
+        // Not selectRow: laid out from right to left it finds no row before the view has its size.
+        selectionModel()->select(m_table.index(row, JobTable::Date), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
 }
 

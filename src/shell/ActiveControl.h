@@ -10,7 +10,7 @@ class QWidget;
 namespace qm {
 
 /// The last of tree, list and schedule table that held the keyboard focus. Menus, bars and dialogs do not change it; an editor inside a
-/// view counts as the view.
+/// view counts as the view. The selections of the other views are shown dimmed, so that it can be seen what a command acts on.
 class ActiveControl final : public QObject
 {
     Q_OBJECT
@@ -18,16 +18,23 @@ public:
     enum class View { None, TreeView, ListView, Datatbl };
 
     explicit ActiveControl(QObject *parent = nullptr);
-    void watch(const QWidget &widget, View view) { m_views.insert(&widget, view); }
+    void watch(QWidget &widget, View view) { m_views.insert(&widget, view); }
+    /// Before the views go.
+    void unwatchAll() { m_views.clear(); }
     [[nodiscard]] View current() const { return m_current; }
 
 Q_SIGNALS:
     void changed();
 
+protected:
+    /// The dimmed colours follow the desktop's.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void focusChanged(QWidget *now);
+    void dimOthers() const;
 
-    QHash<const QWidget *, View> m_views;
+    QHash<QWidget *, View> m_views;
     View m_current = View::None;
 };
 

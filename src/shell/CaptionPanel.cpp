@@ -11,6 +11,8 @@ CaptionPanel::CaptionPanel(const QString &name, QWidget *contents, QWidget *pare
     setFrameShape(QFrame::NoFrame);
     m_caption->setTextFormat(Qt::PlainText);
     m_caption->setContentsMargins(8, 5, 8, 5);
+    if (isRightToLeft()) // a label goes by its text otherwise
+        m_caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter | Qt::AlignAbsolute);
     m_caption->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     QFont font = m_caption->font();
     font.setBold(true);

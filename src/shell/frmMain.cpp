@@ -15,6 +15,7 @@
 #include "shell/CaptionPanel.h"
 #include "shell/CatalogueCommands.h"
 #include "shell/Icons.h"
+#include "shell/LeftToRightDelegate.h"
 #include "shell/frmAbout.h"
 
 #include <QApplication>
@@ -72,6 +73,10 @@ frmMain::frmMain(MainWindowServices services)
                                                               m_services.prompts, m_services.clock, m_services.journal, m_services.help},
                                        scheduleHooks(), this);
     m_schedule->table().setPicture(icons::imageList().value(QStringLiteral("ScheduleJob")));
+    for (const int column : {CatalogueList::QueryFile, CatalogueList::ReportFile})
+        m_catalogue->lvListView().setItemDelegateForColumn(column, new LeftToRightDelegate(this));
+    for (const int column : {JobTable::Date, JobTable::Time, JobTable::QueryFile})
+        m_schedule->dtblScheduleTable().setItemDelegateForColumn(column, new LeftToRightDelegate(this));
     m_addDataSource = std::make_unique<frmAddNewDataSource>(m_services.globals, m_services.errors, m_services.prompts, this);
 
     m_catalogueCommands = std::make_unique<CatalogueCommands>(
@@ -96,7 +101,7 @@ frmMain::frmMain(MainWindowServices services)
 frmMain::~frmMain()
 {
     // The panes' events use the other members, and the focus wanders while widgets go.
-    m_active.disconnect(this);
+    m_active.unwatchAll();
     m_catalogueCommands.reset();
     m_schedule.reset();
     m_catalogue.reset();

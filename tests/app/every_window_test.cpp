@@ -14,8 +14,9 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QRadioButton>
-#include <QStyleFactory>
+#include <QStyledItemDelegate>
 #include <QTabBar>
+#include <QTableView>
 #include <QTranslator>
 
 using namespace qm;
@@ -198,6 +199,25 @@ private Q_SLOTS:
         QStringList found(bare.begin(), bare.end());
         found.sort();
         QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+    }
+
+    void from_right_to_left_rows_stay_selected_and_paths_whole()
+    {
+        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+        const auto back = qScopeGuard([] { QGuiApplication::setLayoutDirection(Qt::LeftToRight); });
+        int windows = 0;
+        WindowGallery([&](const QString &name, QWidget &window) {
+            if (name != QLatin1String("frmMain"))
+                return;
+            ++windows;
+            auto *table = window.findChild<QTableView *>(QStringLiteral("dtblScheduleTable"));
+            QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
+            const QModelIndex path = table->model()->index(0, JobTable::QueryFile);
+            const auto *delegate = qobject_cast<QStyledItemDelegate *>(table->itemDelegateForIndex(path));
+            const QString shown = delegate->displayText(path.data(), QLocale());
+            QVERIFY(shown.contains(path.data().toString()) && shown.isRightToLeft() == false && shown.front() == QChar(0x202a));
+        }).showMainWindow();
+        QCOMPARE(windows, 1);
     }
 
     void f1_opens_the_page_about_the_window()

@@ -364,6 +364,11 @@ private Q_SLOTS:
         QCOMPARE(on(), QStringLiteral("group job rename"));
         office.clickGroup(QStringLiteral("Weekly"));
         QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
+        // The view that a command acts on shows its selection in full colour, the others dimmed.
+        const auto highlight = [](const QWidget &view) { return view.palette().color(QPalette::Active, QPalette::Highlight); };
+        QCOMPARE(highlight(office.tree()), QApplication::palette().color(QPalette::Active, QPalette::Highlight));
+        QVERIFY(highlight(office.list()) != highlight(office.tree()));
+        QCOMPARE(highlight(office.list()), highlight(office.schedule()));
         // A menu that is open, and a button that has the focus, change nothing.
         QTest::keyClick(office.window.get(), Qt::Key_O, Qt::AltModifier);
         QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
