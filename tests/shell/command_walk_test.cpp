@@ -313,6 +313,23 @@ private Q_SLOTS:
         office.prompts.finish();
     }
 
+    void a_damaged_help_file_is_told_and_the_window_works_on()
+    {
+        CommandOffice office;
+        office.installation.write(QStringLiteral("Report Generator.chm"), "spoilt");
+        office.tool("ID_HelpButton").trigger();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_F1);
+        QCOMPARE(office.prompts.shown.size(), std::size_t{2});
+        for (const ScriptedPrompts::Shown &box : office.prompts.shown)
+            QVERIFY(
+                box.text.startsWith(QStringLiteral("Error occured while trying to display Help.\r\n\r\nFunction Name:  HelpContentsClicked"
+                                                   "\r\nSource:  frmMain.frm\r\nError No:  321\r\n")));
+        QVERIFY(!office.help.window());
+        office.clickQuery(QStringLiteral("Logons"));
+        office.tool("ID_Generate").trigger();
+        QCOMPARE(office.components.runs.size(), std::size_t{1});
+    }
+
     /// Which commands can be chosen, along the roads that an operator takes.
     void commands_follow_what_is_selected_along_the_road()
     {
