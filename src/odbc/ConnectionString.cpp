@@ -23,6 +23,15 @@ QString takeQuoted(const QString &text, qsizetype &at, QChar close)
     return value;
 }
 
+/// Reads up to the next semicolon, without outer blanks.
+QString takeBare(const QString &text, qsizetype &at)
+{
+    const qsizetype semicolon = text.indexOf(u';', at);
+    const QString value = text.mid(at, semicolon < 0 ? -1 : semicolon - at).trimmed();
+    at = semicolon < 0 ? text.size() : semicolon;
+    return value;
+}
+
 qsizetype skipBlanks(const QString &text, qsizetype at)
 {
     while (at < text.size() && text[at].isSpace())
@@ -72,9 +81,7 @@ Properties parseAdo(const QString &text)
             while (at < text.size() && text[at] != u';')
                 ++at;
         } else {
-            const qsizetype end = text.indexOf(u';', at) < 0 ? text.size() : text.indexOf(u';', at);
-            value = text.mid(at, end - at).trimmed();
-            at = end;
+            value = takeBare(text, at);
         }
         ++at;
         const bool firstCounts = key.compare(QStringLiteral("Provider"), Qt::CaseInsensitive) == 0;
@@ -104,9 +111,7 @@ Properties parseOdbc(const QString &text)
             while (at < text.size() && text[at] != u';')
                 ++at;
         } else {
-            const qsizetype end = text.indexOf(u';', at) < 0 ? text.size() : text.indexOf(u';', at);
-            value = text.mid(at, end - at).trimmed();
-            at = end;
+            value = takeBare(text, at);
         }
         ++at;
         if (!properties.find(key))

@@ -77,14 +77,25 @@ Routing noDriver(const QString &kind, const QStringList &names, const QStringLis
     return routing;
 }
 
-Routing toSqlServer(const Endpoint &endpoint, std::chrono::milliseconds patience)
+/// The route's driver, or the failure that there is none.
+Routing withDriver(Endpoint::Kind kind)
 {
+    const bool oracle = kind == Endpoint::Kind::Oracle;
     const QStringList installed = installedDrivers();
     Routing routing;
-    routing.route.driver = sqlServerDriver(installed);
-    if (routing.route.driver.isEmpty())
-        return noDriver(QStringLiteral("Microsoft SQL Server"), sqlServerDriverNames(), installed);
+    routing.route.driver = oracle ? oracleDriver(installed) : sqlServerDriver(installed);
     routing.route.family = familyOf(routing.route.driver);
+    if (!routing.route.driver.isEmpty())
+        return routing;
+    return oracle ? noDriver(QStringLiteral("Oracle"), oracleDriverNames(), installed)
+                  : noDriver(QStringLiteral("Microsoft SQL Server"), sqlServerDriverNames(), installed);
+}
+
+Routing toSqlServer(const Endpoint &endpoint, std::chrono::milliseconds patience)
+{
+    Routing routing = withDriver(endpoint.kind);
+    if (routing.failure)
+        return routing;
     ServerAddress address = ServerAddress::of(endpoint.server);
     if (address.host.isEmpty()) {
         routing.failure = {Stage::Name, {{QString(), 0, QStringLiteral("no server is named."), 0}}};
@@ -115,12 +126,9 @@ Routing toSqlServer(const Endpoint &endpoint, std::chrono::milliseconds patience
 
 Routing toOracle(const Endpoint &endpoint)
 {
-    const QStringList installed = installedDrivers();
-    Routing routing;
-    routing.route.driver = oracleDriver(installed);
-    if (routing.route.driver.isEmpty())
-        return noDriver(QStringLiteral("Oracle"), oracleDriverNames(), installed);
-    routing.route.family = familyOf(routing.route.driver);
+    Routing routing = withDriver(endpoint.kind);
+    if (routing.failure)
+        return routing;
     StringBuilder builder(Escaping::Doubled);
     builder.addDriver(routing.route.driver);
     builder.add("DBQ", endpoint.server);
