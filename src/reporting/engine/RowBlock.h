@@ -4,6 +4,7 @@
 
 #include "reporting/writers/Value.h"
 
+#include <algorithm>
 #include <memory>
 #include <span>
 #include <vector>
@@ -14,14 +15,17 @@ namespace qm {
 class RowBlock final
 {
 public:
-    static constexpr std::size_t kRows = 512;
+    static constexpr std::size_t kRows = 512, kCells = 16384; ///< wide results have fewer rows in a block
     static constexpr std::size_t kBytes = std::size_t{1} << 18;
 
-    explicit RowBlock(std::size_t columns) : m_columns(columns), m_cells(kRows * columns) {}
+    explicit RowBlock(std::size_t columns)
+        : m_columns(columns), m_cells(columns * std::clamp<std::size_t>(kCells / std::max<std::size_t>(columns, 1), 1, kRows))
+    {
+    }
 
     [[nodiscard]] std::size_t rows() const { return m_columns == 0 ? 0 : m_filled / m_columns; }
     [[nodiscard]] std::span<const Value> row(std::size_t index) const { return {m_cells.data() + index * m_columns, m_columns}; }
-    [[nodiscard]] bool isFull() const { return rows() >= kRows || m_used >= kBytes; }
+    [[nodiscard]] bool isFull() const { return m_filled == m_cells.size() || m_used >= kBytes; }
 
     /// Adds the next cell of a row. A full block takes none.
     void add(const Value &value) { m_cells[m_filled++] = value; }
