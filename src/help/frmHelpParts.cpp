@@ -70,6 +70,7 @@ frmHelp::frmHelp(std::unique_ptr<HelpBook> book, QString stateFile, QWidget *par
     setObjectName(QStringLiteral("frmHelp"));
     setWindowTitle(m_book->title());
     setContextMenuPolicy(Qt::PreventContextMenu);
+    setProperty("inputDuringRun", true); // reading goes on while a report is made
     m_page->setBook(m_book.get());
     buildSides();
     buildTools();
