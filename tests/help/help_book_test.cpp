@@ -117,12 +117,17 @@ private Q_SLOTS:
     void each_context_number_lands_on_its_page()
     {
         const QByteArray pairs = m_book->bytes(QStringLiteral("#IVB")), strings = m_book->bytes(QStringLiteral("#STRINGS"));
-        QCOMPARE(qFromLittleEndian<quint32>(pairs.constData()), static_cast<quint32>(pairs.size() - 4));
+        QDataStream numbers(pairs);
+        numbers.setByteOrder(QDataStream::LittleEndian);
+        quint32 size = 0;
+        numbers >> size;
+        QCOMPARE(size, static_cast<quint32>(pairs.size() - 4));
         QMap<int, QString> titles;
-        for (qsizetype at = 4; at < pairs.size(); at += 8) {
-            const QString page = QString::fromUtf8(strings.constData() + qFromLittleEndian<qint32>(pairs.constData() + at + 4));
-            titles.insert(qFromLittleEndian<qint32>(pairs.constData() + at),
-                          captures(m_book->text(page), QStringLiteral("<title>(.*?)</title>")).value(0));
+        while (!numbers.atEnd()) {
+            qint32 context = 0, name = 0;
+            numbers >> context >> name;
+            const QString page = QString::fromUtf8(strings.mid(name).constData());
+            titles.insert(context, captures(m_book->text(page), QStringLiteral("<title>(.*?)</title>")).value(0));
         }
         QCOMPARE(titles.value(24), QStringLiteral("Data sources"));
         QCOMPARE(titles.value(26), QStringLiteral("The main window"));
