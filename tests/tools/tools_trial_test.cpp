@@ -70,6 +70,7 @@ private Q_SLOTS:
         for (const char *folder : {"Config", "Logs", "Reports"})
             QVERIFY(QFileInfo(path(QStringLiteral("trial/") + QString::fromLatin1(folder))).isDir());
         QVERIFY(readFile(path(QStringLiteral("trial/README.txt"))).contains("SAMPLE DATA"));
+        QVERIFY(readFile(path(QStringLiteral("trial/Report Generator.chm"))).startsWith("ITSF"));
     }
 
     void every_sample_query_reads_and_finds_rows()
