@@ -9,11 +9,11 @@ namespace qm {
 
 namespace {
 
-/// The selection's colour with most of its hue taken out; dark enough for the text and the pictures that stand on it.
+/// The selection's colour with nearly all of its hue taken out; dark enough for the text and the pictures that stand on it.
 QColor dimmed(const QColor &highlight)
 {
-    constexpr double kKept = 0.45;
-    constexpr int kGrey = 108;
+    constexpr double kKept = 0.15;
+    constexpr int kGrey = 116;
     const auto mixed = [](int part) { return static_cast<int>(kKept * part + (1 - kKept) * kGrey); };
     return {mixed(highlight.red()), mixed(highlight.green()), mixed(highlight.blue())};
 }
