@@ -168,6 +168,14 @@ private Q_SLOTS:
                  QStringList());
     }
 
+    void a_procedure_may_count_rows_before_it_selects_and_fail_behind_them()
+    {
+        QCOMPARE(rowsOf(tds(), QStringLiteral("exec counts_first")),
+                 (QStringList{QStringLiteral("i:1"), QStringLiteral("i:2"), QStringLiteral("i:3")}));
+        const QString late = errorOf([&] { rowsOf(tds(), QStringLiteral("exec fails_late")); }).description();
+        QVERIFY2(late.contains(QStringLiteral("The check behind the rows failed.")), qPrintable(late));
+    }
+
     void the_servers_words_number_and_line_are_told()
     {
         const QString unknown = QStringLiteral("select id\nfrom types\njoin nosuch on 1=1");
@@ -181,6 +189,11 @@ private Q_SLOTS:
                  qPrintable(onPostgres));
         const QString late = errorOf([&] { rowsOf(postgres(), QStringLiteral("select 1 / (2000 - id) from many")); }).description();
         QVERIFY2(late.contains(QStringLiteral("division by zero")), qPrintable(late));
+        const QString between = errorOf([&] {
+                                    rowsOf(tds(), QStringLiteral("select id, abs(case when id = 15000 then -9223372036854775807 - 1 "
+                                                                 "else id end) from many"));
+                                }).description();
+        QVERIFY2(between.contains(QStringLiteral("failed while giving rows")), qPrintable(between));
         const QString none = errorOf([&] { rowsOf(postgres(), QStringLiteral("show nosuch")); }).description();
         QVERIFY2(none.contains(QStringLiteral("nosuch")), qPrintable(none));
     }

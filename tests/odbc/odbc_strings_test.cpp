@@ -135,6 +135,8 @@ private Q_SLOTS:
         row("select * into copy from t", MsSql, "\"into\" writes");
         row("select [delete], \"drop\", 'update' from t -- insert", MsSql, "");
         row("select * from a inner merge join b on 1=1 option (merge union)", MsSql, "");
+        row("select 1 from t option (use hint ('FORCE_LEGACY_CARDINALITY_ESTIMATION'))", MsSql, "");
+        row("select 1 use master", MsSql, "\"use\" writes");
         row("select 1; waitfor delay '0'", MsSql, "a second one begins");
         row("select $$;$$, 'a;b', ';' as \";\"", PostgreSql, "");
         row("exec dbo.report :a", MsSql, "");

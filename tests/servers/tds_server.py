@@ -348,6 +348,14 @@ class Conn(Dialect):
                     self.put(self.done(st=0 if last else 1))
                     continue
                 if m := re.match(r"exec(?:ute)?\s+(\S+)", s, re.I):
+                    if m[1] == "counts_first":
+                        self.put(self.done(255, 1 | 16, 3))
+                        self.emit("select id from types order by id", 255, None, False)
+                        self.put(self.done(254))
+                        continue
+                    if m[1] == "fails_late":
+                        self.emit("select id from types order by id", 255, None, False)
+                        raise SqlError(50000, "The check behind the rows failed.", 16, 1)
                     raise SqlError(2812, "Could not find stored procedure '%s'." % m[1])
                 self.emit(s, 253, None, last)
             except SqlError as e:

@@ -179,9 +179,18 @@ void OdbcReader::execute(SQLHANDLE statement)
         m_request.prepareOnly ? SQLPrepareW(statement, text.data(), text.length()) : SQLExecDirectW(statement, text.data(), text.length());
     if (!SQL_SUCCEEDED(code) && code != SQL_NO_DATA)
         raiseRefused(statement);
-    SQLSMALLINT columns = 0;
-    if (!SQL_SUCCEEDED(SQLNumResultCols(statement, &columns)))
-        raiseRefused(statement);
+    // A procedure may count the rows of its own work before it selects.
+    for (SQLSMALLINT columns = 0; columns == 0;) {
+        if (!SQL_SUCCEEDED(SQLNumResultCols(statement, &columns)))
+            raiseRefused(statement);
+        if (columns > 0 || m_request.prepareOnly)
+            return;
+        const SQLRETURN more = SQLMoreResults(statement);
+        if (more == SQL_NO_DATA)
+            return;
+        if (!SQL_SUCCEEDED(more))
+            raiseRefused(statement);
+    }
 }
 
 void OdbcReader::fetchRows(SQLHANDLE statement, OdbcColumns &columns)
@@ -190,8 +199,12 @@ void OdbcReader::fetchRows(SQLHANDLE statement, OdbcColumns &columns)
     auto begun = std::chrono::steady_clock::now();
     while (block) {
         const SQLRETURN code = SQLFetch(statement);
-        if (code == SQL_NO_DATA)
+        if (code == SQL_NO_DATA) {
+            // What a procedure says behind its rows comes with its next result.
+            if (SQLMoreResults(statement) == SQL_ERROR)
+                raiseLost(statement);
             break;
+        }
         if (!SQL_SUCCEEDED(code))
             raiseLost(statement);
         columns.addRow(*block);

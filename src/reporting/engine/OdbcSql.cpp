@@ -34,11 +34,13 @@ bool isOneOf(QStringView word, const std::array<const char16_t *, N> &words)
     failReport(QStringLiteral("The SQL is refused in line %1, column %2: %3.").arg(position.line).arg(position.column).arg(why));
 }
 
-/// "INNER MERGE JOIN" and "OPTION (MERGE UNION)" are hints, not statements.
-bool isJoinHint(QStringView word, QStringView next)
+/// "INNER MERGE JOIN", "OPTION (MERGE UNION)" and "OPTION (USE HINT (...))" are hints, not statements.
+bool isHint(QStringView word, QStringView next)
 {
-    return word.compare(u"MERGE", Qt::CaseInsensitive) == 0 &&
-           (next.compare(u"JOIN", Qt::CaseInsensitive) == 0 || next.compare(u"UNION", Qt::CaseInsensitive) == 0);
+    const auto are = [&](QStringView first, QStringView second) {
+        return word.compare(first, Qt::CaseInsensitive) == 0 && next.compare(second, Qt::CaseInsensitive) == 0;
+    };
+    return are(u"MERGE", u"JOIN") || are(u"MERGE", u"UNION") || are(u"USE", u"HINT") || are(u"USE", u"PLAN");
 }
 
 void refuseWriting(const QString &sql, const std::vector<SqlToken> &tokens, SqlDialect dialect)
@@ -56,7 +58,7 @@ void refuseWriting(const QString &sql, const std::vector<SqlToken> &tokens, SqlD
         return;
     for (auto token = first + 1; token != tokens.end(); ++token) {
         const QStringView next = token + 1 == tokens.end() ? QStringView() : textOf(*(token + 1));
-        if (token->kind == Kind::Word && isOneOf(textOf(*token), kWritingWords) && !isJoinHint(textOf(*token), next))
+        if (token->kind == Kind::Word && isOneOf(textOf(*token), kWritingWords) && !isHint(textOf(*token), next))
             refuseAt(sql, token->offset, QStringLiteral("a report may only read, and \"%1\" writes").arg(textOf(*token)));
     }
 }
