@@ -118,8 +118,7 @@ QString MailDelivery::text(const ReportHead &head, const ReportTail &tail) const
     return own + QStringLiteral("\n") + (m_fields.value(QStringLiteral("format")) == u"csv" ? QStringLiteral("\n") + facts : QString());
 }
 
-MailOutcome MailDelivery::send(const QStringList &files, const ReportHead &head, const ReportTail &tail, const QDateTime &date,
-                               const RunLimits &limits)
+void MailDelivery::write(const QStringList &files, const ReportHead &head, const ReportTail &tail, const QDateTime &date)
 {
     m_fields.insert(QStringLiteral("rows"), QString::number(tail.rows));
     const QString subject = withoutLooseEnd(filled(m_query.OutputSettings.email.subject, "subject"));
@@ -133,7 +132,10 @@ MailOutcome MailDelivery::send(const QStringList &files, const ReportHead &head,
         m_message.htmlFile = report;
     m_envelope.messageFile = QFileInfo(report).absolutePath() + QStringLiteral("/message.eml");
     writeMailMessage(m_message, m_envelope.messageFile);
-    limits.check();
+}
+
+MailOutcome MailDelivery::send(const RunLimits &limits) const
+{
     return sendMail(m_server, m_envelope, [&limits] { return limits.reached(); });
 }
 

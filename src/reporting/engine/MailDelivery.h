@@ -22,11 +22,11 @@ public:
     /// {field}; and as the reader of "Email.cfg".
     MailDelivery(const QString &installPath, const Query &query, const RunFacts &facts);
 
-    /// Sends \p files, the report first; an HTML report is shown in the message too.
-    /// The message is written beside the report, as the envelope's messageFile. \throws RuntimeError as writeMailMessage, and as
-    /// RunLimits::check.
-    [[nodiscard]] MailOutcome send(const QStringList &files, const ReportHead &head, const ReportTail &tail, const QDateTime &date,
-                                   const RunLimits &limits);
+    /// Writes the message with \p files, the report first, beside the report as the envelope's messageFile; an HTML report is shown in the
+    /// message too. \throws RuntimeError as writeMailMessage.
+    void write(const QStringList &files, const ReportHead &head, const ReportTail &tail, const QDateTime &date);
+    /// Sends what was written.
+    [[nodiscard]] MailOutcome send(const RunLimits &limits) const;
 
     [[nodiscard]] const SmtpServer &server() const { return m_server; }
     [[nodiscard]] const MailEnvelope &envelope() const { return m_envelope; }

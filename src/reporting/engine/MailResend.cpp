@@ -29,28 +29,39 @@ MailEnvelope leftOver(const LedgerEntry &run, const QString &messageFile)
     return envelope;
 }
 
+/// \throws RuntimeError reportFailed when nothing of \p run is left to send.
+void requireLeftOver(const LedgerEntry &run, const MailEnvelope &envelope)
+{
+    if (run.outputType != outputTypeWord(static_cast<int>(OutputKind::Email)))
+        failReport(QStringLiteral("Run %1 sent no e-mail: its output was \"%2\".").arg(run.id).arg(run.outputType));
+    if (envelope.recipients.empty())
+        failReport(QStringLiteral("The e-mail of run %1 has reached all its recipients.").arg(run.id));
+    if (!files::fileExists(envelope.messageFile))
+        failReport(QStringLiteral("The message of run %1 was not kept (there is no %2). Generate the report again.")
+                       .arg(run.id)
+                       .arg(envelope.messageFile));
+}
+
 } // namespace
 
 QString ReportEngine::resend(std::int64_t id, const std::shared_ptr<CancelFlag> &cancel)
 {
     RunLedger ledger(m_services.installPath);
     LedgerEntry run = ledger.entry(id);
-    const MailEnvelope envelope = leftOver(run, outboxFile(m_services.installPath, id));
-    if (run.outputType != outputTypeWord(static_cast<int>(OutputKind::Email)))
-        failReport(QStringLiteral("Run %1 sent no e-mail: its output was \"%2\".").arg(id).arg(run.outputType));
-    if (envelope.recipients.empty())
-        failReport(QStringLiteral("The e-mail of run %1 has reached all its recipients.").arg(id));
-    if (!files::fileExists(envelope.messageFile))
-        failReport(QStringLiteral("The message of run %1 was not kept (there is no %2). Generate the report again.")
-                       .arg(id)
-                       .arg(envelope.messageFile));
+    MailEnvelope envelope = leftOver(run, outboxFile(m_services.installPath, id));
+    requireLeftOver(run, envelope);
     const SmtpServer server = smtpServerOf(
         *TomlEmailConfigReader().ReadEmailSettings(m_services.installPath + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg")));
     if (!server.problem.isEmpty())
         failReport(server.problem);
     QLockFile alone(envelope.messageFile + QStringLiteral(".lock"));
+    alone.setStaleLockTime(0); // sending may take long; only a dead process loses its lock
     if (!alone.tryLock())
         failReport(QStringLiteral("The e-mail of run %1 is being sent again by another process.").arg(id));
+    // Another process may have sent it before the lock was ours.
+    run = ledger.entry(id);
+    envelope = leftOver(run, envelope.messageFile);
+    requireLeftOver(run, envelope);
     ledger.recordDeliveries(id, pendingDeliveries(envelope, utcText(m_services.clock.now())));
     const RunLimits limits(cancel, std::chrono::seconds(0));
     const MailOutcome outcome = sendMail(server, envelope, [&limits] { return limits.reached(); });

@@ -64,8 +64,10 @@ void ReportRun::mail(RowSource &source, const RowSample &sample, const ReportPla
     if (files::fileExists(made.path + QStringLiteral(".txt")))
         attached << made.path + QStringLiteral(".txt");
     tellStage(RunStage::Sending);
+    m_mail->write(attached, plan.head, m_tail, localTime(m_services.clock));
+    m_limits.check();
     m_ledger.recordDeliveries(m_entry.id, pendingDeliveries(m_mail->envelope(), utcText(m_services.clock.now())));
-    endMail(m_mail->send(attached, plan.head, m_tail, localTime(m_services.clock), m_limits));
+    endMail(m_mail->send(m_limits));
 }
 
 void ReportRun::endMail(const MailOutcome &outcome)
