@@ -188,6 +188,19 @@ private Q_SLOTS:
         QCOMPARE(m_server->taken(), before);
     }
 
+    void only_the_relay_on_this_machine_may_show_an_unknown_certificate()
+    {
+        const QByteArray authorities = qgetenv("SSL_CERT_FILE");
+        qputenv("SSL_CERT_FILE", "/etc/ssl/certs/ca-certificates.crt");
+        SmtpServer server = at("relay");
+        const MailOutcome here = send(server, {kTo});
+        server.isThisMachine = false;
+        const MailOutcome elsewhere = send(server, {kTo});
+        qputenv("SSL_CERT_FILE", authorities);
+        QVERIFY2(here.isDelivered() && here.wasEncrypted, qPrintable(words(here)));
+        QVERIFY2(words(elsewhere).contains(QStringLiteral("could not prove who it is")), qPrintable(words(elsewhere)));
+    }
+
     void silence_ends_at_the_time_out_and_slowness_does_not()
     {
         MailOutcome outcome = send(at("mute"), {kTo});

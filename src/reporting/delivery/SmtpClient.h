@@ -67,7 +67,8 @@ struct MailOutcome
 };
 
 /// Sends. A recipient that was refused for now is tried once more. Ends soon after \p stopped says so. Certificates are verified against
-/// the system's authorities, or those of the file SSL_CERT_FILE and the folder SSL_CERT_DIR (environment) where they are named.
+/// the system's authorities, or those of the file SSL_CERT_FILE and the folder SSL_CERT_DIR (environment) where they are named; that of
+/// this machine's own relay is taken as it is unless TLS is demanded.
 [[nodiscard]] MailOutcome sendMail(const SmtpServer &server, const MailEnvelope &envelope, const std::function<bool()> &stopped);
 
 } // namespace qm
