@@ -255,7 +255,6 @@ PrintOutcome Job::follow(const std::function<bool()> &stopped)
             return ended(PrintOutcome::State::Printed, QStringLiteral("printed as %1").arg(job));
         case IPP_JSTATE_ABORTED:
         case IPP_JSTATE_CANCELED:
-            m_id = m_id > 0 ? m_id : 0;
             return ended(PrintOutcome::State::Failed,
                          QStringLiteral("The printing system ended %1 without printing it: %2.").arg(job, m_words));
         case IPP_JSTATE_HELD:
