@@ -15,7 +15,7 @@ namespace {
 
 enum SystemRecord : quint16 { ContentsFile = 0, IndexFile = 1, DefaultTopic = 2, Title = 3 };
 constexpr qsizetype kExcerptBefore = 40, kExcerptLength = 160;
-/// Deeper contents are cut: a damaged file must not exhaust the stack.
+/// Deeper lists are read as part of the one around them: a damaged file must not exhaust the stack.
 constexpr int kDeepest = 8;
 
 template <class Number>
@@ -50,14 +50,19 @@ public:
     std::vector<HelpTopic> read(int depth = 0)
     {
         std::vector<HelpTopic> topics;
+        qsizetype flattened = 0;
         while (m_tags.hasNext()) {
             const QRegularExpressionMatch tag = m_tags.next();
             const QString name = tag.captured(1).toLower();
-            if (name == QLatin1String("/ul"))
-                break;
-            if (name == QLatin1String("ul")) {
+            if (name == QLatin1String("/ul")) {
+                if (flattened == 0)
+                    break;
+                --flattened;
+            } else if (name == QLatin1String("ul") && depth == kDeepest) {
+                ++flattened;
+            } else if (name == QLatin1String("ul")) {
                 std::vector<HelpTopic> inner = read(depth + 1);
-                std::vector<HelpTopic> &target = topics.empty() || depth == 0 || depth > kDeepest ? topics : topics.back().children;
+                std::vector<HelpTopic> &target = topics.empty() || depth == 0 ? topics : topics.back().children;
                 std::move(inner.begin(), inner.end(), std::back_inserter(target));
             } else if (name == QLatin1String("object")) {
                 topics.push_back({});

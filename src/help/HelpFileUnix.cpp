@@ -52,9 +52,10 @@ void HelpFile::showContext(int context)
 
 void HelpFile::closeWindow()
 {
-    if (m_window)
-        m_window->close();
-    m_window.reset();
+    if (!m_window)
+        return;
+    m_window->close();
+    m_window.release()->deleteLater(); // it may be its own F1 that asks for a newer file
 }
 
 } // namespace qm
