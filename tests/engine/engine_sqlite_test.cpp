@@ -8,6 +8,8 @@
 #include <random>
 #include <thread>
 
+#include <csignal>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -233,6 +235,36 @@ private Q_SLOTS:
         file.close();
         QVERIFY(tell(m_path).second.contains(QStringLiteral("is not an event database")));
         QVERIFY(!QFile::exists(m_path + QStringLiteral("-wal")));
+    }
+
+    /// One step of the statement may take long by itself, with few looks at the clock between its steps.
+    void time_out_ends_expensive_functions()
+    {
+        makeDatabase("WAL", 1);
+        QElapsedTimer timer;
+        timer.start();
+        const auto [number, text] = failureOf([&] {
+            qm::SqliteRowSource source(m_path,
+                                       QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 4000) "
+                                                      "SELECT max(length(hex(zeroblob(4000000 + i)))) FROM n"),
+                                       {}, {nullptr, 1s});
+            countRows(source);
+        });
+        QCOMPARE(number, qm::err::reportFailed);
+        QVERIFY2(text.contains(QStringLiteral("time-out of 1 seconds")), qPrintable(text));
+        QVERIFY2(timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void a_full_disk_beside_the_database_is_told()
+    {
+        makeDatabase("WAL", 3);
+        const int end = inChild([&] {
+            signal(SIGXFSZ, SIG_IGN);
+            const rlimit none{16, 16};
+            setrlimit(RLIMIT_FSIZE, &none);
+            return failureOf([&] { countRows(m_path); }).first;
+        });
+        QCOMPARE(end, int{qm::err::diskFull});
     }
 
     /// An import goes on while the report is read: the report holds what was there when it began.

@@ -130,6 +130,32 @@ private Q_SLOTS:
         QCOMPARE(reports(), QStringList{QStringLiteral("plain")});
     }
 
+    void a_report_never_takes_the_place_of_what_it_is_made_from()
+    {
+        const QString file = query("SELECT id FROM e");
+        QFile::link(database(), m_installation->path() + QStringLiteral("x.csv"));
+        const QString settings = m_installation->write(QStringLiteral("Config/Email.cfg"), "format = 1\n");
+        for (const QString &target : {file, database(), m_installation->path() + QStringLiteral("x.csv"), settings,
+                                      m_installation->path() + QStringLiteral("Packages.ini")}) {
+            const QByteArray before = m_installation->read(target);
+            const Outcome outcome = runTool({QStringLiteral("--output"), target, file});
+            QCOMPARE(outcome.exitCode, 1);
+            QVERIFY2(outcome.err.contains("cannot replace " + target.toUtf8()), outcome.err.constData());
+            QCOMPARE(m_installation->read(target), before);
+        }
+    }
+
+    void what_cannot_be_printed_is_a_failure()
+    {
+        QCOMPARE(runTool({QStringLiteral("--rows"), query("SELECT id FROM e")}).exitCode, 0);
+        QProcess process;
+        process.setStandardOutputFile(QStringLiteral("/dev/full"));
+        process.start(program(), {QStringLiteral("--history")});
+        const Outcome outcome = finish(process);
+        QCOMPARE(outcome.exitCode, 1);
+        QVERIFY2(outcome.err.contains("Standard output"), outcome.err.constData());
+    }
+
     void reports_go_where_they_are_sent()
     {
         const QString file =

@@ -35,6 +35,15 @@ void complain(const QString &text)
     print(stderr, QStringLiteral("quillmark-report: %1\n").arg(text));
 }
 
+/// \returns kDone when all that was printed arrived.
+int printed()
+{
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
+        return kDone;
+    complain(QStringLiteral("Standard output could not be written: %1.").arg(qt_error_string()));
+    return kFailed;
+}
+
 /// The registered installation, where there is one that is an installation.
 QString registeredInstallation()
 {
@@ -89,7 +98,7 @@ int showHistory(const ReportCommand &command)
     ledger.markInterrupted(utcText(SystemClock().now()));
     for (const LedgerEntry &entry : ledger.list())
         print(stdout, historyLine(entry));
-    return kDone;
+    return printed();
 }
 
 int generate(ReportCommand &command)
@@ -109,7 +118,7 @@ int generate(ReportCommand &command)
         print(stdout, QStringLiteral("%1\n").arg(result.rows));
     else
         print(stdout, (result.outputFile.isEmpty() ? result.delivered : result.outputFile) + u'\n');
-    return std::fflush(stdout) == 0 ? kDone : kFailed;
+    return printed();
 }
 
 int resend(const ReportCommand &command)
@@ -120,7 +129,7 @@ int resend(const ReportCommand &command)
     const auto cancel = std::make_shared<CancelFlag>();
     const Interruption interruption(cancel);
     print(stdout, ReportEngine({installation, fontFolder(), clock, log}).resend(command.run, cancel) + u'\n');
-    return kDone;
+    return printed();
 }
 
 int act(const QStringList &arguments)

@@ -6,6 +6,7 @@
 #include "reporting/engine/Failure.h"
 #include "reporting/engine/QueryHome.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QLocale>
 
@@ -35,6 +36,17 @@ std::chrono::seconds timeoutOf(const Query &query, const RunOptions &options)
     if (query.timeoutSeconds > 0)
         return std::chrono::seconds(query.timeoutSeconds);
     return options.trigger == QStringLiteral("schedule") ? std::chrono::seconds(kScheduledTimeout) : 0s;
+}
+
+/// Whether \p path is a file of the installation \p installPath (may be empty) that is no report, and lost when one takes its place.
+bool belongsToInstallation(const QString &path, const QString &installPath)
+{
+    static const QStringList kSuffixes{QStringLiteral("rqn"), QStringLiteral("rpt"), QStringLiteral("db"),  QStringLiteral("ini"),
+                                       QStringLiteral("cfg"), QStringLiteral("dsf"), QStringLiteral("chm"), QStringLiteral("log")};
+    const QFileInfo file(path);
+    if (installPath.isEmpty() || !file.exists() || !kSuffixes.contains(file.suffix().toLower().section(u'-', 0, 0)))
+        return false;
+    return !QDir(QDir(installPath).canonicalPath()).relativeFilePath(file.canonicalFilePath()).startsWith(QStringLiteral(".."));
 }
 
 QString wallText(const WallTime &wall)
@@ -148,8 +160,22 @@ void ReportRun::chooseTarget()
     }
     if (m_target == Target::ExactFile || m_target == Target::NamedFile)
         m_entry.outputType = QStringLiteral("file");
+    if (m_target == Target::ExactFile)
+        spareInputs(*m_options.outputFile);
     if (m_target != Target::Screen && m_target != Target::Nothing)
         m_facts.format = m_entry.format = m_format;
+}
+
+void ReportRun::spareInputs(const QString &target) const
+{
+    const QFileInfo file(target);
+    bool isInput = false;
+    for (const QString &input : {m_queryFile, m_database, layoutPath(m_query->ReportFile, m_packageFolder)})
+        isInput = isInput || (!input.isEmpty() && file.exists() && file == QFileInfo(input));
+    if (isInput || belongsToInstallation(target, m_services.installPath))
+        failReport(QStringLiteral("The report cannot replace %1: %2. Name another output file.")
+                       .arg(file.absoluteFilePath(), isInput ? QStringLiteral("it is made from that file")
+                                                             : QStringLiteral("that file belongs to the installation")));
 }
 
 void ReportRun::choosePeriod(const QStringList &used)

@@ -25,6 +25,8 @@ private:
 
     void prepare();
     void chooseTarget();
+    /// \throws RuntimeError reportFailed when \p target is a file that the run reads, or the installation's and no report.
+    void spareInputs(const QString &target) const;
     void choosePeriod(const QStringList &used);
     void chooseSource();
     void produce();

@@ -6,7 +6,8 @@
 
 #include <QFileInfo>
 
-#include <thread>
+#include <condition_variable>
+#include <mutex>
 
 namespace qm {
 
@@ -48,11 +49,29 @@ SqliteRowSource::SqliteRowSource(const QString &database, const QString &sql, co
     bind(parameters);
     readColumns();
     m_limits.onCancel([connection = m_connection.get()] { sqlite3_interrupt(connection); });
+    interruptInTime();
 }
 
 SqliteRowSource::~SqliteRowSource()
 {
     m_limits.onCancel({});
+}
+
+void SqliteRowSource::interruptInTime()
+{
+    const auto left = m_limits.left();
+    if (!left)
+        return;
+    // A little late, so that the time is over for certain when the run looks.
+    m_watchdog =
+        std::jthread([connection = m_connection.get(), end = std::chrono::steady_clock::now() + *left + 2ms](std::stop_token stop) {
+            std::mutex mutex;
+            std::condition_variable_any stopped;
+            std::unique_lock lock(mutex);
+            stopped.wait_until(lock, stop, end, [] { return false; });
+            if (!stop.stop_requested())
+                sqlite3_interrupt(connection);
+        });
 }
 
 void SqliteRowSource::openDatabase()
@@ -265,9 +284,16 @@ void SqliteRowSource::raiseRunning(int code) const
     case SQLITE_FULL:
         raise(err::diskFull, QStringLiteral("while sorting rows of %1: %2").arg(m_path, words), kFrameworkSource);
     case SQLITE_IOERR:
+        if (code == SQLITE_IOERR_SHMSIZE)
+            raise(err::diskFull,
+                  QStringLiteral("beside the event database %1 there is no room for the file that its readers share. Free some space, then "
+                                 "run the report again.")
+                      .arg(m_path),
+                  kFrameworkSource);
         raise(err::deviceIo, QStringLiteral("while reading %1: %2").arg(m_path, words), kFrameworkSource);
     case SQLITE_NOMEM:
-        throw std::bad_alloc();
+        raise(err::outOfMemory, QStringLiteral("for what the SQL asks of %1. Shorten the report's period, or join less text.").arg(m_path),
+              kFrameworkSource);
     case SQLITE_AUTH:
         if (!m_guard.refusal().isEmpty())
             failReport(QStringLiteral("The SQL of a report may only read. Refused: %1.").arg(m_guard.refusal()));

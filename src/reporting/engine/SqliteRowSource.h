@@ -8,6 +8,8 @@
 #include "reporting/engine/Sqlite.h"
 #include "reporting/engine/SqliteGuard.h"
 
+#include <thread>
+
 namespace qm {
 
 /// Streams the rows of one SELECT from an SQLite file. The file is opened for reading only and guarded, and the whole result comes from one
@@ -34,6 +36,8 @@ private:
     void prepare();
     void bind(const std::vector<BoundParameter> &parameters);
     void readColumns();
+    /// Ends at the time-out what runs for long inside one function of SQLite, where no progress is called.
+    void interruptInTime();
 
     [[noreturn]] void raiseOpening(int code) const;
     /// \p begin: where in \p sql (UTF-8) the statement begins that was refused.
@@ -51,6 +55,7 @@ private:
     sqlite::Connection m_connection;
     sqlite::Statement m_statement;
     std::vector<ResultColumn> m_columns;
+    std::jthread m_watchdog; ///< last: it ends before the connection
 };
 
 } // namespace qm
