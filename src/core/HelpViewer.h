@@ -4,7 +4,13 @@
 
 namespace qm {
 
-/// Opens the application's help file at a context number (main window 26, data sources 24, scheduled job 54, e-mail 55).
+/// Context numbers of the help file, by what they tell about.
+namespace helpcontext {
+inline constexpr int dataSources = 24, mainWindow = 26, scheduledJob = 54, email = 55;
+inline constexpr int queryEditor = 101, reportParameters = 102, reportViewer = 103, messages = 104;
+} // namespace helpcontext
+
+/// Opens the application's help file at a context number.
 class HelpViewer
 {
 public:

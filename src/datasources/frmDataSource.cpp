@@ -31,7 +31,6 @@ constexpr Procedure kAddNew{"cmdAddNew_Click", kUnanticipated, kModule};
 constexpr Procedure kSave{"cmdSave_Click", kUnanticipated, kModule};
 constexpr Procedure kTest{"cmdTest_Click", kUnanticipated, kModule};
 constexpr Procedure kHelp{"cmdHelp_Click", "Error occured while displaying the help file.", "frmAddDataSource.frm"};
-constexpr int kHelpContext = 24;
 
 } // namespace
 
@@ -306,7 +305,7 @@ void frmDataSource::closeEvent(QCloseEvent *event)
 
 void frmDataSource::cmdHelp_Click()
 {
-    trap(m_services.errors, kHelp, [&] { m_services.help.showContext(kHelpContext); });
+    trap(m_services.errors, kHelp, [&] { m_services.help.showContext(helpcontext::dataSources); });
 }
 
 void frmDataSource::tell(const QString &text, int style)

@@ -25,7 +25,6 @@ constexpr char kUnexpected[] = "Unexpected error occured on the user interface."
 constexpr Procedure kOk{"cmdOK_Click", kUnexpected, kModule};
 constexpr Procedure kAllValid{"AllValid", kUnexpected, kModule};
 constexpr Procedure kHelp{"cmdHelp_Click", "Error occured while displaying the help file.", kModule};
-constexpr int kHelpContext = 55;
 
 void zeroWhenEmpty(QLineEdit &field)
 {
@@ -162,7 +161,7 @@ void frmEmailSettings::cmdCancel_Click()
 
 void frmEmailSettings::cmdHelp_Click()
 {
-    trap(m_errors, kHelp, [&] { m_help.showContext(kHelpContext); });
+    trap(m_errors, kHelp, [&] { m_help.showContext(helpcontext::email); });
 }
 
 } // namespace qm

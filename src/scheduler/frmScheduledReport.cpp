@@ -31,7 +31,6 @@ constexpr Procedure kQueryFile{"cmdQueryFile_Click", kUnanticipated, kModule};
 constexpr Procedure kOk{"cmdDlgSchOK_Click", kUnanticipated, kModule};
 constexpr Procedure kCancel{"cmdDlgSchCancel_Click", kUnanticipated, kModule};
 constexpr Procedure kHelp{"cmdHelp_Click", "Error occured while displaying the help file.", "frmScheduledReport.frm"};
-constexpr int kHelpContext = 54;
 
 QLocale pickerLocale()
 {
@@ -181,7 +180,7 @@ void frmScheduledReport::cmdDlgSchCancel_Click()
 
 void frmScheduledReport::cmdHelp_Click()
 {
-    trap(m_errors, kHelp, [&] { m_help.showContext(kHelpContext); });
+    trap(m_errors, kHelp, [&] { m_help.showContext(helpcontext::scheduledJob); });
 }
 
 void frmScheduledReport::warn(const QString &text)
