@@ -33,11 +33,11 @@ public:
     {
         m_certificatesBefore = qgetenv("SSL_CERT_FILE");
         if (!hasPythonModule(QStringLiteral("aiosmtpd"))) {
-            m_problem = QStringLiteral("python3-aiosmtpd is not installed");
+            m_missing = QStringLiteral("python3-aiosmtpd is not installed");
             return;
         }
         if (outputOf(serverScript(QStringLiteral("mkca.sh")), {certificates()}).isNull()) {
-            m_problem = QStringLiteral("no certificates: is openssl installed?");
+            m_missing = QStringLiteral("no certificates: is openssl installed?");
             return;
         }
         qputenv("SSL_CERT_FILE", (certificates() + QStringLiteral("/ca.pem")).toUtf8());
@@ -56,6 +56,9 @@ public:
     MailServer(const MailServer &) = delete;
     MailServer &operator=(const MailServer &) = delete;
 
+    /// What this computer lacks for it; empty: nothing.
+    [[nodiscard]] const QString &missing() const { return m_missing; }
+    /// Why it does not run although nothing is missing.
     [[nodiscard]] const QString &problem() const { return m_problem; }
     [[nodiscard]] int port(const char *listener) const { return m_process.port(QString::fromLatin1(listener)); }
     [[nodiscard]] int taken() const
@@ -83,7 +86,7 @@ private:
     QTemporaryDir m_folder;
     QByteArray m_certificatesBefore;
     ServerProcess m_process;
-    QString m_problem;
+    QString m_missing, m_problem;
 };
 
 } // namespace qm::test
