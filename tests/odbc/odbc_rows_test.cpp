@@ -322,7 +322,7 @@ private Q_SLOTS:
         QVERIFY2(elapsed.elapsed() < 6000, qPrintable(QString::number(elapsed.elapsed())));
     }
 
-    void a_cancel_does_not_wait_for_a_server_that_is_silent_from_the_start()
+    void neither_a_cancel_nor_a_time_out_waits_for_a_server_that_is_silent_from_the_start()
     {
         QTcpServer silent;
         QVERIFY(silent.listen(QHostAddress::LocalHost));
@@ -339,6 +339,11 @@ private Q_SLOTS:
             numberOf([&] { rowsOf(odbcSource(connection), QStringLiteral("select 1"), {}, RunLimits(cancel, std::chrono::seconds(0))); }),
             err::cancelledByOperator);
         QVERIFY2(elapsed.elapsed() < 1000, qPrintable(QString::number(elapsed.elapsed())));
+        const QString late =
+            errorOf([&] {
+                rowsOf(odbcSource(connection), QStringLiteral("select 1"), {}, RunLimits(nullptr, std::chrono::seconds(1)));
+            }).description();
+        QVERIFY2(late.contains(QStringLiteral("cannot be reached. Network: the server did not answer within 1 seconds")), qPrintable(late));
     }
 
     void a_connection_cut_between_rows_is_no_end_of_the_rows()

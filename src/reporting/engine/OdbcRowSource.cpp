@@ -67,13 +67,16 @@ void OdbcRowSource::check(const SourceDescription &source, const QString &sql, c
 
 void OdbcRowSource::waitFor(OdbcReader::Phase phase)
 {
-    const auto deadline = std::chrono::steady_clock::now() + kConnectDeadline;
+    const auto begun = std::chrono::steady_clock::now();
     while (m_reader->phase() < phase) {
-        checkLimits();
-        if (m_reader->phase() == OdbcReader::Phase::Connecting && std::chrono::steady_clock::now() >= deadline)
+        // A run whose time ends here is told what it waited for.
+        const auto waited = std::chrono::steady_clock::now() - begun;
+        const bool isLate = waited >= kConnectDeadline || (m_limits.reached() && !m_limits.isCancelled());
+        if (isLate && m_reader->phase() == OdbcReader::Phase::Connecting)
             failReport(QStringLiteral("The data source %1 cannot be reached. %2")
-                           .arg(m_shown, odbc::explain(odbc::connectTimedOut(kConnectDeadline), {})
+                           .arg(m_shown, odbc::explain(odbc::connectTimedOut(std::chrono::round<std::chrono::seconds>(waited)), {})
                                              .replace(QStringLiteral("\r\n\r\n"), QStringLiteral(" "))));
+        checkLimits();
         m_reader->wait(kLook);
     }
     if (m_reader->phase() == OdbcReader::Phase::Ended) {
