@@ -50,7 +50,7 @@ constexpr std::array<Failure, 9> kFailures{{
      "after \"{rcpt}\" has "
      "deleted messages, or write to postmaster with the words 'quota, please'."},
     {"FAIL", "5.7.1",
-     "554 5.7.1 Message refused by the content policy of {host};\nrule 17 (\"macro in an attachment\") matched part 2.3, file "
+     "554 5.7.1 Message refused by the content policy of {host};\nrule 17 (\"macro in an attachment\") matched attachment 2.3, file "
      "\"Abrechnung, März.xlsm\".\n"
      "Diagnostic-Code: smtp; 554 Transaction failed\nRemote-MTA: dns; {host}\nLast-Attempt-Date: see the time of this event.\nIf you "
      "believe that this is a "
