@@ -44,8 +44,12 @@ void CatalogueTreeView::mousePressEvent(QMouseEvent *event)
     Q_EMIT MouseDown(event->button(), node, event->globalPosition().toPoint());
     if (event->button() != Qt::LeftButton)
         return;
+    const QPersistentModelIndex before = selectedIndexes().value(0);
     QMouseEvent plain = withoutModifiers(*event);
     QTreeView::mousePressEvent(&plain);
+    // Left of a node's picture a press selects it too: it is a click like any other, or tree and list would tell different stories.
+    if (selectedIndexes().value(0) != before)
+        m_pressedOnNode = true;
 }
 
 void CatalogueTreeView::mouseReleaseEvent(QMouseEvent *event)

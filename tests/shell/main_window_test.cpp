@@ -114,6 +114,17 @@ private Q_SLOTS:
         QVERIFY(office.prompts.shown.empty());
     }
 
+    void a_press_left_of_a_picture_clicks_the_node_that_it_selects()
+    {
+        Office office;
+        office.start();
+        office.show();
+        const QRect daily = office.tree().visualRect(office.dailyNode());
+        QTest::mouseClick(office.tree().viewport(), Qt::LeftButton, {}, daily.center() - QPoint(daily.width() / 2 + 3, 0));
+        QCOMPARE(office.selection().nodeIndex(), office.dailyNode());
+        QCOMPARE(office.caption(), QStringLiteral("Server Operating System Logs - Daily"));
+    }
+
     void arrow_keys_in_the_tree_click_once_per_key()
     {
         Office office;
