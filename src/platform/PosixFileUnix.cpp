@@ -77,26 +77,6 @@ std::optional<struct stat> entryAt(const QString &path)
     return entry;
 }
 
-QString folderOf(const QString &path)
-{
-    const auto separator = path.lastIndexOf(kSep);
-    return separator < 0 ? QStringLiteral(".") : separator == 0 ? QString(kSep) : path.first(separator);
-}
-
-QString trimmed(QString path)
-{
-    while (path.size() > 1 && path.endsWith(kSep))
-        path.chop(1);
-    return path;
-}
-
-void requireName(const QString &path)
-{
-    const QString name = path.mid(path.lastIndexOf(kSep) + 1);
-    if (const QString reason = files::whyNotAName(name); !reason.isEmpty())
-        raise(err::badFileName, QStringLiteral("%1: the name %2").arg(path, reason));
-}
-
 void requireWritable(const QString &path, const struct stat &entry)
 {
     if (S_ISDIR(entry.st_mode))

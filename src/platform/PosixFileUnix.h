@@ -4,6 +4,7 @@
 
 #include "core/RuntimeError.h"
 #include "platform/Files.h"
+#include "platform/PathParts.h"
 
 #include <QByteArray>
 
@@ -55,12 +56,7 @@ auto retrying(Call call)
 [[noreturn]] void raiseSystem(int code, const QString &what, std::int32_t missing = err::fileNotFound);
 /// The entry itself, a link not followed; nullopt when nothing is there.
 [[nodiscard]] std::optional<struct stat> entryAt(const QString &path);
-/// The folder part of \p path, without separator; "." when it has none.
-[[nodiscard]] QString folderOf(const QString &path);
-/// \p path without separators at its end.
-[[nodiscard]] QString trimmed(QString path);
-/// \throws RuntimeError 52 with the reason when the last part of \p path cannot be a file name.
-void requireName(const QString &path);
+using namespace paths;
 /// \throws RuntimeError 75 when the file at \p path is a folder, has no write permission bit or refuses writing to this user.
 void requireWritable(const QString &path, const struct stat &entry);
 
