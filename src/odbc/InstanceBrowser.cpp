@@ -1,7 +1,8 @@
 #include "odbc/InstanceBrowser.h"
 
-#include <QHostInfo>
-#include <QUdpSocket>
+#include "odbc/Datagram.h"
+
+#include <QList>
 
 namespace qm::odbc {
 
@@ -35,19 +36,14 @@ int portIn(const QByteArray &datagram)
 InstanceAnswer askForInstance(const QString &host, const QString &instance, std::chrono::milliseconds patience)
 {
     const QString insteadOfAsking = QStringLiteral("Ask for the instance's port and write \"%1,Port\" as the server.").arg(host);
-    QHostAddress address(host); // the name service would look an address up backwards
-    if (address.isNull()) {
-        const QHostInfo info = QHostInfo::fromName(host);
-        if (info.addresses().isEmpty())
-            return failed(Stage::Name, QStringLiteral("the server's name \"%1\" cannot be resolved: %2").arg(host, info.errorString()));
-        address = info.addresses().first();
-    }
-    QUdpSocket socket;
-    socket.connectToHost(address, kBrowserPort);
-    if (!socket.waitForConnected(static_cast<int>(patience.count())))
-        return failed(Stage::Network, QStringLiteral("%1 cannot be reached: %2").arg(host, socket.errorString()));
-    socket.write(QByteArray(1, kAskForInstance) + instance.toLocal8Bit() + '\0');
-    if (!socket.waitForReadyRead(static_cast<int>(patience.count())))
+    using Result = DatagramAnswer::Result;
+    const DatagramAnswer told = askByDatagram(host, kBrowserPort, QByteArray(1, kAskForInstance) + instance.toLocal8Bit() + '\0', patience);
+    switch (told.result) {
+    case Result::UnknownName:
+        return failed(Stage::Name, QStringLiteral("the server's name \"%1\" cannot be resolved: %2").arg(host, told.words));
+    case Result::Unreachable:
+        return failed(Stage::Network, QStringLiteral("%1 cannot be reached: %2").arg(host, told.words));
+    case Result::Silent:
         return failed(Stage::Network, QStringLiteral("the SQL Server Browser of %1 (UDP port %2) did not tell the port of the instance "
                                                      "\"%3\" within %4 seconds. %5")
                                           .arg(host)
@@ -55,10 +51,11 @@ InstanceAnswer askForInstance(const QString &host, const QString &instance, std:
                                           .arg(instance)
                                           .arg(static_cast<double>(patience.count()) / 1000)
                                           .arg(insteadOfAsking));
-    QByteArray datagram(static_cast<qsizetype>(socket.pendingDatagramSize() > 0 ? socket.pendingDatagramSize() : 0), '\0');
-    datagram.truncate(std::max<qint64>(socket.read(datagram.data(), datagram.size()), 0));
+    case Result::Answered:
+        break;
+    }
     InstanceAnswer answer;
-    answer.port = portIn(datagram);
+    answer.port = portIn(told.bytes);
     if (answer.port <= 0 || answer.port > 0xFFFF)
         return failed(Stage::Name, QStringLiteral("the SQL Server Browser of %1 knows no TCP port of an instance \"%2\". %3")
                                        .arg(host, instance, insteadOfAsking));
