@@ -116,6 +116,18 @@ private Q_SLOTS:
                      QStringLiteral("2026-01-02 08:00:00.500|Information|app|syslog|host|~|caf\uFFFD")}));
     }
 
+    void what_never_ends_is_refused_before_it_fills_the_memory()
+    {
+        const QStringList syslog{QStringLiteral("--format"), QStringLiteral("syslog")};
+        const ToolResult line = import("a.log", QByteArray(70 << 20, 'x'), syslog);
+        QVERIFY2(line.code == 1 && line.err.contains(QStringLiteral("a.log, line 1: the line is longer")), qPrintable(line.err));
+        const ToolResult lines = import(
+            "b.log", "Nov 20 08:15:00 host app: m\n\nNov 20 08:15:00 host app: m\n" + QByteArray("other text\n").repeated(7 << 20), syslog);
+        QVERIFY2(lines.code == 1 && lines.err.contains(QStringLiteral("b.log, line 3: more than 64 MiB")), qPrintable(lines.err));
+        const ToolResult text = import("c.xml", "<Event><System>\n" + QByteArray(70 << 20, 'x') + "</System></Event>");
+        QVERIFY2(text.code == 1 && text.err.contains(QStringLiteral("c.xml, line 2: a text is longer")), qPrintable(text.err));
+    }
+
     void the_journal()
     {
         const QByteArray log =

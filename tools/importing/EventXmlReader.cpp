@@ -14,6 +14,9 @@ namespace {
 /// A root of our own around whatever the file holds, since exports come with and without one.
 constexpr std::string_view kRootStart = "<quillmark>", kRootEnd = "</quillmark>";
 
+/// Far more than any message has; a larger one would only fill the memory.
+constexpr std::size_t kLongestText = std::size_t{64} << 20;
+
 std::string_view localName(const XML_Char *name)
 {
     const std::string_view text(name);
@@ -114,8 +117,11 @@ private:
 
     void parse(std::string_view text, bool last)
     {
-        if (XML_Parse(m_expat, text.data(), static_cast<int>(text.size()), last ? 1 : 0) == XML_STATUS_OK)
+        if (XML_Parse(m_expat, text.data(), static_cast<int>(text.size()), last ? 1 : 0) == XML_STATUS_OK) {
+            if (m_text.size() > kLongestText)
+                refuseInput(QStringLiteral("a text is longer than 64 MiB; this is not an export of events"));
             return;
+        }
         const XML_Error code = XML_GetErrorCode(m_expat);
         QString why = QString::fromUtf8(XML_ErrorString(code));
         if (last && code == XML_ERROR_TAG_MISMATCH)

@@ -12,6 +12,9 @@ namespace qm {
 
 namespace {
 
+/// Lines without a time of their own go on with the event before them; a file of another kind is not one event.
+constexpr std::size_t kLongestMessage = std::size_t{64} << 20;
+
 /// What one line says.
 struct SyslogLine
 {
@@ -206,6 +209,7 @@ bool SyslogReader::next(EventRecord &record)
 {
     std::string_view line;
     while (m_pendingLine == 0) {
+        m_line = m_lines.lineNumber() + 1;
         if (!m_lines.next(line))
             return false;
         if (line.empty())
@@ -235,6 +239,8 @@ bool SyslogReader::next(EventRecord &record)
         }
         message += '\n';
         message += text;
+        if (message.size() > kLongestMessage)
+            refuseInput(QStringLiteral("more than 64 MiB of lines without a syslog time follow this one; this is not a syslog file"));
     }
     while (message.ends_with('\n'))
         message.pop_back();
