@@ -180,6 +180,7 @@ private:
     Options m_options;
     int m_id = 0;
     ipp_jstate_t m_state = IPP_JSTATE_PENDING;
+    bool m_isForgotten = false; ///< the queue keeps no jobs that ended: how this one did, nobody knows
     QString m_words;
 };
 
@@ -235,9 +236,7 @@ void Job::readState()
     const Message answer(cupsDoRequest(m_server, request, "/"));
     if (!answer)
         return;
-    // A queue that keeps no finished jobs knows nothing of them any more.
-    if (ippGetStatusCode(answer.get()) == IPP_STATUS_ERROR_NOT_FOUND)
-        m_state = IPP_JSTATE_COMPLETED;
+    m_isForgotten = ippGetStatusCode(answer.get()) == IPP_STATUS_ERROR_NOT_FOUND;
     if (ipp_attribute_t *const state = ippFindAttribute(answer.get(), "job-state", IPP_TAG_ENUM))
         m_state = static_cast<ipp_jstate_t>(ippGetInteger(state, 0));
     if (ipp_attribute_t *const text = ippFindAttribute(answer.get(), "job-printer-state-message", IPP_TAG_TEXT))
@@ -250,6 +249,8 @@ PrintOutcome Job::follow(const std::function<bool()> &stopped)
     const auto end = std::chrono::steady_clock::now() + m_request.patience;
     for (;;) {
         readState();
+        if (m_isForgotten)
+            return ended(PrintOutcome::State::Taken, QStringLiteral("taken as %1; the queue keeps no jobs that ended").arg(job));
         switch (m_state) {
         case IPP_JSTATE_COMPLETED:
             return ended(PrintOutcome::State::Printed, QStringLiteral("printed as %1").arg(job));

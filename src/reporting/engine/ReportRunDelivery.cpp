@@ -8,6 +8,8 @@
 
 #include <QTemporaryDir>
 
+#include <algorithm>
+
 namespace qm {
 
 namespace {
@@ -32,6 +34,13 @@ private:
 QDateTime localTime(const Clock &clock)
 {
     return QDateTime::fromSecsSinceEpoch(std::chrono::system_clock::to_time_t(clock.now()));
+}
+
+bool mayHaveReachedSomebody(const MailOutcome &outcome)
+{
+    return std::any_of(outcome.recipients.begin(), outcome.recipients.end(), [](const RecipientResult &result) {
+        return result.state == RecipientState::Delivered || result.state == RecipientState::Unknown;
+    });
 }
 
 } // namespace
@@ -80,10 +89,12 @@ void ReportRun::endMail(const MailOutcome &outcome)
         m_result.delivered = deliveredText(outcome.recipients);
         return;
     }
-    if (m_limits.isCancelled())
+    // Stopped before anybody got it, the run is an ordinary cancelled one; else who cancelled is told who has it already.
+    if (m_limits.isCancelled() && !mayHaveReachedSomebody(outcome))
         m_limits.check();
     const QString notKept = keepForResending(m_mail->envelope().messageFile, m_services.installPath, m_entry.id);
-    m_limits.check();
+    if (!mayHaveReachedSomebody(outcome))
+        m_limits.check();
     failReport(undelivered +
                (notKept.isEmpty()
                     ? QStringLiteral(" The message is kept: quillmark-report --resend %1 sends it to those who lack it.").arg(m_entry.id)
