@@ -131,8 +131,10 @@ int TableReader::word(const char *key, int otherwise, const QStringList &words) 
     for (int i = 0; i < words.size(); ++i)
         if (words[i].compare(found, Qt::CaseInsensitive) == 0)
             return i;
+    QStringList offered = words;
+    offered.removeAll(QString());
     fail(key, QStringLiteral("%1 must be one of %2, not \"%3\". Correct the line in a text editor.")
-                  .arg(nameOf(key), words.join(QStringLiteral(", ")), found));
+                  .arg(nameOf(key), offered.join(QStringLiteral(", ")), found));
 }
 
 std::optional<QString> TableReader::scalarAsText(const char *key) const

@@ -24,6 +24,8 @@ bool removeEmptyLock(QLockFile &lock, const QString &path)
            lock.removeStaleLockFile();
 }
 
+constexpr int kLastBreath = 300; ///< ms; a holder that was just killed lets go within them
+
 } // namespace
 
 struct InstanceLock::State
@@ -49,7 +51,7 @@ InstanceLock::Result InstanceLock::acquire()
 {
     if (m_state->lock.isLocked())
         return Result::Acquired;
-    if (m_state->lock.tryLock(0) || (removeEmptyLock(m_state->lock, m_state->path) && m_state->lock.tryLock(0))) {
+    if (m_state->lock.tryLock(kLastBreath) || (removeEmptyLock(m_state->lock, m_state->path) && m_state->lock.tryLock(0))) {
         m_state->channel = std::make_unique<RaiseChannel>(m_state->path);
         connect(m_state->channel.get(), &RaiseChannel::asked, this, &InstanceLock::raiseRequested);
         return Result::Acquired;

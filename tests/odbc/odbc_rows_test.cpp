@@ -283,7 +283,7 @@ private Q_SLOTS:
                 numberOf([&] { rowsOf(onPostgres ? postgres() : tds(), sql, {}, RunLimits(cancel, std::chrono::seconds(0))); });
             canceller.join();
             QCOMPARE(number, err::cancelledByOperator);
-            QVERIFY2(sinceCancel.elapsed() < 2000, qPrintable(QString::number(sinceCancel.elapsed())));
+            QVERIFY2(sinceCancel.elapsed() < 5000, qPrintable(QString::number(sinceCancel.elapsed())));
         }
         // Nothing is left running in the server.
         if (onPostgres)

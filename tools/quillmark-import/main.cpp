@@ -85,8 +85,8 @@ int import(const qm::ImportRequest &request)
     try {
         const qm::ImportResult result = qm::importEvents(request, listener);
         endLine();
-        std::printf("%lld rows imported into %s%s\n", static_cast<long long>(result.rows), request.database.toUtf8().constData(),
-                    result.createdSchema ? " (new database)" : "");
+        std::printf("%lld %s imported into %s%s\n", static_cast<long long>(result.rows), result.rows == 1 ? "row" : "rows",
+                    request.database.toUtf8().constData(), result.createdSchema ? " (new database)" : "");
         return kDone;
     } catch (const std::exception &error) {
         endLine();
@@ -128,5 +128,8 @@ int main(int argc, char *argv[])
     }
     std::signal(SIGINT, [](int) { interrupted = 1; });
     std::signal(SIGTERM, [](int) { interrupted = 1; });
+#ifdef SIGHUP // the terminal went away
+    std::signal(SIGHUP, [](int) { interrupted = 1; });
+#endif
     return import(request);
 }

@@ -19,6 +19,9 @@ Interruption::Interruption(std::shared_ptr<CancelFlag> flag)
 {
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
+#ifdef SIGHUP // the terminal went away
+    std::signal(SIGHUP, onSignal);
+#endif
     m_watcher = std::jthread([flag = std::move(flag)](const std::stop_token &stop) {
         while (!stop.stop_requested()) {
             if (interrupted != 0) {

@@ -55,6 +55,16 @@ QString registeredInstallation()
     }
 }
 
+/// Why registeredInstallation() found none.
+QString whyNoneIsRegistered()
+{
+    try {
+        return QStringLiteral("the folder \"%1\" holds no \"Packages.ini\"").arg(GetInstallPath());
+    } catch (const RuntimeError &error) {
+        return error.description();
+    }
+}
+
 QString installationOf(const QString &queryFile)
 {
     const QString above = installationAbove(queryFile.isEmpty() ? QDir::current().filePath(QStringLiteral("x")) : queryFile);
@@ -90,8 +100,8 @@ int showHistory(const ReportCommand &command)
 {
     const QString installation = installationOf(command.queryFile);
     if (installation.isEmpty()) {
-        complain(QStringLiteral(
-            "There is no installation here and none is registered, so there is no history. Name a query file of an installation."));
+        complain(QStringLiteral("There is no installation here, and none is registered: %1. Name a query file of an installation.")
+                     .arg(whyNoneIsRegistered()));
         return kFailed;
     }
     RunLedger ledger(installation);

@@ -33,7 +33,9 @@ MailEnvelope leftOver(const LedgerEntry &run, const QString &messageFile)
 void requireLeftOver(const LedgerEntry &run, const MailEnvelope &envelope)
 {
     if (run.outputType != outputTypeWord(static_cast<int>(OutputKind::Email)))
-        failReport(QStringLiteral("Run %1 sent no e-mail: its output was \"%2\".").arg(run.id).arg(run.outputType));
+        failReport(QStringLiteral("Run %1 sent no e-mail%2.")
+                       .arg(run.id)
+                       .arg(run.outputType.isEmpty() ? QString() : QStringLiteral(": its output was \"%1\"").arg(run.outputType)));
     if (envelope.recipients.empty())
         failReport(QStringLiteral("The e-mail of run %1 has reached all its recipients.").arg(run.id));
     if (!files::fileExists(envelope.messageFile))
