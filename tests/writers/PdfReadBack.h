@@ -73,27 +73,6 @@ inline QString squeezed(QString text)
     return text.remove(kLoose);
 }
 
-/// The fields of a CSV file in RFC 4180 form, row by row.
-inline std::vector<QList<QByteArray>> csvRows(const QByteArray &bytes)
-{
-    std::vector<QList<QByteArray>> rows(1, {QByteArray()});
-    bool quoted = false;
-    for (qsizetype i = 0; i < bytes.size(); ++i) {
-        const char c = bytes[i];
-        if (c == '"' && quoted && i + 1 < bytes.size() && bytes[i + 1] == '"')
-            rows.back().back() += bytes[++i];
-        else if (c == '"')
-            quoted = !quoted;
-        else if (c == ',' && !quoted)
-            rows.back().append(QByteArray());
-        else if (c == '\n' && !quoted)
-            rows.push_back({QByteArray()});
-        else if (c != '\r' || quoted)
-            rows.back().back() += c;
-    }
-    return rows;
-}
-
 /// A page as it looks: one byte per dot, 255 for white.
 struct PageImage
 {

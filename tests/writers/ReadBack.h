@@ -9,15 +9,14 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// A Python that has openpyxl: the one on the path, or else the system's own. Empty when there is none.
 inline QString pythonWithReaders()
 {
-    for (const QString &python : {QStringLiteral("python3"), QStringLiteral("/usr/bin/python3")}) {
-        if (QProcess::execute(python, {QStringLiteral("-c"),
-                                       QStringLiteral("import sys\ntry:\n import openpyxl\nexcept ImportError:\n sys.exit(1)")}) == 0) {
+    for (const QString &python : {u"python3"_s, u"/usr/bin/python3"_s})
+        if (QProcess::execute(python, {u"-c"_s, u"import sys\ntry:\n import openpyxl\nexcept ImportError:\n sys.exit(1)"_s}) == 0)
             return python;
-        }
-    }
     return {};
 }
 
@@ -26,7 +25,7 @@ inline QString pythonWithReaders()
 inline QJsonObject readBack(const QString &python, const QString &kind, const QString &path)
 {
     QProcess reader;
-    reader.start(python, {qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/tests/writers/read_back.py"), kind, path});
+    reader.start(python, {qEnvironmentVariable("QM_SOURCE_DIR") + u"/tests/writers/read_back.py"_s, kind, path});
     reader.waitForFinished(120000);
     const QByteArray said = reader.readAllStandardError();
     if (reader.exitCode() != 0 || !said.isEmpty()) {
