@@ -13,6 +13,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 /// The output page of the editor, and an operator's run whose output is no file.
 class DeliveryUiTest final : public QObject
@@ -33,14 +34,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("field");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("said");
-        QTest::newRow("nobody") << QStringLiteral("mailTo") << QString() << QStringLiteral("at least one address");
-        QTest::newRow("no address") << QStringLiteral("mailTo") << QStringLiteral("a@x.org; audit") << QStringLiteral("\"audit\" is not");
-        QTest::newRow("two at-signs") << QStringLiteral("mailCc") << QStringLiteral("a@b@x.org") << QStringLiteral("\"a@b@x.org\" is not");
-        QTest::newRow("sender") << QStringLiteral("mailFrom") << QStringLiteral("me") << QStringLiteral("\"me\" is not");
-        QTest::newRow("field of the subject") << QStringLiteral("mailSubject") << QStringLiteral("{nosuch}") << QStringLiteral("{nosuch}");
-        QTest::newRow("field of an address") << QStringLiteral("mailBcc") << QStringLiteral("{nosuch}@x.org") << QStringLiteral("{nosuch}");
-        QTest::newRow("file name") << QStringLiteral("filePattern") << QStringLiteral("../{date}") << QStringLiteral("..");
-        QTest::newRow("good") << QStringLiteral("mailCc") << QStringLiteral("Ö <o@x.org>, {year}@x.org") << QString();
+        QTest::newRow("nobody") << u"mailTo"_s << QString() << u"at least one address"_s;
+        QTest::newRow("no address") << u"mailTo"_s << u"a@x.org; audit"_s << u"\"audit\" is not"_s;
+        QTest::newRow("two at-signs") << u"mailCc"_s << u"a@b@x.org"_s << u"\"a@b@x.org\" is not"_s;
+        QTest::newRow("sender") << u"mailFrom"_s << u"me"_s << u"\"me\" is not"_s;
+        QTest::newRow("field of the subject") << u"mailSubject"_s << u"{nosuch}"_s << u"{nosuch}"_s;
+        QTest::newRow("field of an address") << u"mailBcc"_s << u"{nosuch}@x.org"_s << u"{nosuch}"_s;
+        QTest::newRow("file name") << u"filePattern"_s << u"../{date}"_s << u".."_s;
+        QTest::newRow("good") << u"mailCc"_s << u"Ö <o@x.org>, {year}@x.org"_s << QString();
     }
     void an_e_mail_that_could_not_be_sent_cannot_be_saved()
     {
@@ -50,13 +51,13 @@ private Q_SLOTS:
         OutputPage page(m_clock, m_home);
         Query query;
         query.OutputSettings.OutputType = static_cast<int>(OutputKind::Email);
-        query.OutputSettings.email.to = QStringList{QStringLiteral("a@x.org")};
-        query.OutputSettings.email.subject = QStringLiteral("{description}: {rows}");
+        query.OutputSettings.email.to = QStringList{u"a@x.org"_s};
+        query.OutputSettings.email.subject = u"{description}: {rows}"_s;
         page.show(query);
         QCOMPARE(page.problem(), QString());
         type(page, field.toLatin1().constData(), text);
         QVERIFY2(said.isEmpty() ? page.problem().isEmpty() : page.problem().contains(said), qPrintable(page.problem()));
-        page.findChild<QComboBox *>(QStringLiteral("outputType"))->setCurrentIndex(static_cast<int>(OutputKind::Screen));
+        page.findChild<QComboBox *>(u"outputType"_s)->setCurrentIndex(static_cast<int>(OutputKind::Screen));
         QCOMPARE(page.problem(), QString());
     }
 
@@ -65,17 +66,16 @@ private Q_SLOTS:
         OutputPage page(m_clock, m_home);
         Query query;
         query.OutputSettings.OutputType = static_cast<int>(OutputKind::Email);
-        query.OutputSettings.email.to = QStringList{QStringLiteral("Smith, Bob <bob@x.org>"), QStringLiteral("a@x.org")};
+        query.OutputSettings.email.to = QStringList{u"Smith, Bob <bob@x.org>"_s, u"a@x.org"_s};
         page.show(query);
         QCOMPARE(page.problem(), QString());
         Query stored = query;
         page.store(stored);
         QCOMPARE(stored.OutputSettings.email.to, query.OutputSettings.email.to);
-        type(page, "mailTo", QStringLiteral("a@x.org,b@x.org ;; \"Who; me, @all\" <c@x.org>,"));
+        type(page, "mailTo", u"a@x.org,b@x.org ;; \"Who; me, @all\" <c@x.org>,"_s);
         page.store(stored);
-        QCOMPARE(stored.OutputSettings.email.to,
-                 (QStringList{QStringLiteral("a@x.org"), QStringLiteral("b@x.org"), QStringLiteral("\"Who; me, @all\" <c@x.org>")}));
-        type(page, "mailTo", QStringLiteral("\"a@x.org"));
+        QCOMPARE(stored.OutputSettings.email.to, (QStringList{u"a@x.org"_s, u"b@x.org"_s, u"\"Who; me, @all\" <c@x.org>"_s}));
+        type(page, "mailTo", u"\"a@x.org"_s);
         QVERIFY(!page.problem().isEmpty());
     }
 
@@ -84,28 +84,28 @@ private Q_SLOTS:
         const PrintServer server;
         if (!server.problem().isEmpty())
             QSKIP(qPrintable(server.problem()));
-        server.command(QStringLiteral("lpadmin"), {QStringLiteral("-d"), QStringLiteral("good")});
+        server.command(u"lpadmin"_s, {u"-d"_s, u"good"_s});
         OutputPage page(m_clock, m_home);
         Query query;
         query.OutputSettings.OutputType = static_cast<int>(OutputKind::Printer);
-        query.OutputSettings.printer = {QStringLiteral("third floor"), 3};
+        query.OutputSettings.printer = {u"third floor"_s, 3};
         page.show(query);
         static_cast<QWidget &>(page).show();
-        auto *name = page.findChild<QComboBox *>(QStringLiteral("printerName"));
+        auto *name = page.findChild<QComboBox *>(u"printerName"_s);
         QTRY_COMPARE_WITH_TIMEOUT(name->count(), 4, 10'000); // the default one, and the server's three
-        QVERIFY(name->lineEdit()->placeholderText().contains(QStringLiteral("good")));
-        auto *hint = page.findChild<QLabel *>(QStringLiteral("printerHint"));
-        QCOMPARE(hint->text(), QStringLiteral("This computer has no printer of that name."));
+        QVERIFY(name->lineEdit()->placeholderText().contains(u"good"_s));
+        auto *hint = page.findChild<QLabel *>(u"printerHint"_s);
+        QCOMPARE(hint->text(), u"This computer has no printer of that name."_s);
         page.store(query);
-        QCOMPARE(query.OutputSettings.printer.name, QStringLiteral("third floor"));
+        QCOMPARE(query.OutputSettings.printer.name, u"third floor"_s);
         QCOMPARE(query.OutputSettings.printer.copies, 3);
         QSignalSpy changed(&page, &OutputPage::changed);
-        name->setCurrentIndex(name->findText(QStringLiteral("good")));
-        QVERIFY2(hint->text().startsWith(QStringLiteral("Page size")), qPrintable(hint->text()));
-        page.findChild<QSpinBox *>(QStringLiteral("printerCopies"))->setValue(2);
+        name->setCurrentIndex(name->findText(u"good"_s));
+        QVERIFY2(hint->text().startsWith(u"Page size"_s), qPrintable(hint->text()));
+        page.findChild<QSpinBox *>(u"printerCopies"_s)->setValue(2);
         QVERIFY(changed.size() >= 2);
         page.store(query);
-        QCOMPARE(query.OutputSettings.printer.name, QStringLiteral("good"));
+        QCOMPARE(query.OutputSettings.printer.name, u"good"_s);
         QCOMPARE(query.OutputSettings.printer.copies, 2);
     }
 
@@ -116,17 +116,17 @@ private Q_SLOTS:
             QSKIP(qPrintable(server.missing()));
         QVERIFY2(server.problem().isEmpty(), qPrintable(server.problem()));
         ReportingFixture f;
-        TomlEmailConfigReader().WriteEmailSettings({QStringLiteral("localhost"), server.port("plain"), 20'000, {}, {}},
-                                                   f.installation.path() + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg"));
+        TomlEmailConfigReader().WriteEmailSettings({u"localhost"_s, server.port("plain"), 20'000, {}, {}},
+                                                   f.installation.path() + u"Config"_s + kSep + u"Email.cfg"_s);
         const auto mailing = [&](const QByteArray &to) {
-            return f.query(QStringLiteral("Mailed"), "SELECT id FROM events",
+            return f.query(u"Mailed"_s, "SELECT id FROM events",
                            "[output]\ntype = \"email\"\n[output.email]\nfrom = \"r@example.org\"\nto = [\"" + to + "\"]\n");
         };
         f.interface->GenerateReport(mailing("a@example.org"), 0, true, false);
         auto *done = f.window<QWidget>("frmReportDone");
         QVERIFY(done);
-        QCOMPARE(done->findChild<QLabel *>(QStringLiteral("reportPath"))->text(), QStringLiteral("The report was sent to a@example.org."));
-        QVERIFY(!done->findChild<QPushButton *>(QStringLiteral("cmdOpen"))->isVisible());
+        QCOMPARE(done->findChild<QLabel *>(u"reportPath"_s)->text(), u"The report was sent to a@example.org."_s);
+        QVERIFY(!done->findChild<QPushButton *>(u"cmdOpen"_s)->isVisible());
         done->close();
         QCOMPARE(server.taken(), 1);
 
@@ -136,8 +136,8 @@ private Q_SLOTS:
             auto *progress = f.window<QDialog>("frmReportProgress");
             if (progress == nullptr)
                 return;
-            seen = progress->findChild<QLabel *>(QStringLiteral("progressStatus"))->text();
-            if (seen.startsWith(QStringLiteral("Sending")))
+            seen = progress->findChild<QLabel *>(u"progressStatus"_s)->text();
+            if (seen.startsWith(u"Sending"_s))
                 progress->reject();
         });
         press.start(50);

@@ -11,6 +11,7 @@
 #include <QtTest>
 
 using namespace qm;
+using namespace Qt::StringLiterals;
 
 /// Messages are read back by Python's e-mail package.
 class MailMessageTest final : public QObject
@@ -21,13 +22,11 @@ class MailMessageTest final : public QObject
 
     [[nodiscard]] QJsonObject written(const MailMessage &message) const
     {
-        const QString path = m_folder.filePath(QStringLiteral("m.eml"));
+        const QString path = m_folder.filePath(u"m.eml"_s);
         const std::uint64_t size = writeMailMessage(message, path);
         if (static_cast<qint64>(size) != QFileInfo(path).size())
             return {};
-        return QJsonDocument::fromJson(
-                   test::outputOf(QStringLiteral("/usr/bin/python3"), {test::serverScript(QStringLiteral("read_mail.py")), path}))
-            .object();
+        return QJsonDocument::fromJson(test::outputOf(u"/usr/bin/python3"_s, {test::serverScript(u"read_mail.py"_s), path})).object();
     }
     [[nodiscard]] QString file(const QString &name, const QByteArray &bytes) const
     {
@@ -38,10 +37,10 @@ class MailMessageTest final : public QObject
     static MailMessage plain()
     {
         MailMessage message;
-        message.from = parseMailAddress(QStringLiteral("reports@example.org"));
-        message.to = {parseMailAddress(QStringLiteral("a@example.org"))};
-        message.subject = QStringLiteral("Logons");
-        message.text = QStringLiteral("Here it is.");
+        message.from = parseMailAddress(u"reports@example.org"_s);
+        message.to = {parseMailAddress(u"a@example.org"_s)};
+        message.subject = u"Logons"_s;
+        message.text = u"Here it is."_s;
         message.messageId = "run-1@example.org";
         message.date = QDateTime(QDate(2026, 11, 21), QTime(9, 5, 0), Qt::OffsetFromUTC, 3600);
         return message;
@@ -64,23 +63,10 @@ private Q_SLOTS:
         row("\"Żółw, A.\" <z@example.org>", "z@example.org", "Żółw, A.");
         row("a@bücher.example", "a@xn--bcher-kva.example");
         row("jürgen@example.org", "jürgen@example.org");
-        row("", "");
-        row("audit", "");
-        row("@example.org", "");
-        row("audit@", "");
-        row("a b@example.org", "");
-        row("a@exa mple.org", "");
-        row("a..b@example.org", "");
-        row("a@-x.org", "");
-        row("a@x..org", "");
-        row("ok@x> \r\nRCPT TO:<evil@x", "");
-        row("ok@x\r\nBcc: evil@x", "");
-        row("ok@x>,<evil@x>", "");
-        row("Name\r\nX: y <ok@x>", "");
-        row("Name <ok@x", "");
-        row("a,b@x", "");
-        row("a;b@x", "");
-        row("\"a b\"@x.org", "");
+        for (const char *refused : {"", "audit", "@example.org", "audit@", "a b@example.org", "a@exa mple.org", "a..b@example.org",
+                                    "a@-x.org", "a@x..org", "ok@x> \r\nRCPT TO:<evil@x", "ok@x\r\nBcc: evil@x", "ok@x>,<evil@x>",
+                                    "Name\r\nX: y <ok@x>", "Name <ok@x", "a,b@x", "a;b@x", "\"a b\"@x.org"})
+            row(refused, "");
     }
     void addresses_are_read_or_refused()
     {
@@ -96,22 +82,21 @@ private Q_SLOTS:
     void headers_take_any_language_and_nothing_else()
     {
         MailMessage message = plain();
-        message.subject = QStringLiteral("Öffnungen – журнал 監査 😀 ").repeated(12) + QStringLiteral("\r\nBcc: evil@x\r\n\r\nbody");
-        message.to = {parseMailAddress(QStringLiteral("Jürgen Ünal-Großmann, Revision <j@example.org>")),
-                      parseMailAddress(QStringLiteral("\"Smith, \\\"Bob\\\"\" <bob@example.org>"))};
-        message.cc = {parseMailAddress(QStringLiteral("c@example.org"))};
+        message.subject = u"Öffnungen – журнал 監査 😀 "_s.repeated(12) + u"\r\nBcc: evil@x\r\n\r\nbody"_s;
+        message.to = {parseMailAddress(u"Jürgen Ünal-Großmann, Revision <j@example.org>"_s),
+                      parseMailAddress(u"\"Smith, \\\"Bob\\\"\" <bob@example.org>"_s)};
+        message.cc = {parseMailAddress(u"c@example.org"_s)};
         const QJsonObject found = written(message);
-        QCOMPARE(found[QStringLiteral("problems")].toArray(), QJsonArray());
-        QCOMPARE(found[QStringLiteral("subject")].toString(),
-                 (QStringLiteral("Öffnungen – журнал 監査 😀 ").repeated(12) + QStringLiteral("Bcc: evil@x body")));
-        QVERIFY(!found.contains(QStringLiteral("bcc")));
-        QCOMPARE(found[QStringLiteral("to")].toString(), QStringLiteral("\"Jürgen Ünal-Großmann, Revision\" <j@example.org>, "
-                                                                        "\"Smith, \\\"Bob\\\"\" <bob@example.org>"));
-        QCOMPARE(found[QStringLiteral("cc")].toString(), QStringLiteral("c@example.org"));
-        QCOMPARE(found[QStringLiteral("date")].toString(), QStringLiteral("Sat, 21 Nov 2026 09:05:00 +0100"));
-        QCOMPARE(found[QStringLiteral("messageId")].toString(), QStringLiteral("<run-1@example.org>"));
-        message.subject = QStringLiteral("a long subject of plain words ").repeated(9) + QStringLiteral("=?UTF-8?B?eA==?=");
-        QCOMPARE(written(message)[QStringLiteral("subject")].toString(), message.subject);
+        QCOMPARE(found[u"problems"_s].toArray(), QJsonArray());
+        QCOMPARE(found[u"subject"_s].toString(), (u"Öffnungen – журнал 監査 😀 "_s.repeated(12) + u"Bcc: evil@x body"_s));
+        QVERIFY(!found.contains(u"bcc"_s));
+        QCOMPARE(found[u"to"_s].toString(), u"\"Jürgen Ünal-Großmann, Revision\" <j@example.org>, "
+                                            "\"Smith, \\\"Bob\\\"\" <bob@example.org>"_s);
+        QCOMPARE(found[u"cc"_s].toString(), u"c@example.org"_s);
+        QCOMPARE(found[u"date"_s].toString(), u"Sat, 21 Nov 2026 09:05:00 +0100"_s);
+        QCOMPARE(found[u"messageId"_s].toString(), u"<run-1@example.org>"_s);
+        message.subject = u"a long subject of plain words "_s.repeated(9) + u"=?UTF-8?B?eA==?="_s;
+        QCOMPARE(written(message)[u"subject"_s].toString(), message.subject);
     }
 
     void attachments_come_back_byte_by_byte_under_their_names()
@@ -119,24 +104,23 @@ private Q_SLOTS:
         QByteArray bytes(300'001, '\0');
         for (qsizetype i = 0; i < bytes.size(); ++i)
             bytes[i] = static_cast<char>(i * 7 % 256);
-        const QString name = QStringLiteral("Fehlgeschlagene Anmeldungen (März) – ведомость; 50%.pdf");
+        const QString name = u"Fehlgeschlagene Anmeldungen (März) – ведомость; 50%.pdf"_s;
         MailMessage message = plain();
-        message.text = QStringLiteral(".\r\n..\nFrom here\n") + QString(2000, u'ż');
-        message.htmlFile = file(QStringLiteral("r.html"), "<p>Żółw</p>\n");
-        message.attachments = {{file(QStringLiteral("a"), bytes), name},
-                               {file(QStringLiteral("b"), "id\r\n1\r\n"), QStringLiteral("plain name.csv")},
-                               {file(QStringLiteral("c"), ""), QStringLiteral("empty.xlsx")}};
+        message.text = u".\r\n..\nFrom here\n"_s + QString(2000, u'ż');
+        message.htmlFile = file(u"r.html"_s, "<p>Żółw</p>\n");
+        message.attachments = {
+            {file(u"a"_s, bytes), name}, {file(u"b"_s, "id\r\n1\r\n"), u"plain name.csv"_s}, {file(u"c"_s, ""), u"empty.xlsx"_s}};
         const QJsonObject found = written(message);
-        QCOMPARE(found[QStringLiteral("problems")].toArray(), QJsonArray());
-        QCOMPARE(found[QStringLiteral("text")].toString().remove(u'\r'), message.text.remove(u'\r'));
-        QCOMPARE(found[QStringLiteral("html")].toString(), QStringLiteral("<p>Żółw</p>\n"));
-        const QJsonArray attachments = found[QStringLiteral("attachments")].toArray();
+        QCOMPARE(found[u"problems"_s].toArray(), QJsonArray());
+        QCOMPARE(found[u"text"_s].toString().remove(u'\r'), message.text.remove(u'\r'));
+        QCOMPARE(found[u"html"_s].toString(), u"<p>Żółw</p>\n"_s);
+        const QJsonArray attachments = found[u"attachments"_s].toArray();
         QCOMPARE(attachments.size(), 3);
         const auto member = [&](int i, const char *key) { return attachments[i].toObject()[QLatin1String(key)].toString(); };
         QCOMPARE(member(0, "name"), name);
-        QCOMPARE(member(1, "name"), QStringLiteral("plain name.csv"));
-        QCOMPARE(member(0, "type"), QStringLiteral("application/pdf"));
-        QCOMPARE(member(1, "type"), QStringLiteral("text/csv"));
+        QCOMPARE(member(1, "name"), u"plain name.csv"_s);
+        QCOMPARE(member(0, "type"), u"application/pdf"_s);
+        QCOMPARE(member(1, "type"), u"text/csv"_s);
         QFile first(member(0, "file"));
         QVERIFY(first.open(QIODevice::ReadOnly));
         QCOMPARE(first.readAll(), bytes);
@@ -147,37 +131,21 @@ private Q_SLOTS:
     {
         MailMessage message = plain();
         message.to.clear();
-        QCOMPARE(written(message)[QStringLiteral("to")].toString(), QStringLiteral("undisclosed-recipients:;"));
+        QCOMPARE(written(message)[u"to"_s].toString(), u"undisclosed-recipients:;"_s);
     }
 
     void a_dialogue_is_followed_whatever_the_server_says()
     {
         SmtpTranscript dialogue;
-        for (const char *line : {"220 hello\r\n",
-                                 ">EHLO me",
-                                 "250-mx",
-                                 "250-SIZE 1000",
-                                 "250-SMTPUTF8",
-                                 "250 STARTTLS",
-                                 ">STARTTLS",
-                                 "220 go",
-                                 ">EHLO me",
-                                 "250-mx",
-                                 "250 size 2000",
-                                 ">MAIL FROM:<a@x> SIZE=5",
-                                 "250 ok",
-                                 ">RCPT TO:<a@x>",
-                                 "550-5.1.1 No such",
-                                 "550 5.1.1 user \x01\xff",
-                                 ">RCPT TO:<b@x>",
-                                 "250 ok",
-                                 ">DATA",
-                                 "354 send"})
-            line[0] == '>' ? dialogue.command(line + 1) : dialogue.replyLine(line);
+        const QByteArray spoken = "220 hello\r\n|>EHLO me|250-mx|250-SIZE 1000|250-SMTPUTF8|250 STARTTLS|>STARTTLS|220 go|>EHLO me|250-mx|"
+                                  "250 size 2000|>MAIL FROM:<a@x> SIZE=5|250 ok|>RCPT TO:<a@x>|550-5.1.1 No such|550 5.1.1 user \x01\xff|"
+                                  ">RCPT TO:<b@x>|250 ok|>DATA|354 send";
+        for (const QByteArray &line : spoken.split('|'))
+            line[0] == '>' ? dialogue.command(line.mid(1).constData()) : dialogue.replyLine(line.constData());
         QCOMPARE(dialogue.sizeLimit().value_or(0), std::uint64_t{2000});
         QVERIFY(dialogue.startedTls() && !dialogue.takesUtf8() && dialogue.contentWasAsked());
         QCOMPARE(dialogue.recipientReplies().size(), std::size_t{2});
-        QCOMPARE(dialogue.recipientReplies()[0].text, QStringLiteral("550 5.1.1 No such 5.1.1 user  \uFFFD"));
+        QCOMPARE(dialogue.recipientReplies()[0].text, u"550 5.1.1 No such 5.1.1 user  \uFFFD"_s);
         QCOMPARE(dialogue.messageReply().code, 0);
         dialogue.replyLine("451-4.3.0 disk\r\n");
         QCOMPARE(dialogue.messageReply().code, 0);
@@ -185,7 +153,7 @@ private Q_SLOTS:
         QVERIFY(dialogue.messageReply().isTemporary());
         dialogue.command("QUIT");
         dialogue.replyLine("221 bye");
-        QCOMPARE(dialogue.lastRefusal().text, QStringLiteral("451 4.3.0 disk 4.3.0 full"));
+        QCOMPARE(dialogue.lastRefusal().text, u"451 4.3.0 disk 4.3.0 full"_s);
         for (const char *line : {"", "25", "abc", "\r\n", "250"})
             dialogue.replyLine(line);
         QCOMPARE(dialogue.lastRefusal().code, 451);

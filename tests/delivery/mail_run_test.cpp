@@ -5,6 +5,7 @@
 #include "support/MailServer.h"
 #include "support/PrintServer.h"
 #include "support/TempInstallation.h"
+#include "support/ToolRun.h"
 
 #include <QtTest>
 
@@ -12,6 +13,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 /// quillmark-report on queries whose output is e-mail or a printer, against real servers.
 class MailRunTest final : public QObject
@@ -21,15 +23,11 @@ class MailRunTest final : public QObject
     std::unique_ptr<MailServer> m_server;
     std::unique_ptr<TempInstallation> m_installation;
 
-    struct Outcome
-    {
-        int code = -1;
-        QString out, err;
-    };
+    using Outcome = ToolResult;
 
     [[nodiscard]] QString query(const QByteArray &output, const QByteArray &sql = "SELECT id, account FROM e ORDER BY id") const
     {
-        return m_installation->write(m_installation->group(QStringLiteral("Server"), QStringLiteral("Tests")) + QStringLiteral("/q.rqn"),
+        return m_installation->write(m_installation->group(u"Server"_s, u"Tests"_s) + u"/q.rqn"_s,
                                      "description = \"Anmeldungen – März\"\nsql = '''" + sql + "'''\n" + output);
     }
     /// A query that mails \p format to \p to.
@@ -38,30 +36,19 @@ class MailRunTest final : public QObject
         return query("[output]\ntype = \"email\"\nformat = \"" + format +
                      "\"\n[output.email]\nfrom = \"Reports <reports@example.org>\"\nto = [" + to + "]\n" + more);
     }
-    void settings(const char *listener, const QString &user = {}, int timeout = 3000,
-                  const QString &host = QStringLiteral("localhost")) const
+    void settings(const char *listener, const QString &user = {}, int timeout = 3000, const QString &host = u"localhost"_s) const
     {
         TomlEmailConfigReader().WriteEmailSettings(
             {host, m_server->port(listener), timeout, user, user.isEmpty() ? QString() : QString::fromUtf8(MailServer::kPassword)},
-            m_installation->path() + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg"));
+            m_installation->path() + u"Config"_s + kSep + u"Email.cfg"_s);
     }
     static std::unique_ptr<QProcess> started(const QStringList &arguments)
     {
         auto process = std::make_unique<QProcess>();
-        process->start(qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/quillmark-report"), arguments);
+        process->start(toolPath("quillmark-report"), arguments);
         return process;
     }
-    static Outcome finished(QProcess &process)
-    {
-        const bool ended = process.waitForFinished(60'000) && process.exitStatus() == QProcess::NormalExit;
-        return {ended ? process.exitCode() : -1, QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
-    }
-    static Outcome run(const QStringList &arguments)
-    {
-        const auto process = started(arguments);
-        return finished(*process);
-    }
+    static Outcome run(const QStringList &arguments) { return runTool("quillmark-report", arguments); }
     [[nodiscard]] LedgerEntry lastRun() const { return RunLedger(m_installation->path()).list(1).front(); }
     static QString states(const LedgerEntry &run)
     {
@@ -70,7 +57,7 @@ class MailRunTest final : public QObject
             words << delivery.target.section(u'@', 0, 0) + u'=' + delivery.state;
         return words.join(u' ');
     }
-    [[nodiscard]] QStringList outbox() const { return QDir(m_installation->path() + QStringLiteral("Outbox")).entryList(QDir::Files); }
+    [[nodiscard]] QStringList outbox() const { return QDir(m_installation->path() + u"Outbox"_s).entryList(QDir::Files); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -85,8 +72,8 @@ private Q_SLOTS:
         m_installation.reset(); // the environment it set must be back before the next one changes it
         m_installation = std::make_unique<TempInstallation>();
         int code = SQLITE_OK;
-        const auto connection = sqlite::open(m_installation->packagePath(QStringLiteral("Server")) + QStringLiteral("EventLog.db"),
-                                             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
+        const auto connection =
+            sqlite::open(m_installation->packagePath(u"Server"_s) + u"EventLog.db"_s, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
         QCOMPARE(sqlite::execute(connection.get(), "CREATE TABLE e(id INTEGER, account TEXT);"
                                                    "INSERT INTO e VALUES(1,'Żółw'),(2,'=cmd|x'),(3,'carol')"),
                  SQLITE_OK);
@@ -108,34 +95,34 @@ private Q_SLOTS:
                          "cc = [\"b@example.org\", \"A@example.org\"]\nbcc = [\"c@example.org\"]\n"
                          "subject = \"{description}: {rows} Zeilen\\r\\nBcc: x@example.org\"\nbody = \"Gruß, {package}\"\n")});
         QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
-        QCOMPARE(outcome.out, QStringLiteral("sent to a@example.org, b@example.org, c@example.org\n"));
+        QCOMPARE(outcome.out, u"sent to a@example.org, b@example.org, c@example.org\n"_s);
         QCOMPARE(outcome.err, QString());
         const TakenMail mail = m_server->lastMail();
-        QCOMPARE(mail.message[QStringLiteral("problems")].toArray(), QJsonArray());
-        QCOMPARE(mail.envelope[QStringLiteral("to")].toArray().size(), 3);
-        QCOMPARE(mail.envelope[QStringLiteral("from")].toString(), QStringLiteral("reports@example.org"));
-        QVERIFY(mail.envelope[QStringLiteral("tls")].toBool());
-        QCOMPARE(mail.message[QStringLiteral("subject")].toString(), QStringLiteral("Anmeldungen – März: 3 Zeilen Bcc: x@example.org"));
-        QVERIFY(!mail.message.contains(QStringLiteral("bcc")));
-        const QString text = mail.message[QStringLiteral("text")].toString();
-        QVERIFY2(text.startsWith(QStringLiteral("Gruß, Server Operating System Logs")), qPrintable(text));
-        QCOMPARE(text.contains(QStringLiteral("Rows: 3")), format == "csv"); // the other formats state it themselves
-        QCOMPARE(mail.message[QStringLiteral("html")].toString().contains(QStringLiteral("Żółw")), format == "html");
+        QCOMPARE(mail.message[u"problems"_s].toArray(), QJsonArray());
+        QCOMPARE(mail.envelope[u"to"_s].toArray().size(), 3);
+        QCOMPARE(mail.envelope[u"from"_s].toString(), u"reports@example.org"_s);
+        QVERIFY(mail.envelope[u"tls"_s].toBool());
+        QCOMPARE(mail.message[u"subject"_s].toString(), u"Anmeldungen – März: 3 Zeilen Bcc: x@example.org"_s);
+        QVERIFY(!mail.message.contains(u"bcc"_s));
+        const QString text = mail.message[u"text"_s].toString();
+        QVERIFY2(text.startsWith(u"Gruß, Server Operating System Logs"_s), qPrintable(text));
+        QCOMPARE(text.contains(u"Rows: 3"_s), format == "csv"); // the other formats state it themselves
+        QCOMPARE(mail.message[u"html"_s].toString().contains(u"Żółw"_s), format == "html");
         QCOMPARE(mail.attachments().size(), 1);
-        const QString name = mail.attachments()[0].toObject()[QStringLiteral("name")].toString();
-        QVERIFY2(name.startsWith(QStringLiteral("Anmeldungen – März 20")) && name.endsWith(QString::fromLatin1(format)), qPrintable(name));
+        const QString name = mail.attachments()[0].toObject()[u"name"_s].toString();
+        QVERIFY2(name.startsWith(u"Anmeldungen – März 20"_s) && name.endsWith(QString::fromLatin1(format)), qPrintable(name));
         checkContent(format, mail.attachedFile(0));
 
         const LedgerEntry ledger = lastRun();
-        QCOMPARE(ledger.status, QStringLiteral("done"));
-        QCOMPARE(ledger.outputType, QStringLiteral("email"));
+        QCOMPARE(ledger.status, u"done"_s);
+        QCOMPARE(ledger.outputType, u"email"_s);
         QCOMPARE(ledger.rows, 3);
-        QCOMPARE(states(ledger), QStringLiteral("a=delivered b=delivered c=delivered"));
+        QCOMPARE(states(ledger), u"a=delivered b=delivered c=delivered"_s);
         QFile attached(mail.attachedFile(0));
         QVERIFY(attached.open(QIODevice::ReadOnly));
         QCOMPARE(ledger.sha256, QString::fromLatin1(QCryptographicHash::hash(attached.readAll(), QCryptographicHash::Sha256).toHex()));
         QVERIFY(outbox().isEmpty());
-        QCOMPARE(QDir(m_installation->path() + QStringLiteral("Reports")).entryList(QDir::Files), QStringList());
+        QCOMPARE(QDir(m_installation->path() + u"Reports"_s).entryList(QDir::Files), QStringList());
     }
     static void checkContent(const QByteArray &format, const QString &file)
     {
@@ -150,29 +137,26 @@ private Q_SLOTS:
             QVERIFY(bytes.startsWith("PK"));
         if (format != "pdf")
             return;
-        const QString text =
-            QString::fromUtf8(outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), file, QStringLiteral("-")}));
-        QVERIFY2(text.contains(QRegularExpression(QStringLiteral("1\\s+Żółw"))) && text.contains(QStringLiteral("carol")),
-                 qPrintable(text));
+        const QString text = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-layout"_s, file, u"-"_s}));
+        QVERIFY2(text.contains(QRegularExpression(u"1\\s+Żółw"_s)) && text.contains(u"carol"_s), qPrintable(text));
     }
 
     void a_cut_csv_says_so_in_its_name_a_second_file_and_the_text()
     {
-        settings("plain", {}, 3000, QStringLiteral("127.1")); // a spelling that does not pass for this machine
+        settings("plain", {}, 3000, u"127.1"_s); // a spelling that does not pass for this machine
         const QString file = query("row_limit = 2\n[output]\ntype = \"email\"\nformat = \"csv\"\nfile = \"Old/{description}.csv\"\n"
                                    "[output.email]\nfrom = \"reports@example.org\"\nto = [\"a@example.org\"]\n");
         const Outcome outcome = run({file});
         QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
         const TakenMail mail = m_server->lastMail();
         QCOMPARE(mail.attachments().size(), 2);
-        QCOMPARE(mail.attachments()[0].toObject()[QStringLiteral("name")].toString(),
-                 QStringLiteral("Anmeldungen – März (first 2 rows).csv"));
-        QVERIFY(mail.message[QStringLiteral("text")].toString().contains(QStringLiteral("Only the first 2 rows")));
-        QCOMPARE(mail.message[QStringLiteral("subject")].toString(), QStringLiteral("Anmeldungen – März"));
-        QVERIFY2(lastRun().note.contains(QStringLiteral("without TLS")), qPrintable(lastRun().note));
-        settings("plain", QString::fromUtf8(MailServer::kUser), 3000, QStringLiteral("127.1"));
+        QCOMPARE(mail.attachments()[0].toObject()[u"name"_s].toString(), u"Anmeldungen – März (first 2 rows).csv"_s);
+        QVERIFY(mail.message[u"text"_s].toString().contains(u"Only the first 2 rows"_s));
+        QCOMPARE(mail.message[u"subject"_s].toString(), u"Anmeldungen – März"_s);
+        QVERIFY2(lastRun().note.contains(u"without TLS"_s), qPrintable(lastRun().note));
+        settings("plain", QString::fromUtf8(MailServer::kUser), 3000, u"127.1"_s);
         const Outcome refused = run({file});
-        QVERIFY2(refused.err.contains(QStringLiteral("never travel unencrypted")), qPrintable(refused.err));
+        QVERIFY2(refused.err.contains(u"never travel unencrypted"_s), qPrintable(refused.err));
     }
 
     void nothing_is_read_or_sent_for_an_e_mail_that_cannot_be_sent_data()
@@ -200,46 +184,45 @@ private Q_SLOTS:
         QCOMPARE(outcome.code, 1);
         QVERIFY2(outcome.err.contains(said), qPrintable(outcome.err));
         QCOMPARE(m_server->taken(), before);
-        QCOMPARE(lastRun().status, QStringLiteral("failed"));
+        QCOMPARE(lastRun().status, u"failed"_s);
     }
 
     void the_sender_is_the_user_of_the_settings_where_that_is_an_address()
     {
         settings("plain");
         const QString file = query("[output]\ntype = \"email\"\n[output.email]\nto = [\"a@example.org\"]\n");
-        m_installation->write(QStringLiteral("Config/Email.cfg"), "server = \"\"\n");
-        QVERIFY(run({file}).err.contains(QStringLiteral("No mail server is named")));
-        m_installation->write(QStringLiteral("Config/Email.cfg"), "server = \"localhost\"\nprot = 25\n");
-        QVERIFY(run({file}).err.contains(QStringLiteral("prot")));
+        m_installation->write(u"Config/Email.cfg"_s, "server = \"\"\n");
+        QVERIFY(run({file}).err.contains(u"No mail server is named"_s));
+        m_installation->write(u"Config/Email.cfg"_s, "server = \"localhost\"\nprot = 25\n");
+        QVERIFY(run({file}).err.contains(u"prot"_s));
         // The user's name is an address; the server then refuses the log-in, which is told, with no word of the password.
-        settings("plain", QStringLiteral("robot@example.org"));
+        settings("plain", u"robot@example.org"_s);
         const Outcome outcome = run({file});
-        QVERIFY2(outcome.err.contains(QStringLiteral("refused the user name or password: 535")), qPrintable(outcome.err));
-        QCOMPARE(lastRun().deliveries.front().sender, QStringLiteral("robot@example.org"));
-        QVERIFY(!m_installation->read(QStringLiteral("Logs/quillmark-report.log")).contains("heim"));
-        QVERIFY(!m_installation->read(QStringLiteral("Logs/RunLedger.db")).contains("heim"));
+        QVERIFY2(outcome.err.contains(u"refused the user name or password: 535"_s), qPrintable(outcome.err));
+        QCOMPARE(lastRun().deliveries.front().sender, u"robot@example.org"_s);
+        QVERIFY(!m_installation->read(u"Logs/quillmark-report.log"_s).contains("heim"));
+        QVERIFY(!m_installation->read(u"Logs/RunLedger.db"_s).contains("heim"));
     }
 
     void who_did_not_get_it_is_told_and_gets_it_by_a_resend()
     {
         Outcome outcome = run({mailing("pdf", "\"a@example.org\", \"550@example.org\", \"once450@run.example\", \"450@example.org\"")});
         QCOMPARE(outcome.code, 1);
-        QVERIFY2(outcome.err.contains(QStringLiteral("reached 2 of 4 recipients")) &&
-                     outcome.err.contains(QStringLiteral("550@example.org (refused): 550 5.1.1 No such user here")) &&
-                     outcome.err.contains(QStringLiteral("450@example.org (deferred): 450 4.2.1 Mailbox busy")),
+        QVERIFY2(outcome.err.contains(u"reached 2 of 4 recipients"_s) &&
+                     outcome.err.contains(u"550@example.org (refused): 550 5.1.1 No such user here"_s) &&
+                     outcome.err.contains(u"450@example.org (deferred): 450 4.2.1 Mailbox busy"_s),
                  qPrintable(outcome.err));
-        QVERIFY2(outcome.err.contains(QStringLiteral("--resend 1")), qPrintable(outcome.err));
-        QCOMPARE(lastRun().status, QStringLiteral("failed"));
-        QCOMPARE(states(lastRun()), QStringLiteral("450=deferred 550=refused a=delivered once450=delivered"));
-        const QString first = m_server->lastMail().message[QStringLiteral("messageId")].toString();
-        QCOMPARE(outbox(), QStringList{QStringLiteral("run-1.eml")});
-        QVERIFY((QFile::permissions(m_installation->path() + QStringLiteral("Outbox/run-1.eml")) & (QFile::ReadOther | QFile::ReadGroup)) ==
-                0);
+        QVERIFY2(outcome.err.contains(u"--resend 1"_s), qPrintable(outcome.err));
+        QCOMPARE(lastRun().status, u"failed"_s);
+        QCOMPARE(states(lastRun()), u"450=deferred 550=refused a=delivered once450=delivered"_s);
+        const QString first = m_server->lastMail().message[u"messageId"_s].toString();
+        QCOMPARE(outbox(), QStringList{u"run-1.eml"_s});
+        QVERIFY((QFile::permissions(m_installation->path() + u"Outbox/run-1.eml"_s) & (QFile::ReadOther | QFile::ReadGroup)) == 0);
 
         // The server mends the one mailbox: only the two get it, and it is the same message.
-        const QString history = run({QStringLiteral("--history")}).out;
-        QVERIFY2(history.contains(QStringLiteral("        refused    550@example.org  550 5.1.1")), qPrintable(history));
-        outcome = run({QStringLiteral("--resend"), QStringLiteral("1")});
+        const QString history = run({u"--history"_s}).out;
+        QVERIFY2(history.contains(u"        refused    550@example.org  550 5.1.1"_s), qPrintable(history));
+        outcome = run({u"--resend"_s, u"1"_s});
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outbox().size(), 1);
         int code = SQLITE_OK;
@@ -247,16 +230,16 @@ private Q_SLOTS:
         QCOMPARE(sqlite::execute(ledger.get(), "UPDATE delivery SET target = 'mended@example.org' WHERE target LIKE '5%';"
                                                "DELETE FROM delivery WHERE target LIKE '450%'"),
                  SQLITE_OK);
-        outcome = run({QStringLiteral("--resend"), QStringLiteral("1")});
+        outcome = run({u"--resend"_s, u"1"_s});
         QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
-        QCOMPARE(outcome.out, QStringLiteral("sent to mended@example.org\n"));
-        QCOMPARE(m_server->lastMail().envelope[QStringLiteral("to")].toArray(), QJsonArray{QStringLiteral("mended@example.org")});
-        QCOMPARE(m_server->lastMail().message[QStringLiteral("messageId")].toString(), first);
-        QCOMPARE(lastRun().status, QStringLiteral("done"));
+        QCOMPARE(outcome.out, u"sent to mended@example.org\n"_s);
+        QCOMPARE(m_server->lastMail().envelope[u"to"_s].toArray(), QJsonArray{u"mended@example.org"_s});
+        QCOMPARE(m_server->lastMail().message[u"messageId"_s].toString(), first);
+        QCOMPARE(lastRun().status, u"done"_s);
         QVERIFY(outbox().isEmpty());
-        QVERIFY(run({QStringLiteral("--resend"), QStringLiteral("1")}).err.contains(QStringLiteral("has reached all")));
-        QVERIFY(run({QStringLiteral("--resend"), QStringLiteral("7")}).err.contains(QStringLiteral("no run 7")));
-        QCOMPARE(run({QStringLiteral("--resend"), QStringLiteral("x")}).code, 2);
+        QVERIFY(run({u"--resend"_s, u"1"_s}).err.contains(u"has reached all"_s));
+        QVERIFY(run({u"--resend"_s, u"7"_s}).err.contains(u"no run 7"_s));
+        QCOMPARE(run({u"--resend"_s, u"x"_s}).code, 2);
     }
 
     void a_lost_answer_is_unknown_and_nothing_goes_out_twice()
@@ -264,8 +247,8 @@ private Q_SLOTS:
         const int before = m_server->taken();
         const Outcome outcome = run({mailing("pdf", "\"dropend@example.org\"")});
         QCOMPARE(outcome.code, 1);
-        QVERIFY2(outcome.err.contains(QStringLiteral("Nobody knows whether")), qPrintable(outcome.err));
-        QCOMPARE(states(lastRun()), QStringLiteral("dropend=unknown"));
+        QVERIFY2(outcome.err.contains(u"Nobody knows whether"_s), qPrintable(outcome.err));
+        QCOMPARE(states(lastRun()), u"dropend=unknown"_s);
         QCOMPARE(m_server->taken(), before + 1);
     }
 
@@ -281,22 +264,22 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(isSending(), 10'000);
         ::kill(static_cast<pid_t>(process->processId()), SIGINT);
         const Outcome outcome = finished(*process);
-        QVERIFY2(outcome.err.contains(QStringLiteral("cancelled")), qPrintable(outcome.err));
-        QCOMPARE(lastRun().status, QStringLiteral("cancelled"));
-        QCOMPARE(states(lastRun()), QStringLiteral("slow20=not sent"));
+        QVERIFY2(outcome.err.contains(u"cancelled"_s), qPrintable(outcome.err));
+        QCOMPARE(lastRun().status, u"cancelled"_s);
+        QCOMPARE(states(lastRun()), u"slow20=not sent"_s);
         QVERIFY(outbox().isEmpty());
 
         process = started({file});
         QTRY_VERIFY_WITH_TIMEOUT(isSending(), 10'000);
         process->kill();
-        finished(*process);
-        QVERIFY(run({QStringLiteral("--history")}).out.contains(QStringLiteral("interrupted")));
-        QCOMPARE(states(lastRun()), QStringLiteral("slow20=unknown"));
+        static_cast<void>(finished(*process));
+        QVERIFY(run({u"--history"_s}).out.contains(u"interrupted"_s));
+        QCOMPARE(states(lastRun()), u"slow20=unknown"_s);
     }
 
     void a_ledger_of_the_first_version_is_read_and_taken_over()
     {
-        QVERIFY(run({QStringLiteral("--rows"), query({})}).code == 0);
+        QVERIFY(run({u"--rows"_s, query({})}).code == 0);
         int code = SQLITE_OK;
         {
             const auto ledger = sqlite::open(RunLedger(m_installation->path()).path(), SQLITE_OPEN_READWRITE, code);
@@ -306,7 +289,7 @@ private Q_SLOTS:
         QCOMPARE(lastRun().rows, 3);
         QVERIFY(lastRun().deliveries.empty());
         QVERIFY(run({mailing("csv", "\"a@example.org\"")}).code == 0);
-        QCOMPARE(states(lastRun()), QStringLiteral("a=delivered"));
+        QCOMPARE(states(lastRun()), u"a=delivered"_s);
         QCOMPARE(RunLedger(m_installation->path()).list().back().rows, 3);
     }
 
@@ -321,20 +304,19 @@ private Q_SLOTS:
         };
         Outcome outcome = run({printing("good", 2)});
         QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
-        QVERIFY2(outcome.out.startsWith(QStringLiteral("printed as job 1 of the printer \"good\"")), qPrintable(outcome.out));
-        const QString text = QString::fromUtf8(
-            outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), printer.printedFile(), QStringLiteral("-")}));
-        QCOMPARE(text.count(QStringLiteral("carol")), 2);
-        QVERIFY2(printer.pageLog().contains(QStringLiteral("Anmeldungen – März")), qPrintable(printer.pageLog()));
-        QCOMPARE(states(lastRun()), QStringLiteral("good=printed"));
-        QCOMPARE(lastRun().outputType, QStringLiteral("printer"));
+        QVERIFY2(outcome.out.startsWith(u"printed as job 1 of the printer \"good\""_s), qPrintable(outcome.out));
+        const QString text = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-layout"_s, printer.printedFile(), u"-"_s}));
+        QCOMPARE(text.count(u"carol"_s), 2);
+        QVERIFY2(printer.pageLog().contains(u"Anmeldungen – März"_s), qPrintable(printer.pageLog()));
+        QCOMPARE(states(lastRun()), u"good=printed"_s);
+        QCOMPARE(lastRun().outputType, u"printer"_s);
         outcome = run({printing("disabled", 1)});
-        QVERIFY2(outcome.code == 1 && outcome.err.contains(QStringLiteral("is disabled (out of paper)")), qPrintable(outcome.err));
+        QVERIFY2(outcome.code == 1 && outcome.err.contains(u"is disabled (out of paper)"_s), qPrintable(outcome.err));
         outcome = run({printing("", 1)});
-        QVERIFY2(outcome.code == 1 && outcome.err.contains(QStringLiteral("no default printer")), qPrintable(outcome.err));
+        QVERIFY2(outcome.code == 1 && outcome.err.contains(u"no default printer"_s), qPrintable(outcome.err));
         // A format or a file given by hand is a file.
-        outcome = run({QStringLiteral("--format"), QStringLiteral("csv"), printing("disabled", 1)});
-        QVERIFY2(outcome.code == 0 && outcome.out.endsWith(QStringLiteral(".csv\n")), qPrintable(outcome.err));
+        outcome = run({u"--format"_s, u"csv"_s, printing("disabled", 1)});
+        QVERIFY2(outcome.code == 0 && outcome.out.endsWith(u".csv\n"_s), qPrintable(outcome.err));
     }
 };
 

@@ -8,6 +8,7 @@
 using namespace qm;
 using namespace qm::test;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 /// Through a real print server.
 class PrintQueueTest final : public QObject
@@ -20,9 +21,9 @@ class PrintQueueTest final : public QObject
     /// A document of \p rows numbered rows on A4 pages.
     [[nodiscard]] PrintRequest request(const QString &queue, bool landscape, int rows)
     {
-        const QString path = m_folder.filePath(QStringLiteral("report.pdf"));
+        const QString path = m_folder.filePath(u"report.pdf"_s);
         OutputFile file(path);
-        const auto writer = makePdfWriter(file, QCoreApplication::applicationDirPath() + QStringLiteral("/fonts"));
+        const auto writer = makePdfWriter(file, QCoreApplication::applicationDirPath() + u"/fonts"_s);
         ReportHead head;
         head.title = "Failed logons";
         head.header = head.footer = {"left", "", "right"};
@@ -37,7 +38,7 @@ class PrintQueueTest final : public QObject
         }
         writer->end({rows, false, 0});
         file.commit();
-        return {queue, path, QStringLiteral("Fehlgeschlagene Anmeldungen – März"), 1, head.page.widthMm, head.page.heightMm, 20s};
+        return {queue, path, u"Fehlgeschlagene Anmeldungen – März"_s, 1, head.page.widthMm, head.page.heightMm, 20s};
     }
 
 private Q_SLOTS:
@@ -53,16 +54,16 @@ private Q_SLOTS:
         const auto names = [&] {
             QStringList found;
             for (const PrintQueue &queue : printQueues().queues)
-                found << queue.name + (queue.isDefault ? QStringLiteral("*") : QString());
+                found << queue.name + (queue.isDefault ? u"*"_s : QString());
             found.sort();
             return found.join(u' ');
         };
-        QCOMPARE(names(), QStringLiteral("disabled good rejecting"));
-        QVERIFY2(whyNotPrintable({}).contains(QStringLiteral("there is no default printer")), qPrintable(whyNotPrintable({})));
-        m_server->command(QStringLiteral("lpadmin"), {QStringLiteral("-d"), QStringLiteral("good")});
-        QCOMPARE(names(), QStringLiteral("disabled good* rejecting"));
+        QCOMPARE(names(), u"disabled good rejecting"_s);
+        QVERIFY2(whyNotPrintable({}).contains(u"there is no default printer"_s), qPrintable(whyNotPrintable({})));
+        m_server->command(u"lpadmin"_s, {u"-d"_s, u"good"_s});
+        QCOMPARE(names(), u"disabled good* rejecting"_s);
         QCOMPARE(whyNotPrintable({}), QString());
-        QCOMPARE(printQueues().queues.front().description, QStringLiteral("The disabled printer"));
+        QCOMPARE(printQueues().queues.front().description, u"The disabled printer"_s);
     }
 
     void a_report_is_printed_as_it_was_laid_out_data()
@@ -77,29 +78,25 @@ private Q_SLOTS:
         QFETCH(bool, landscape);
         QFETCH(int, copies);
         m_server->clear();
-        PrintRequest job = request(QStringLiteral("good"), landscape, 100);
+        PrintRequest job = request(u"good"_s, landscape, 100);
         job.copies = copies;
         const PrintOutcome outcome = printDocument(job, {});
         QVERIFY2(outcome.state == PrintOutcome::State::Printed, qPrintable(outcome.words));
         QVERIFY(outcome.job > 0);
-        QCOMPARE(outcome.queue, QStringLiteral("good"));
-        const QString text = QString::fromUtf8(
-            outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), m_server->printedFile(), QStringLiteral("-")}));
+        QCOMPARE(outcome.queue, u"good"_s);
+        const QString text = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-layout"_s, m_server->printedFile(), u"-"_s}));
         for (int row : {0, 50, 99})
-            QCOMPARE(text.count(QRegularExpression(QStringLiteral("row-%1\\b").arg(row))), copies);
+            QCOMPARE(text.count(QRegularExpression(u"row-%1\\b"_s.arg(row))), copies);
         if (copies > 1) // the whole report, and then the whole report
-            QVERIFY2(text.indexOf(QStringLiteral("row-99")) < text.lastIndexOf(QRegularExpression(QStringLiteral("row-0\\b"))),
-                     qPrintable(text));
+            QVERIFY2(text.indexOf(u"row-99"_s) < text.lastIndexOf(QRegularExpression(u"row-0\\b"_s)), qPrintable(text));
         const QString log = m_server->pageLog();
         const QString line = log.section(u'\n', -2);
-        QVERIFY2(line.startsWith(QStringLiteral("good ")) && line.contains(QStringLiteral("Fehlgeschlagene Anmeldungen – März")),
-                 qPrintable(log));
-        QVERIFY2(line.contains(QStringLiteral("iso_a4_210x297mm")), qPrintable(line));
+        QVERIFY2(line.startsWith(u"good "_s) && line.contains(u"Fehlgeschlagene Anmeldungen – März"_s), qPrintable(log));
+        QVERIFY2(line.contains(u"iso_a4_210x297mm"_s), qPrintable(line));
         // The sheet stands as the report's page lies: nothing is cut off or shrunk into a corner.
-        const QString boxes = QString::fromUtf8(
-            outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-bbox"), m_server->printedFile(), QStringLiteral("-")}));
+        const QString boxes = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-bbox"_s, m_server->printedFile(), u"-"_s}));
         double right = 0, bottom = 0;
-        static const QRegularExpression word(QStringLiteral("xMax=\"([0-9.]+)\" yMax=\"([0-9.]+)\""));
+        static const QRegularExpression word(u"xMax=\"([0-9.]+)\" yMax=\"([0-9.]+)\""_s);
         for (auto found = word.globalMatch(boxes); found.hasNext();) {
             const auto match = found.next();
             right = std::max(right, match.captured(1).toDouble());
@@ -112,11 +109,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("queue");
         QTest::addColumn<QString>("said");
-        QTest::newRow("disabled") << QStringLiteral("disabled") << QStringLiteral("The printer \"disabled\" is disabled (out of paper)");
-        QTest::newRow("rejecting") << QStringLiteral("rejecting")
-                                   << QStringLiteral("The printer \"rejecting\" accepts no jobs (closed today)");
-        QTest::newRow("missing") << QStringLiteral("nowhere") << QStringLiteral("There is no printer \"nowhere\"");
-        QTest::newRow("strange name") << QStringLiteral("a/b c\"ü?x=1") << QStringLiteral("There is no printer");
+        QTest::newRow("disabled") << u"disabled"_s << u"The printer \"disabled\" is disabled (out of paper)"_s;
+        QTest::newRow("rejecting") << u"rejecting"_s << u"The printer \"rejecting\" accepts no jobs (closed today)"_s;
+        QTest::newRow("missing") << u"nowhere"_s << u"There is no printer \"nowhere\""_s;
+        QTest::newRow("strange name") << u"a/b c\"ü?x=1"_s << u"There is no printer"_s;
     }
     void a_queue_that_does_not_print_is_told_before_and_gets_no_job()
     {
@@ -127,35 +123,33 @@ private Q_SLOTS:
         QVERIFY(outcome.state == PrintOutcome::State::Failed);
         QVERIFY2(outcome.words.contains(said), qPrintable(outcome.words));
         QCOMPARE(outcome.job, 0);
-        QCOMPARE(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString());
+        QCOMPARE(m_server->command(u"lpstat"_s, {u"-o"_s}), QString());
     }
 
     /// A queue that is stopped while the job is on its way, and an operator who cancels: nothing stays behind that would be printed later.
     void a_job_that_cannot_go_on_is_taken_back()
     {
-        m_server->command(QStringLiteral("lpadmin"), {QStringLiteral("-p"), QStringLiteral("good"), QStringLiteral("-o"),
-                                                      QStringLiteral("job-hold-until-default=indefinite")});
-        PrintOutcome outcome = printDocument(request(QStringLiteral("good"), false, 1), {});
+        m_server->command(u"lpadmin"_s, {u"-p"_s, u"good"_s, u"-o"_s, u"job-hold-until-default=indefinite"_s});
+        PrintOutcome outcome = printDocument(request(u"good"_s, false, 1), {});
         QVERIFY(outcome.state == PrintOutcome::State::Failed);
-        QVERIFY2(outcome.words.contains(QStringLiteral("held")), qPrintable(outcome.words));
-        QCOMPARE(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString());
-        m_server->command(QStringLiteral("lpadmin"), {QStringLiteral("-p"), QStringLiteral("good"), QStringLiteral("-o"),
-                                                      QStringLiteral("job-hold-until-default=no-hold")});
-        outcome = printDocument(request(QStringLiteral("good"), false, 2000), [] { return true; });
+        QVERIFY2(outcome.words.contains(u"held"_s), qPrintable(outcome.words));
+        QCOMPARE(m_server->command(u"lpstat"_s, {u"-o"_s}), QString());
+        m_server->command(u"lpadmin"_s, {u"-p"_s, u"good"_s, u"-o"_s, u"job-hold-until-default=no-hold"_s});
+        outcome = printDocument(request(u"good"_s, false, 2000), [] { return true; });
         QVERIFY(outcome.state == PrintOutcome::State::Failed);
-        QVERIFY2(outcome.words.contains(QStringLiteral("taken back")), qPrintable(outcome.words));
-        QTRY_COMPARE(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString());
+        QVERIFY2(outcome.words.contains(u"taken back"_s), qPrintable(outcome.words));
+        QTRY_COMPARE(m_server->command(u"lpstat"_s, {u"-o"_s}), QString());
     }
 
     void a_long_job_is_taken_and_not_waited_for()
     {
         m_server->clear();
-        PrintRequest job = request(QStringLiteral("good"), false, 5000);
+        PrintRequest job = request(u"good"_s, false, 5000);
         job.patience = 0ms;
         const PrintOutcome outcome = printDocument(job, {});
         QVERIFY2(outcome.state == PrintOutcome::State::Taken, qPrintable(outcome.words));
-        QVERIFY2(outcome.words.startsWith(QStringLiteral("waiting or printing as job ")), qPrintable(outcome.words));
-        QTRY_COMPARE_WITH_TIMEOUT(m_server->command(QStringLiteral("lpstat"), {QStringLiteral("-o")}), QString(), 20'000);
+        QVERIFY2(outcome.words.startsWith(u"waiting or printing as job "_s), qPrintable(outcome.words));
+        QTRY_COMPARE_WITH_TIMEOUT(m_server->command(u"lpstat"_s, {u"-o"_s}), QString(), 20'000);
         QTRY_VERIFY(QFileInfo(m_server->printedFile()).size() > 10'000);
     }
 
@@ -167,8 +161,7 @@ private Q_SLOTS:
         QElapsedTimer watch;
         watch.start();
         // libcups keeps a server's name for the life of a thread; it is the one that has just gone.
-        QVERIFY2(whyNotPrintable(QStringLiteral("good")).contains(QStringLiteral("does not answer")),
-                 qPrintable(whyNotPrintable(QStringLiteral("good"))));
+        QVERIFY2(whyNotPrintable(u"good"_s).contains(u"does not answer"_s), qPrintable(whyNotPrintable(u"good"_s)));
         QVERIFY(!printQueues().problem.isEmpty());
         QVERIFY(watch.elapsed() < 25'000);
         qunsetenv("CUPS_SERVER");

@@ -11,6 +11,7 @@
 using namespace qm;
 using namespace qm::test;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -29,9 +30,9 @@ class SmtpClientTest final : public QObject
 
     [[nodiscard]] SmtpServer at(const char *listener, bool user = false) const
     {
-        SmtpServer server = smtpServerOf({QStringLiteral("localhost"), m_server->port(listener), 1500,
-                                          user ? QString::fromUtf8(MailServer::kUser) : QString(),
-                                          user ? QString::fromUtf8(MailServer::kPassword) : QString()});
+        SmtpServer server =
+            smtpServerOf({u"localhost"_s, m_server->port(listener), 1500, user ? QString::fromUtf8(MailServer::kUser) : QString(),
+                          user ? QString::fromUtf8(MailServer::kPassword) : QString()});
         server.implicitTls = qstrcmp(listener, "smtps") == 0;
         server.pauseBeforeRepeat = 100ms;
         return server;
@@ -41,7 +42,7 @@ class SmtpClientTest final : public QObject
         QByteArray text = "From: <s@example.org>\r\nSubject: test\r\nMessage-ID: <m@x>\r\n\r\n.\r\n..dots\r\n";
         while (text.size() < size)
             text += "0123456789012345678901234567890123456789012345678901234567890\r\n";
-        MailEnvelope envelope{"s@example.org", {recipients.begin(), recipients.end()}, m_folder.filePath(QStringLiteral("m.eml"))};
+        MailEnvelope envelope{"s@example.org", {recipients.begin(), recipients.end()}, m_folder.filePath(u"m.eml"_s)};
         QFile file(envelope.messageFile);
         if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
             envelope.messageFile.clear();
@@ -57,7 +58,7 @@ class SmtpClientTest final : public QObject
         QStringList words;
         for (const RecipientResult &result : outcome.recipients)
             words << recipientStateWord(result.state);
-        return words.join(QStringLiteral(", "));
+        return words.join(u", "_s);
     }
     static QString words(const MailOutcome &outcome, std::size_t index = 0) { return outcome.recipients.at(index).words; }
 
@@ -94,39 +95,39 @@ private Q_SLOTS:
         const MailOutcome outcome = send(server, {kTo, "b@example.org"});
         QVERIFY2(outcome.isDelivered(), qPrintable(words(outcome)));
         QCOMPARE(outcome.wasEncrypted, encrypted);
-        QVERIFY2(words(outcome).startsWith(QStringLiteral("250 2.0.0 Queued as")), qPrintable(words(outcome)));
+        QVERIFY2(words(outcome).startsWith(u"250 2.0.0 Queued as"_s), qPrintable(words(outcome)));
         QCOMPARE(m_server->taken(), before + 1);
         const TakenMail mail = m_server->lastMail();
-        QCOMPARE(mail.envelope[QStringLiteral("tls")].toBool(), encrypted);
-        QCOMPARE(mail.envelope[QStringLiteral("auth")].toString(), user ? QString::fromUtf8(MailServer::kUser) : QString());
-        QCOMPARE(mail.envelope[QStringLiteral("to")].toArray(), (QJsonArray{QLatin1String(kTo), QStringLiteral("b@example.org")}));
-        QCOMPARE(mail.message[QStringLiteral("text")].toString().remove(u'\r').left(9), QStringLiteral(".\n..dots\n"));
+        QCOMPARE(mail.envelope[u"tls"_s].toBool(), encrypted);
+        QCOMPARE(mail.envelope[u"auth"_s].toString(), user ? QString::fromUtf8(MailServer::kUser) : QString());
+        QCOMPARE(mail.envelope[u"to"_s].toArray(), (QJsonArray{QLatin1String(kTo), u"b@example.org"_s}));
+        QCOMPARE(mail.message[u"text"_s].toString().remove(u'\r').left(9), u".\n..dots\n"_s);
     }
 
     void refusals_are_told_for_each_recipient_in_the_servers_words()
     {
         int before = m_server->taken();
         MailOutcome outcome = send(at("plain"), {kTo, "550@example.org", "450@example.org", "jürgen@example.org"});
-        QCOMPARE(states(outcome), QStringLiteral("delivered, refused, deferred, delivered"));
-        QCOMPARE(words(outcome, 1), QStringLiteral("550 5.1.1 No such user here: <550@example.org>"));
-        QCOMPARE(words(outcome, 2), QStringLiteral("450 4.2.1 Mailbox busy: <450@example.org>"));
+        QCOMPARE(states(outcome), u"delivered, refused, deferred, delivered"_s);
+        QCOMPARE(words(outcome, 1), u"550 5.1.1 No such user here: <550@example.org>"_s);
+        QCOMPARE(words(outcome, 2), u"450 4.2.1 Mailbox busy: <450@example.org>"_s);
         QCOMPARE(m_server->taken(), ++before);
-        QCOMPARE(m_server->lastMail().envelope[QStringLiteral("to")].toArray().size(), 2);
+        QCOMPARE(m_server->lastMail().envelope[u"to"_s].toArray().size(), 2);
 
         // All refused: nothing is sent.
         outcome = send(at("plain"), {"550@example.org", "551@example.org"});
-        QCOMPARE(states(outcome), QStringLiteral("refused, refused"));
+        QCOMPARE(states(outcome), u"refused, refused"_s);
         QVERIFY(!outcome.isDelivered());
         // Refused as a whole, after its content.
         outcome = send(at("plain"), {kTo, "552@example.org", "550@example.org"});
-        QCOMPARE(states(outcome), QStringLiteral("refused, refused, refused"));
-        QCOMPARE(words(outcome), QStringLiteral("552 5.2.2 Mailbox full"));
+        QCOMPARE(states(outcome), u"refused, refused, refused"_s);
+        QCOMPARE(words(outcome), u"552 5.2.2 Mailbox full"_s);
         QCOMPARE(m_server->taken(), before);
         // Refused for now, and taken when it is tried again: those that have it do not get it twice.
         outcome = send(at("plain"), {kTo, "once450@example.org"});
         QVERIFY2(outcome.isDelivered(), qPrintable(words(outcome, 1)));
         QCOMPARE(m_server->taken(), before + 2);
-        QCOMPARE(m_server->lastMail().envelope[QStringLiteral("to")].toArray(), QJsonArray{QStringLiteral("once450@example.org")});
+        QCOMPARE(m_server->lastMail().envelope[u"to"_s].toArray(), QJsonArray{u"once450@example.org"_s});
     }
 
     void more_recipients_than_a_server_takes_at_once_go_in_portions()
@@ -144,9 +145,8 @@ private Q_SLOTS:
         const int before = m_server->taken();
         QVERIFY(send(at("small"), {kTo}, 15'000).isDelivered());
         const MailOutcome outcome = send(at("small"), {kTo}, 30'000);
-        QCOMPARE(states(outcome), QStringLiteral("not sent"));
-        QVERIFY2(words(outcome).contains(QStringLiteral("takes messages of at most 20 KB; this one has 30 KB")),
-                 qPrintable(words(outcome)));
+        QCOMPARE(states(outcome), u"not sent"_s);
+        QVERIFY2(words(outcome).contains(u"takes messages of at most 20 KB; this one has 30 KB"_s), qPrintable(words(outcome)));
         QCOMPARE(m_server->taken(), before + 1);
     }
 
@@ -157,15 +157,13 @@ private Q_SLOTS:
         QTest::addColumn<bool>("known");
         QTest::addColumn<QString>("said");
         const QString right = QString::fromUtf8(MailServer::kPassword);
-        QTest::newRow("no STARTTLS with a password") << QByteArray("plain") << right << true << QStringLiteral("never travel unencrypted");
-        QTest::newRow("another name") << QByteArray("othername") << right << true
-                                      << QStringLiteral("no alternative certificate subject name");
-        QTest::newRow("unknown authority") << QByteArray("starttls") << right << false << QStringLiteral("unable to get local issuer");
-        QTest::newRow("unknown authority, TLS at once")
-            << QByteArray("smtps") << right << false << QStringLiteral("unable to get local issuer");
-        QTest::newRow("wrong password") << QByteArray("starttls") << QStringLiteral("wrong") << true
-                                        << QStringLiteral("refused the user name or password: 535 5.7.8");
-        QTest::newRow("answers no TLS") << QByteArray("mute") << QString() << true << QStringLiteral("did not answer");
+        QTest::newRow("no STARTTLS with a password") << QByteArray("plain") << right << true << u"never travel unencrypted"_s;
+        QTest::newRow("another name") << QByteArray("othername") << right << true << u"no alternative certificate subject name"_s;
+        QTest::newRow("unknown authority") << QByteArray("starttls") << right << false << u"unable to get local issuer"_s;
+        QTest::newRow("unknown authority, TLS at once") << QByteArray("smtps") << right << false << u"unable to get local issuer"_s;
+        QTest::newRow("wrong password") << QByteArray("starttls") << u"wrong"_s << true
+                                        << u"refused the user name or password: 535 5.7.8"_s;
+        QTest::newRow("answers no TLS") << QByteArray("mute") << QString() << true << u"did not answer"_s;
     }
     void a_server_that_cannot_be_trusted_gets_nothing()
     {
@@ -183,7 +181,7 @@ private Q_SLOTS:
         const int before = m_server->taken();
         const MailOutcome outcome = send(server, {kTo});
         qputenv("SSL_CERT_FILE", authorities);
-        QCOMPARE(states(outcome), QStringLiteral("not sent"));
+        QCOMPARE(states(outcome), u"not sent"_s);
         QVERIFY2(words(outcome).contains(said), qPrintable(words(outcome)));
         QVERIFY(!words(outcome).contains(QString::fromUtf8(MailServer::kPassword)));
         QCOMPARE(m_server->taken(), before);
@@ -199,16 +197,16 @@ private Q_SLOTS:
         const MailOutcome elsewhere = send(server, {kTo});
         qputenv("SSL_CERT_FILE", authorities);
         QVERIFY2(here.isDelivered() && here.wasEncrypted, qPrintable(words(here)));
-        QVERIFY2(words(elsewhere).contains(QStringLiteral("could not prove who it is")), qPrintable(words(elsewhere)));
+        QVERIFY2(words(elsewhere).contains(u"could not prove who it is"_s), qPrintable(words(elsewhere)));
     }
 
     void silence_ends_at_the_time_out_and_slowness_does_not()
     {
         MailOutcome outcome = send(at("mute"), {kTo});
-        QVERIFY2(words(outcome).contains(QStringLiteral("did not answer: nothing came for 1.5 seconds")), qPrintable(words(outcome)));
+        QVERIFY2(words(outcome).contains(u"did not answer: nothing came for 1.5 seconds"_s), qPrintable(words(outcome)));
         QVERIFY2(m_watch.elapsed() >= 1500 && m_watch.elapsed() < 5000, qPrintable(QString::number(m_watch.elapsed())));
         outcome = send(at("plain"), {"slow30@example.org"});
-        QVERIFY2(words(outcome).contains(QStringLiteral("stopped answering")), qPrintable(words(outcome)));
+        QVERIFY2(words(outcome).contains(u"stopped answering"_s), qPrintable(words(outcome)));
         QVERIFY(m_watch.elapsed() < 5000);
         // Three answers of a second each, under a time-out of one and a half.
         outcome = send(at("plain"), {"slow1@a.example", "slow1@b.example", "slow1@c.example"});
@@ -223,15 +221,15 @@ private Q_SLOTS:
     void a_lost_connection_is_not_sent_or_unknown()
     {
         MailOutcome outcome = send(at("plain"), {kTo, "drop@example.org"});
-        QCOMPARE(states(outcome), QStringLiteral("not sent, not sent"));
-        QVERIFY2(words(outcome).contains(QStringLiteral("broke the connection off")), qPrintable(words(outcome)));
+        QCOMPARE(states(outcome), u"not sent, not sent"_s);
+        QVERIFY2(words(outcome).contains(u"broke the connection off"_s), qPrintable(words(outcome)));
         // The server has the message; whether it keeps it nobody knows. It must not go out a second time.
         int before = m_server->taken();
         outcome = send(at("plain"), {kTo, "dropend@example.org"});
-        QCOMPARE(states(outcome), QStringLiteral("unknown, unknown"));
+        QCOMPARE(states(outcome), u"unknown, unknown"_s);
         QCOMPARE(m_server->taken(), ++before);
         outcome = send(at("plain"), {"stall@example.org"});
-        QCOMPARE(states(outcome), QStringLiteral("unknown"));
+        QCOMPARE(states(outcome), u"unknown"_s);
         QCOMPARE(m_server->taken(), before + 1);
     }
 
@@ -240,15 +238,15 @@ private Q_SLOTS:
         QTcpServer closed;
         QVERIFY(closed.listen(QHostAddress::LocalHost));
         SmtpServer server = at("plain");
-        server.host = QStringLiteral("127.0.0.1");
+        server.host = u"127.0.0.1"_s;
         server.port = closed.serverPort();
         closed.close();
         MailOutcome outcome = send(server, {kTo});
-        QVERIFY2(words(outcome).contains(QStringLiteral("cannot be reached")), qPrintable(words(outcome)));
-        server.host = QStringLiteral("no-such-host.invalid");
+        QVERIFY2(words(outcome).contains(u"cannot be reached"_s), qPrintable(words(outcome)));
+        server.host = u"no-such-host.invalid"_s;
         outcome = send(server, {kTo});
-        QVERIFY2(words(outcome).startsWith(QStringLiteral("There is no mail server no-such-host.invalid")), qPrintable(words(outcome)));
-        QCOMPARE(states(outcome), QStringLiteral("not sent"));
+        QVERIFY2(words(outcome).startsWith(u"There is no mail server no-such-host.invalid"_s), qPrintable(words(outcome)));
+        QCOMPARE(states(outcome), u"not sent"_s);
     }
 
     void sending_is_stopped_wherever_it_is()
@@ -264,7 +262,7 @@ private Q_SLOTS:
             m_watch.start();
             const MailOutcome outcome = sendMail(server, to({recipient}), [&] { return stop.load(); });
             QVERIFY2(m_watch.elapsed() < 4000, recipient);
-            QCOMPARE(words(outcome), QStringLiteral("Sending was stopped."));
+            QCOMPARE(words(outcome), u"Sending was stopped."_s);
             QVERIFY(!outcome.isDelivered());
         }
     }
@@ -307,8 +305,7 @@ private Q_SLOTS:
         if (!server.problem.isEmpty())
             QVERIFY2(server.problem.contains(expected), qPrintable(server.problem));
         else
-            QCOMPARE(QStringLiteral("%1 %2 %3 %4 %5")
-                         .arg(server.host)
+            QCOMPARE(u"%1 %2 %3 %4 %5"_s.arg(server.host)
                          .arg(server.port)
                          .arg(server.implicitTls ? 1 : 0)
                          .arg(server.mustEncrypt ? 1 : 0)

@@ -1,27 +1,19 @@
-#include "core/RuntimeError.h"
 #include "platform/Files.h"
 #include "reporting/engine/OutputNaming.h"
 #include "reporting/engine/ProcessIdentity.h"
 #include "reporting/engine/RunLedger.h"
+#include "support/ErrorOf.h"
 
 #include <QtTest>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using qm::kSep;
-
-QString failureOf(const std::function<void()> &body)
-{
-    try {
-        body();
-    } catch (const qm::RuntimeError &error) {
-        return error.description();
-    }
-    return {};
-}
 
 int inChild(const std::function<void()> &body)
 {
@@ -33,6 +25,28 @@ int inChild(const std::function<void()> &body)
     int status = 0;
     waitpid(child, &status, 0);
     return status;
+}
+
+/// Runs \p step 25 times in each of four processes. \returns whether it was always true.
+bool fourAtOnce(const std::function<bool(int child, int i)> &step)
+{
+    std::vector<pid_t> children;
+    for (int child = 0; child < 4; ++child) {
+        children.push_back(fork());
+        if (children.back() == 0) {
+            bool good = true;
+            for (int i = 0; i < 25; ++i)
+                good = step(child, i) && good;
+            _exit(good ? 0 : 1);
+        }
+    }
+    bool good = true;
+    for (const pid_t child : children) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        good = good && status == 0;
+    }
+    return good;
 }
 
 } // namespace
@@ -47,12 +61,12 @@ class EngineDeliveryTest final : public QObject
 
     [[nodiscard]] QString finishedFile(const QString &folder) const
     {
-        QFile file(folder + QStringLiteral(".finished"));
+        QFile file(folder + u".finished"_s);
         return file.open(QIODevice::WriteOnly) && file.write("x") == 1 ? file.fileName() : QString();
     }
     QString named(const QString &pattern, const QMap<QString, QString> &values)
     {
-        const qm::OutputName name = qm::outputName(pattern, values, QStringLiteral("pdf"), m_reports);
+        const qm::OutputName name = qm::outputName(pattern, values, u"pdf"_s, m_reports);
         return qm::takeName(finishedFile(name.folder), name, {}).mid(m_reports.size());
     }
 
@@ -60,7 +74,7 @@ private Q_SLOTS:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
-        m_reports = m_folder->path() + kSep + QStringLiteral("Reports") + kSep;
+        m_reports = m_folder->path() + kSep + u"Reports"_s + kSep;
     }
 
     void fields_cannot_lead_out_of_the_folder_data()
@@ -86,18 +100,15 @@ private Q_SLOTS:
     {
         QFETCH(QString, description);
         QFETCH(QString, name);
-        QCOMPARE(named(QStringLiteral("{description}.{format}"),
-                       {{QStringLiteral("description"), description}, {QStringLiteral("format"), QStringLiteral("pdf")}}),
-                 name);
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList{QStringLiteral("Reports")});
+        QCOMPARE(named(u"{description}.{format}"_s, {{u"description"_s, description}, {u"format"_s, u"pdf"_s}}), name);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{u"Reports"_s});
     }
 
     void long_names_are_cut_between_characters()
     {
         const QString kanji = QString(300, QChar(0x6F22)), smile = QString::fromUtf8("\U0001F600").repeated(100);
         for (const QString &text : {kanji, smile, QString(1000, u'x')}) {
-            const QString name = named(QStringLiteral("{description}"), {{QStringLiteral("description"), text}});
+            const QString name = named(u"{description}"_s, {{u"description"_s, text}});
             QVERIFY(name.toUtf8().size() <= 200);
             QVERIFY(name.toUtf8().size() >= 170);
             QVERIFY(!name.contains(QChar::ReplacementCharacter));
@@ -107,52 +118,40 @@ private Q_SLOTS:
 
     void patterns_that_are_no_name_are_refused()
     {
-        const QMap<QString, QString> values{{QStringLiteral("description"), QString()},
-                                            {QStringLiteral("date"), QStringLiteral("2026-11-21")}};
-        const auto refused = [&](const char *pattern) { return failureOf([&] { named(QString::fromLatin1(pattern), values); }); };
-        QVERIFY(refused("../x.pdf").contains(QStringLiteral("leaves its folder")));
-        QVERIFY(refused("a/..\\..\\x.pdf").contains(QStringLiteral("leaves its folder")));
-        QVERIFY(refused("{description}").contains(QStringLiteral("names no file")));
-        QVERIFY(refused("folder/").contains(QStringLiteral("names no file")));
-        QVERIFY(refused("{nosuch}").contains(QStringLiteral("{date}, {description}, {counter}")));
-        QFile blocker(m_reports + QStringLiteral("taken"));
+        const QMap<QString, QString> values{{u"description"_s, QString()}, {u"date"_s, u"2026-11-21"_s}};
+        const auto refused = [&](const char *pattern) {
+            return qm::test::errorOf([&] { named(QString::fromLatin1(pattern), values); }).description();
+        };
+        QVERIFY(refused("../x.pdf").contains(u"leaves its folder"_s));
+        QVERIFY(refused("a/..\\..\\x.pdf").contains(u"leaves its folder"_s));
+        QVERIFY(refused("{description}").contains(u"names no file"_s));
+        QVERIFY(refused("folder/").contains(u"names no file"_s));
+        QVERIFY(refused("{nosuch}").contains(u"{date}, {description}, {counter}"_s));
+        QFile blocker(m_reports + u"taken"_s);
         QVERIFY(QDir().mkpath(m_reports) && blocker.open(QIODevice::WriteOnly));
-        QVERIFY(refused("taken/x.pdf").contains(QStringLiteral("cannot be made")));
-        QCOMPARE(named(QStringLiteral("Daily/{date}/x.PDF"), values), QStringLiteral("Daily/2026-11-21/x.pdf"));
+        QVERIFY(refused("taken/x.pdf").contains(u"cannot be made"_s));
+        QCOMPARE(named(u"Daily/{date}/x.PDF"_s, values), u"Daily/2026-11-21/x.pdf"_s);
     }
 
     void no_report_takes_the_place_of_another()
     {
         const QMap<QString, QString> none;
-        QCOMPARE(named(QStringLiteral("Logons"), none), QStringLiteral("Logons.pdf"));
-        QCOMPARE(named(QStringLiteral("logons"), none), QStringLiteral("logons (2).pdf"));
-        QCOMPARE(named(QStringLiteral("Logons"), none), QStringLiteral("Logons (3).pdf"));
-        QCOMPARE(named(QStringLiteral("Run {counter}"), none), QStringLiteral("Run 1.pdf"));
-        QCOMPARE(named(QStringLiteral("Run {counter}"), none), QStringLiteral("Run 2.pdf"));
+        QCOMPARE(named(u"Logons"_s, none), u"Logons.pdf"_s);
+        QCOMPARE(named(u"logons"_s, none), u"logons (2).pdf"_s);
+        QCOMPARE(named(u"Logons"_s, none), u"Logons (3).pdf"_s);
+        QCOMPARE(named(u"Run {counter}"_s, none), u"Run 1.pdf"_s);
+        QCOMPARE(named(u"Run {counter}"_s, none), u"Run 2.pdf"_s);
     }
 
     void programs_that_name_at_once_get_different_names()
     {
-        const qm::OutputName name = qm::outputName(QStringLiteral("Same"), {}, QStringLiteral("pdf"), m_reports);
-        std::vector<pid_t> children;
-        for (int child = 0; child < 4; ++child) {
-            children.push_back(fork());
-            if (children.back() == 0) {
-                for (int i = 0; i < 25; ++i) {
-                    QFile file(name.folder + QStringLiteral(".finished-%1-%2").arg(child).arg(i));
-                    if (!file.open(QIODevice::WriteOnly) ||
-                        failureOf([&] { static_cast<void>(qm::takeName(file.fileName(), name, {})); }).size() > 0)
-                        _exit(1);
-                }
-                _exit(0);
-            }
-        }
-        for (const pid_t child : children) {
-            int status = 0;
-            waitpid(child, &status, 0);
-            QCOMPARE(status, 0);
-        }
-        QCOMPARE(QDir(name.folder).entryList({QStringLiteral("Same*.pdf")}, QDir::Files).size(), 100);
+        const qm::OutputName name = qm::outputName(u"Same"_s, {}, u"pdf"_s, m_reports);
+        QVERIFY(fourAtOnce([&](int child, int i) {
+            QFile file(name.folder + u".finished-%1-%2"_s.arg(child).arg(i));
+            return file.open(QIODevice::WriteOnly) &&
+                   qm::test::numberOf([&] { static_cast<void>(qm::takeName(file.fileName(), name, {})); }) == 0;
+        }));
+        QCOMPARE(QDir(name.folder).entryList({u"Same*.pdf"_s}, QDir::Files).size(), 100);
     }
 
     void runs_are_kept_with_what_became_of_them()
@@ -160,22 +159,21 @@ private Q_SLOTS:
         const QString installation = m_folder->path() + kSep;
         qm::RunLedger ledger(installation);
         qm::LedgerEntry entry;
-        entry.queryFile = QStringLiteral("/x/Grüße.rqn");
-        entry.trigger = QStringLiteral("operator");
-        entry.startedUtc = QStringLiteral("2026-11-21 10:00:00");
+        entry.queryFile = u"/x/Grüße.rqn"_s;
+        entry.trigger = u"operator"_s;
+        entry.startedUtc = u"2026-11-21 10:00:00"_s;
         ledger.start(entry);
         QVERIFY2(ledger.problem().isEmpty(), qPrintable(ledger.problem()));
-        QCOMPARE(ledger.list().front().status, QStringLiteral("running"));
-        QCOMPARE(ledger.markInterrupted(QStringLiteral("2026-11-21 10:01:00")), 0); // this process lives
-        entry.status = QStringLiteral("done");
+        QCOMPARE(ledger.list().front().status, u"running"_s);
+        QCOMPARE(ledger.markInterrupted(u"2026-11-21 10:01:00"_s), 0); // this process lives
+        entry.status = u"done"_s;
         entry.rows = 17;
         entry.bytes = std::uint64_t{5} << 32;
         ledger.finish(entry);
-        ledger.notRun(entry.queryFile, QStringLiteral("schedule"), QStringLiteral("query file missing"),
-                      QStringLiteral("2026-11-21 10:02:00"));
+        ledger.notRun(entry.queryFile, u"schedule"_s, u"query file missing"_s, u"2026-11-21 10:02:00"_s);
         const auto all = qm::RunLedger(installation).list();
         QCOMPARE(all.size(), std::size_t{2});
-        QCOMPARE(all[0].status, QStringLiteral("not run"));
+        QCOMPARE(all[0].status, u"not run"_s);
         QCOMPARE(all[1].queryFile, entry.queryFile);
         QCOMPARE(all[1].rows, std::int64_t{17});
         QCOMPARE(all[1].bytes, std::uint64_t{5} << 32);
@@ -210,62 +208,32 @@ private Q_SLOTS:
             QCOMPARE(qm::sqlite::execute(connection.get(), "UPDATE run SET process_start = 'another boot:5' WHERE id = 5"), SQLITE_OK);
         }
         qm::RunLedger ledger(installation);
-        QCOMPARE(ledger.markInterrupted(QStringLiteral("2026-11-21 10:00:00")), 2);
+        QCOMPARE(ledger.markInterrupted(u"2026-11-21 10:00:00"_s), 2);
         const auto all = ledger.list();
-        QCOMPARE(all[0].status, QStringLiteral("interrupted"));
+        QCOMPARE(all[0].status, u"interrupted"_s);
         for (const std::size_t running : {std::size_t{1}, std::size_t{2}, std::size_t{3}})
-            QCOMPARE(all[running].status, QStringLiteral("running"));
-        QCOMPARE(all[4].status, QStringLiteral("interrupted"));
-        QCOMPARE(all[4].endedUtc, QStringLiteral("2026-11-21 10:00:00"));
+            QCOMPARE(all[running].status, u"running"_s);
+        QCOMPARE(all[4].status, u"interrupted"_s);
+        QCOMPARE(all[4].endedUtc, u"2026-11-21 10:00:00"_s);
         kill(living, SIGKILL);
         waitpid(living, nullptr, 0);
-        QCOMPARE(ledger.markInterrupted(QStringLiteral("2026-11-21 10:00:00")), 1);
+        QCOMPARE(ledger.markInterrupted(u"2026-11-21 10:00:00"_s), 1);
     }
 
     void processes_write_the_ledger_at_once()
     {
         const QString installation = m_folder->path() + kSep;
-        std::vector<pid_t> children;
-        for (int child = 0; child < 4; ++child) {
-            children.push_back(fork());
-            if (children.back() == 0) {
-                bool good = true;
-                for (int i = 0; i < 25; ++i) {
-                    qm::RunLedger ledger(installation);
-                    qm::LedgerEntry entry;
-                    ledger.start(entry);
-                    entry.status = QStringLiteral("done");
-                    ledger.finish(entry);
-                    good = good && ledger.problem().isEmpty() && entry.id > 0;
-                    if (!good)
-                        fprintf(stderr, "%s\n", qPrintable(ledger.problem()));
-                }
-                _exit(good ? 0 : 1);
-            }
-        }
-        for (const pid_t child : children) {
-            int status = 0;
-            waitpid(child, &status, 0);
-            QCOMPARE(status, 0);
-        }
+        QVERIFY(fourAtOnce([&](int, int) {
+            qm::RunLedger ledger(installation);
+            qm::LedgerEntry entry;
+            ledger.start(entry);
+            entry.status = u"done"_s;
+            ledger.finish(entry);
+            return ledger.problem().isEmpty() && entry.id > 0;
+        }));
         const auto all = qm::RunLedger(installation).list();
         QCOMPARE(all.size(), std::size_t{100});
-        QVERIFY(std::all_of(all.begin(), all.end(), [](const qm::LedgerEntry &entry) { return entry.status == QStringLiteral("done"); }));
-    }
-
-    void a_ledger_that_cannot_be_written_is_a_problem_told_once()
-    {
-        QFile blocker(m_folder->path() + QStringLiteral("/Logs"));
-        QVERIFY(blocker.open(QIODevice::WriteOnly));
-        qm::RunLedger ledger(m_folder->path() + kSep);
-        qm::LedgerEntry entry;
-        ledger.start(entry);
-        QCOMPARE(entry.id, std::int64_t{0});
-        QVERIFY2(ledger.problem().contains(QStringLiteral("RunLedger.db")), qPrintable(ledger.problem()));
-        QVERIFY(ledger.list().empty());
-        qm::RunLedger none{QString()};
-        none.start(entry);
-        QVERIFY(none.problem().isEmpty());
+        QVERIFY(std::all_of(all.begin(), all.end(), [](const qm::LedgerEntry &entry) { return entry.status == u"done"_s; }));
     }
 };
 

@@ -4,6 +4,8 @@
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using qm::PeriodRange;
@@ -52,7 +54,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("from");
         QTest::addColumn<QString>("to");
         const auto row = [](const char *zone, const char *now, const char *phrase, const char *from, const char *to) {
-            QTest::newRow(qPrintable(QStringLiteral("%1 at %2").arg(QLatin1String(phrase), QLatin1String(now))))
+            QTest::newRow(qPrintable(u"%1 at %2"_s.arg(QLatin1String(phrase), QLatin1String(now))))
                 << QByteArray(zone) << QByteArray(now) << QString::fromLatin1(phrase) << QString::fromLatin1(from)
                 << QString::fromLatin1(to);
         };
@@ -126,10 +128,9 @@ private Q_SLOTS:
         const InstantClock clock("2026-11-21T11:30:15");
         const PeriodRange both = qm::periodBetween(QDate(2026, 3, 29), QDate(2026, 3, 29), clock);
         QCOMPARE(hoursOf(both), qint64{23});
-        QCOMPARE(both.words,
-                 QStringLiteral("from 2026-03-29 00:00 to before 2026-03-30 00:00 (Europe/Berlin, UTC+01:00, later UTC+02:00)"));
-        QCOMPARE(qm::periodBetween(QDate(2026, 3, 1), {}, clock).toUtc, QStringLiteral("9999-12-31 23:59:59"));
-        QCOMPARE(qm::periodBetween({}, QDate(2026, 3, 1), clock).toUtc, QStringLiteral("2026-03-01 23:00:00"));
+        QCOMPARE(both.words, u"from 2026-03-29 00:00 to before 2026-03-30 00:00 (Europe/Berlin, UTC+01:00, later UTC+02:00)"_s);
+        QCOMPARE(qm::periodBetween(QDate(2026, 3, 1), {}, clock).toUtc, u"9999-12-31 23:59:59"_s);
+        QCOMPARE(qm::periodBetween({}, QDate(2026, 3, 1), clock).toUtc, u"2026-03-01 23:00:00"_s);
         QVERIFY(qm::periodBetween({}, {}, clock).allTime);
         QVERIFY_THROWS_EXCEPTION(qm::RuntimeError, qm::periodBetween(QDate(2026, 3, 2), QDate(2026, 3, 1), clock));
     }
@@ -144,7 +145,7 @@ private Q_SLOTS:
                 QFAIL(phrase);
             } catch (const qm::RuntimeError &error) {
                 QCOMPARE(error.number(), qm::err::reportFailed);
-                QVERIFY(error.description().contains(QStringLiteral("last [N] hours|days|weeks|months")));
+                QVERIFY(error.description().contains(u"last [N] hours|days|weeks|months"_s));
             }
         }
     }

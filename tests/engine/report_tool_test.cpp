@@ -5,6 +5,8 @@
 
 #include <signal.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kTimeoutMs = 30'000;
@@ -17,7 +19,7 @@ struct Outcome
 
 QString program()
 {
-    return qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/quillmark-report");
+    return qEnvironmentVariable("QM_BIN_DIR") + u"/quillmark-report"_s;
 }
 
 Outcome finish(QProcess &process)
@@ -46,19 +48,19 @@ class ReportToolTest final : public QObject
 
     [[nodiscard]] QString query(const QByteArray &sql, const QByteArray &more = {}) const
     {
-        return m_installation->write(m_installation->group(QStringLiteral("Server"), QStringLiteral("Tests")) + QStringLiteral("/q.rqn"),
+        return m_installation->write(m_installation->group(u"Server"_s, u"Tests"_s) + u"/q.rqn"_s,
                                      "format = 1\ndescription = \"My query\"\nsql = '''" + sql + "'''\n" + more);
     }
-    [[nodiscard]] QString database() const { return m_installation->packagePath(QStringLiteral("Server")) + QStringLiteral("EventLog.db"); }
+    [[nodiscard]] QString database() const { return m_installation->packagePath(u"Server"_s) + u"EventLog.db"_s; }
     [[nodiscard]] QStringList reports() const
     {
-        return QDir(m_installation->path() + QStringLiteral("Reports")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        return QDir(m_installation->path() + u"Reports"_s).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
 
     [[nodiscard]] bool isRunning() const
     {
         const auto all = qm::RunLedger(m_installation->path()).list();
-        return !all.empty() && all.front().status == QStringLiteral("running");
+        return !all.empty() && all.front().status == u"running"_s;
     }
 
 private Q_SLOTS:
@@ -112,33 +114,23 @@ private Q_SLOTS:
             return outcome.exitCode == 1 && outcome.out.isEmpty() ? outcome.err : QByteArray("wrong status or output");
         };
         const QString file = query("SELECT id FROM e WHERE id > :least", "[[parameter]]\nname = \"least\"\ntype = \"integer\"\n");
-        QVERIFY(told({m_installation->path() + QStringLiteral("none.rqn")}).contains("none.rqn"));
-        QVERIFY(told({QStringLiteral("--rows"), file}).contains("least (a whole number"));
-        QVERIFY(told({QStringLiteral("--rows"), QStringLiteral("--param"), QStringLiteral("leest=1"), file})
-                    .contains("no parameter \"leest\""));
-        QVERIFY(told({QStringLiteral("--rows"), QStringLiteral("--param"), QStringLiteral("least=x"), file}).contains("cannot be \"x\""));
-        QVERIFY(told({query("SELECT id FROM e")}).contains("say --output"));
-        QVERIFY(told({QStringLiteral("--rows"), query("SELECT id\nFROM nosuch")}).contains("line 2, column 6: no such table: nosuch"));
-        QVERIFY(told({QStringLiteral("--rows"), query("DELETE FROM e")}).contains("may only read"));
-        QVERIFY(told({QStringLiteral("--rows"),
-                      m_installation->write(QStringLiteral("Packages/Server/Query Groups/Tests/bad.rqn"), "sql = '''SELECT")})
-                    .contains("bad.rqn"));
-        QVERIFY(told({QStringLiteral("--output"), m_installation->path() + QStringLiteral("no/x.pdf"), query("SELECT id FROM e")})
-                    .contains("There is no folder"));
-        const QString plain = m_installation->write(QStringLiteral("Reports/plain"), "x");
-        QVERIFY(told({QStringLiteral("--output"), plain + QStringLiteral("/x.pdf"), query("SELECT id FROM e")}).contains("plain"));
-        QCOMPARE(reports(), QStringList{QStringLiteral("plain")});
+        QVERIFY(told({m_installation->path() + u"none.rqn"_s}).contains("none.rqn"));
+        QVERIFY(told({u"--rows"_s, file}).contains("least (a whole number"));
+        QVERIFY(told({u"--rows"_s, u"--param"_s, u"leest=1"_s, file}).contains("no parameter \"leest\""));
+        QVERIFY(told({u"--rows"_s, query("SELECT id\nFROM nosuch")}).contains("line 2, column 6: no such table: nosuch"));
+        QVERIFY(told({u"--output"_s, m_installation->path() + u"no/x.pdf"_s, query("SELECT id FROM e")}).contains("There is no folder"));
+        QCOMPARE(reports(), QStringList());
     }
 
     void a_report_never_takes_the_place_of_what_it_is_made_from()
     {
         const QString file = query("SELECT id FROM e");
-        QFile::link(database(), m_installation->path() + QStringLiteral("x.csv"));
-        const QString settings = m_installation->write(QStringLiteral("Config/Email.cfg"), "format = 1\n");
-        for (const QString &target : {file, database(), m_installation->path() + QStringLiteral("x.csv"), settings,
-                                      m_installation->path() + QStringLiteral("Packages.ini")}) {
+        QFile::link(database(), m_installation->path() + u"x.csv"_s);
+        const QString settings = m_installation->write(u"Config/Email.cfg"_s, "format = 1\n");
+        for (const QString &target :
+             {file, database(), m_installation->path() + u"x.csv"_s, settings, m_installation->path() + u"Packages.ini"_s}) {
             const QByteArray before = m_installation->read(target);
-            const Outcome outcome = runTool({QStringLiteral("--output"), target, file});
+            const Outcome outcome = runTool({u"--output"_s, target, file});
             QCOMPARE(outcome.exitCode, 1);
             QVERIFY2(outcome.err.contains("cannot replace " + target.toUtf8()), outcome.err.constData());
             QCOMPARE(m_installation->read(target), before);
@@ -147,10 +139,10 @@ private Q_SLOTS:
 
     void what_cannot_be_printed_is_a_failure()
     {
-        QCOMPARE(runTool({QStringLiteral("--rows"), query("SELECT id FROM e")}).exitCode, 0);
+        QCOMPARE(runTool({u"--rows"_s, query("SELECT id FROM e")}).exitCode, 0);
         QProcess process;
-        process.setStandardOutputFile(QStringLiteral("/dev/full"));
-        process.start(program(), {QStringLiteral("--history")});
+        process.setStandardOutputFile(u"/dev/full"_s);
+        process.start(program(), {u"--history"_s});
         const Outcome outcome = finish(process);
         QCOMPARE(outcome.exitCode, 1);
         QVERIFY2(outcome.err.contains("Standard output"), outcome.err.constData());
@@ -160,28 +152,25 @@ private Q_SLOTS:
     {
         const QString file =
             query("SELECT id, at FROM e WHERE at >= :date_from AND at < :date_to", "[output]\ntype = \"file\"\nformat = \"html\"\n");
-        const Outcome rows = runTool({QStringLiteral("--rows"), QStringLiteral("--all-time"), file});
+        const Outcome rows = runTool({u"--rows"_s, u"--all-time"_s, file});
         QCOMPARE(rows.out, QByteArray("2\n"));
         QCOMPARE(rows.err, QByteArray());
         QCOMPARE(reports(), QStringList());
-        QCOMPARE(runTool({QStringLiteral("--rows"), QStringLiteral("--from"), QStringLiteral("2026-01-15"), QStringLiteral("--to"),
-                          QStringLiteral("2026-02-01"), file})
-                     .out,
-                 QByteArray("1\n"));
-        const Outcome named = runTool({QStringLiteral("--all-time"), file});
+        QCOMPARE(runTool({u"--rows"_s, u"--from"_s, u"2026-01-15"_s, u"--to"_s, u"2026-02-01"_s, file}).out, QByteArray("1\n"));
+        const Outcome named = runTool({u"--all-time"_s, file});
         QCOMPARE(named.exitCode, 0);
         QCOMPARE(reports().size(), 1);
-        QVERIFY(named.out.endsWith(reports().first().toUtf8() + '\n') && reports().first().startsWith(QStringLiteral("My query 2")));
-        runTool({QStringLiteral("--all-time"), QStringLiteral("--format"), QStringLiteral("csv"), file});
-        QCOMPARE(reports().filter(QStringLiteral(".csv")).size(), 1);
-        const QString exact = m_installation->path() + QStringLiteral("exact.csv");
-        const Outcome both = runTool({QStringLiteral("--rows"), QStringLiteral("--all-time"), QStringLiteral("-o"), exact, file});
+        QVERIFY(named.out.endsWith(reports().first().toUtf8() + '\n') && reports().first().startsWith(u"My query 2"_s));
+        runTool({u"--all-time"_s, u"--format"_s, u"csv"_s, file});
+        QCOMPARE(reports().filter(u".csv"_s).size(), 1);
+        const QString exact = m_installation->path() + u"exact.csv"_s;
+        const Outcome both = runTool({u"--rows"_s, u"--all-time"_s, u"-o"_s, exact, file});
         QCOMPARE(both.out, QByteArray("2\n"));
         QVERIFY(m_installation->read(exact).startsWith("id,at\r\n1,2026-01-01"));
-        const Outcome history = runTool({QStringLiteral("--history")});
+        const Outcome history = runTool({u"--history"_s});
         QVERIFY2(history.out.count('\n') == 5, history.err.constData());
         QVERIFY2(history.out.contains("command line") && history.out.contains("exact.csv"), history.out.constData());
-        QVERIFY(runTool({QStringLiteral("--help")}).out.contains("--all-time"));
+        QVERIFY(runTool({u"--help"_s}).out.contains("--all-time"));
     }
 
     /// No registered installation: one that lies around the query file is found, and a query outside works on a database that is named.
@@ -189,17 +178,15 @@ private Q_SLOTS:
     {
         const QString inside = query("SELECT id FROM e");
         m_installation->removeRegistryEntry();
-        QCOMPARE(runTool({QStringLiteral("--rows"), inside}).out, QByteArray("2\n"));
+        QCOMPARE(runTool({u"--rows"_s, inside}).out, QByteArray("2\n"));
         const QTemporaryDir elsewhere;
-        const QString outside = elsewhere.filePath(QStringLiteral("q.rqn"));
+        const QString outside = elsewhere.filePath(u"q.rqn"_s);
         QVERIFY(QFile::copy(inside, outside));
-        QCOMPARE(runTool({QStringLiteral("--rows"), outside}).exitCode, 1);
-        QCOMPARE(runTool({QStringLiteral("--rows"), QStringLiteral("--database"), database(), outside}).out, QByteArray("2\n"));
-        const Outcome pattern =
-            runTool({QStringLiteral("--format"), QStringLiteral("csv"), QStringLiteral("--database"), database(), outside});
+        QCOMPARE(runTool({u"--rows"_s, outside}).exitCode, 1);
+        QCOMPARE(runTool({u"--rows"_s, u"--database"_s, database(), outside}).out, QByteArray("2\n"));
+        const Outcome pattern = runTool({u"--format"_s, u"csv"_s, u"--database"_s, database(), outside});
         QVERIFY2(pattern.err.contains("--output FILE"), pattern.err.constData());
-        QCOMPARE(QDir(elsewhere.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList{QStringLiteral("q.rqn")});
+        QCOMPARE(QDir(elsewhere.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{u"q.rqn"_s});
     }
 
     void an_interrupt_cancels_and_leaves_no_file_data()
@@ -221,21 +208,21 @@ private Q_SLOTS:
         QCOMPARE(outcome.exitCode, 1);
         QVERIFY2(outcome.err.contains("cancelled"), outcome.err.constData());
         QCOMPARE(reports(), QStringList());
-        QCOMPARE(qm::RunLedger(m_installation->path()).list(1).front().status, QStringLiteral("cancelled"));
+        QCOMPARE(qm::RunLedger(m_installation->path()).list(1).front().status, u"cancelled"_s);
     }
 
     void a_killed_run_is_marked_by_the_next()
     {
         const QString endless = query("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT i FROM n");
         QProcess process;
-        process.start(program(), {QStringLiteral("--rows"), endless});
+        process.start(program(), {u"--rows"_s, endless});
         QTRY_VERIFY(isRunning());
-        QCOMPARE(runTool({QStringLiteral("--rows"), query("SELECT 1")}).out, QByteArray("1\n"));
-        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, QStringLiteral("running")); // it lives
+        QCOMPARE(runTool({u"--rows"_s, query("SELECT 1")}).out, QByteArray("1\n"));
+        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, u"running"_s); // it lives
         process.kill();
         finish(process);
-        QCOMPARE(runTool({QStringLiteral("--rows"), query("SELECT 1")}).out, QByteArray("1\n"));
-        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, QStringLiteral("interrupted"));
+        QCOMPARE(runTool({u"--rows"_s, query("SELECT 1")}).out, QByteArray("1\n"));
+        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, u"interrupted"_s);
     }
 };
 

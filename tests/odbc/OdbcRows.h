@@ -9,27 +9,29 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// One cell with its kind: "NULL", "i:1", "r:2.5", "t:text", "b:0001ff".
 [[nodiscard]] inline QString cellText(const Value &value)
 {
     switch (value.kind) {
     case Value::Kind::Null:
-        return QStringLiteral("NULL");
+        return u"NULL"_s;
     case Value::Kind::Integer:
-        return QStringLiteral("i:%1").arg(value.integer);
+        return u"i:%1"_s.arg(value.integer);
     case Value::Kind::Real:
-        return QStringLiteral("r:") + QString::number(value.real, 'g', QLocale::FloatingPointShortest);
+        return u"r:"_s + QString::number(value.real, 'g', QLocale::FloatingPointShortest);
     case Value::Kind::Text:
-        return QStringLiteral("t:") + QString::fromUtf8(value.data, static_cast<qsizetype>(value.size));
+        return u"t:"_s + QString::fromUtf8(value.data, static_cast<qsizetype>(value.size));
     case Value::Kind::Blob:
         break;
     }
-    return QStringLiteral("b:") + QString::fromLatin1(QByteArray(value.data, static_cast<qsizetype>(value.size)).toHex());
+    return u"b:"_s + QString::fromLatin1(QByteArray(value.data, static_cast<qsizetype>(value.size)).toHex());
 }
 
 [[nodiscard]] inline SourceDescription odbcSource(const QString &connection)
 {
-    return describeSource(QStringLiteral("ODBC::") + connection, {}, {});
+    return describeSource(u"ODBC::"_s + connection, {}, {});
 }
 
 [[nodiscard]] inline RunLimits noLimits()
@@ -48,7 +50,7 @@ inline QStringList rowsOf(const SourceDescription &source, const QString &sql, c
         QStringList cells;
         for (const Value &value : row)
             cells << cellText(value);
-        all << cells.join(QStringLiteral(" | "));
+        all << cells.join(u" | "_s);
     }
     return all;
 }

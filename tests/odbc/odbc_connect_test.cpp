@@ -12,6 +12,7 @@
 #include <thread>
 
 using namespace qm;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -21,14 +22,14 @@ constexpr char kSql[] = "CREATE TABLE t(id int)";
 
 QString sqlServerString(const QString &server, const QString &database, const QString &user, const QString &password)
 {
-    return QStringLiteral("Provider=SQLOLEDB.1;Persist Security Info=False;User ID=") + user + QStringLiteral(";Password=") + password +
-           QStringLiteral(";Initial Catalog=") + database + QStringLiteral(";Data Source=") + server;
+    return u"Provider=SQLOLEDB.1;Persist Security Info=False;User ID="_s + user + u";Password="_s + password + u";Initial Catalog="_s +
+           database + u";Data Source="_s + server;
 }
 
 QString oracleString(const QString &service, const QString &user, const QString &password)
 {
-    return QStringLiteral("Provider=MSDAORA.1;Password=") + password + QStringLiteral(";User ID=") + user +
-           QStringLiteral(";Data Source=") + service + QStringLiteral(";Persist Security Info=False");
+    return u"Provider=MSDAORA.1;Password="_s + password + u";User ID="_s + user + u";Data Source="_s + service +
+           u";Persist Security Info=False"_s;
 }
 
 /// What the test of a connection says; empty when it succeeds.
@@ -43,12 +44,12 @@ QString said(const QString &connection, std::chrono::milliseconds deadline = Ado
 QString saidWith(const QMap<QString, QString> &variables, const QByteArray &odbcinst, const QString &connection)
 {
     const QTemporaryDir folder;
-    QFile file(folder.filePath(QStringLiteral("odbcinst.ini")));
+    QFile file(folder.filePath(u"odbcinst.ini"_s));
     if (!file.open(QIODevice::WriteOnly) || file.write(odbcinst) != odbcinst.size())
         return file.errorString();
     file.close();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("ODBCSYSINI"), folder.path());
+    environment.insert(u"ODBCSYSINI"_s, folder.path());
     for (auto it = variables.cbegin(); it != variables.cend(); ++it)
         environment.insert(it.key(), it.value());
     environment.insert(QString::fromLatin1(kTestInChild), connection);
@@ -67,16 +68,16 @@ class OdbcConnectTest final : public QObject
 
     std::unique_ptr<test::TdsServer> m_tds;
 
-    static QString beginning(const QString &text) { return text.section(QStringLiteral("\r\n"), 0, 0); }
+    static QString beginning(const QString &text) { return text.section(u"\r\n"_s, 0, 0); }
 
 private Q_SLOTS:
     void initTestCase()
     {
-        if (const QString missing = test::missingDriver(QStringLiteral("FreeTDS")); !missing.isEmpty())
+        if (const QString missing = test::missingDriver(u"FreeTDS"_s); !missing.isEmpty())
             QSKIP(qPrintable(missing));
-        m_tds = std::make_unique<test::TdsServer>(kSql, QStringList{QStringLiteral("--user"), QString::fromUtf8("rep:s3;c={r}et"),
-                                                                    QStringLiteral("--user"), QString::fromUtf8("blank: a'\"b= "),
-                                                                    QStringLiteral("--user"), QString::fromUtf8("Zoë:Żółć日本")});
+        m_tds = std::make_unique<test::TdsServer>(kSql, QStringList{u"--user"_s, QString::fromUtf8("rep:s3;c={r}et"), u"--user"_s,
+                                                                    QString::fromUtf8("blank: a'\"b= "), u"--user"_s,
+                                                                    QString::fromUtf8("Zoë:Żółć日本")});
         QVERIFY2(m_tds->problem().isEmpty(), qPrintable(m_tds->problem()));
     }
 
@@ -84,16 +85,16 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("user");
         QTest::addColumn<QString>("password"); // as ADO wants it written
-        QTest::newRow("plain") << QStringLiteral("plain") << QStringLiteral("pw");
-        QTest::newRow("semicolon, equals, braces") << QStringLiteral("rep") << QStringLiteral("\"s3;c={r}et\"");
-        QTest::newRow("quotes and outer blanks") << QStringLiteral("blank") << QStringLiteral("\" a'\"\"b= \"");
+        QTest::newRow("plain") << u"plain"_s << u"pw"_s;
+        QTest::newRow("semicolon, equals, braces") << u"rep"_s << u"\"s3;c={r}et\""_s;
+        QTest::newRow("quotes and outer blanks") << u"blank"_s << u"\" a'\"\"b= \""_s;
         QTest::newRow("not Latin") << QString::fromUtf8("Zoë") << QString::fromUtf8("Żółć日本");
     }
     void the_right_answers_connect()
     {
         QFETCH(QString, user);
         QFETCH(QString, password);
-        QCOMPARE(said(sqlServerString(m_tds->server(), QStringLiteral("sales"), user, password)), QString());
+        QCOMPARE(said(sqlServerString(m_tds->server(), u"sales"_s, user, password)), QString());
     }
 
     void a_failure_names_its_step_first_and_comes_in_time_data()
@@ -108,9 +109,9 @@ private Q_SLOTS:
         };
         QTcpServer closed; // a port that was free a moment ago
         closed.listen(QHostAddress::LocalHost);
-        const QString nobody = QStringLiteral("127.0.0.1,%1").arg(closed.serverPort());
+        const QString nobody = u"127.0.0.1,%1"_s.arg(closed.serverPort());
         closed.close();
-        row("host not found", sql(QStringLiteral("host.invalid"), "sales", "plain", "pw"),
+        row("host not found", sql(u"host.invalid"_s, "sales", "plain", "pw"),
             "^Server name: Unknown host machine name\\. \\[native error 20013");
         row("port closed", sql(nobody, "sales", "plain", "pw"), "^Network: Unable to connect: .* \\[native error 20009");
         row("wrong password", sql(m_tds->server(), "sales", "plain", "wrong"),
@@ -121,10 +122,10 @@ private Q_SLOTS:
         row("database denied", sql(m_tds->server(), "hr", "plain", "pw"), "^Database: Cannot open database \"hr\"");
         row("no server named", sql(QString(), "sales", "plain", "pw"), "^Server name: no server is named");
         row("integrated, without a ticket",
-            QStringLiteral("Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=sales;Data Source=") +
+            u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=sales;Data Source="_s +
                 m_tds->server(),
             "^Log-in: ");
-        row("no driver for Oracle", oracleString(QStringLiteral("XE"), QStringLiteral("boss"), QStringLiteral("pw")),
+        row("no driver for Oracle", oracleString(u"XE"_s, u"boss"_s, u"pw"_s),
             "^Driver: no ODBC driver for Oracle is installed\\. Looked for: .*Installed: .*FreeTDS");
     }
     void a_failure_names_its_step_first_and_comes_in_time()
@@ -135,57 +136,51 @@ private Q_SLOTS:
         elapsed.start();
         const QString text = said(connection);
         QVERIFY2(beginning(text).contains(QRegularExpression(first)), qPrintable(text));
-        QVERIFY2(text.count(QStringLiteral("\r\n\r\n")) >= 1, qPrintable(text)); // what to do follows
+        QVERIFY2(text.count(u"\r\n\r\n"_s) >= 1, qPrintable(text)); // what to do follows
         QVERIFY2(elapsed.elapsed() < 5000, qPrintable(QString::number(elapsed.elapsed())));
     }
 
     void a_missing_driver_library_is_told_with_its_path()
     {
-        const QString text =
-            saidWith({}, "[ODBC Driver 18 for SQL Server]\nDriver=/nowhere/libmsodbcsql.so\n",
-                     sqlServerString(m_tds->server(), QStringLiteral("sales"), QStringLiteral("plain"), QStringLiteral("pw")));
-        QVERIFY2(text.startsWith(QStringLiteral("Driver: ")) && text.contains(QStringLiteral("/nowhere/libmsodbcsql.so")),
-                 qPrintable(text));
+        const QString text = saidWith({}, "[ODBC Driver 18 for SQL Server]\nDriver=/nowhere/libmsodbcsql.so\n",
+                                      sqlServerString(m_tds->server(), u"sales"_s, u"plain"_s, u"pw"_s));
+        QVERIFY2(text.startsWith(u"Driver: "_s) && text.contains(u"/nowhere/libmsodbcsql.so"_s), qPrintable(text));
     }
 
     void a_silent_server_ends_the_test_at_its_deadline_and_blocks_nobody()
     {
         QTcpServer silent;
         QVERIFY(silent.listen(QHostAddress::LocalHost)); // accepts through its backlog and says nothing
-        const QString server = QStringLiteral("127.0.0.1,%1").arg(silent.serverPort());
+        const QString server = u"127.0.0.1,%1"_s.arg(silent.serverPort());
         QElapsedTimer elapsed;
         elapsed.start();
-        const QString text = said(sqlServerString(server, QStringLiteral("sales"), QStringLiteral("plain"), QStringLiteral("pw")),
-                                  std::chrono::milliseconds(1200));
-        QVERIFY2(text.startsWith(QStringLiteral("Network: ")), qPrintable(text));
+        const QString text = said(sqlServerString(server, u"sales"_s, u"plain"_s, u"pw"_s), std::chrono::milliseconds(1200));
+        QVERIFY2(text.startsWith(u"Network: "_s), qPrintable(text));
         QVERIFY2(elapsed.elapsed() < 2500, qPrintable(QString::number(elapsed.elapsed())));
         // The thread that may still be waiting in the driver must not hold up the next test.
         elapsed.restart();
-        QCOMPARE(said(sqlServerString(m_tds->server(), QStringLiteral("sales"), QStringLiteral("plain"), QStringLiteral("pw"))), QString());
+        QCOMPARE(said(sqlServerString(m_tds->server(), u"sales"_s, u"plain"_s, u"pw"_s)), QString());
         QVERIFY2(elapsed.elapsed() < 1000, qPrintable(QString::number(elapsed.elapsed())));
     }
 
     void a_named_instance_is_asked_for_and_its_browser_may_be_silent()
     {
         QUdpSocket browser;
-        if (!browser.bind(QHostAddress(QStringLiteral("127.0.0.2")), 1434))
+        if (!browser.bind(QHostAddress(u"127.0.0.2"_s), 1434))
             QSKIP("UDP port 1434 is not to be had here");
         QElapsedTimer elapsed;
         elapsed.start();
-        const QString text = said(
-            sqlServerString(QStringLiteral("127.0.0.2\\payroll"), QStringLiteral("sales"), QStringLiteral("plain"), QStringLiteral("pw")));
-        QVERIFY2(text.startsWith(QStringLiteral("Network: the SQL Server Browser of 127.0.0.2 (UDP port 1434) did not tell the port of the "
-                                                "instance \"payroll\"")),
+        const QString text = said(sqlServerString(u"127.0.0.2\\payroll"_s, u"sales"_s, u"plain"_s, u"pw"_s));
+        QVERIFY2(text.startsWith(u"Network: the SQL Server Browser of 127.0.0.2 (UDP port 1434) did not tell the port of the "
+                                 "instance \"payroll\""_s),
                  qPrintable(text));
         QVERIFY(elapsed.elapsed() < 4000);
         QCOMPARE(browser.receiveDatagram().isValid(), true); // the question of the test above
 
         std::optional<QString> failure;
         std::jthread asking([&] {
-            failure =
-                odbc::testConnecting(odbc::Endpoint::ofAdo(sqlServerString(QStringLiteral("127.0.0.2\\payroll"), QStringLiteral("sales"),
-                                                                           QStringLiteral("plain"), QStringLiteral("pw"))),
-                                     std::chrono::seconds(15));
+            failure = odbc::testConnecting(odbc::Endpoint::ofAdo(sqlServerString(u"127.0.0.2\\payroll"_s, u"sales"_s, u"plain"_s, u"pw"_s)),
+                                           std::chrono::seconds(15));
         });
         QTRY_VERIFY_WITH_TIMEOUT(browser.hasPendingDatagrams(), 3000);
         QNetworkDatagram question = browser.receiveDatagram();
@@ -196,7 +191,7 @@ private Q_SLOTS:
                               question.senderAddress(), static_cast<quint16>(question.senderPort()));
         asking.join();
         QCOMPARE(question.data(), QByteArray("\x04payroll\0", 9));
-        QVERIFY2(failure && failure->startsWith(QStringLiteral("Network: Unable to connect")), qPrintable(failure.value_or(QString())));
+        QVERIFY2(failure && failure->startsWith(u"Network: Unable to connect"_s), qPrintable(failure.value_or(QString())));
     }
 
     void the_program_ends_while_a_test_is_left_behind()
@@ -221,25 +216,22 @@ private Q_SLOTS:
     /// Does not prove: TNS names, ORA- texts, Oracle's types and SQL, or that Oracle's own driver takes the braces.
     void an_oracle_string_reaches_the_driver_of_that_name_played_by_postgresql()
     {
-        if (const QString missing = test::missingDriver(QStringLiteral("PostgreSQL Unicode")); !missing.isEmpty())
+        if (const QString missing = test::missingDriver(u"PostgreSQL Unicode"_s); !missing.isEmpty())
             QSKIP(qPrintable(missing));
         const test::PostgresServer server;
         if (!server.problem().isEmpty())
             QSKIP(qPrintable(server.problem()));
-        QVERIFY(!server.run(QStringLiteral("CREATE USER rep PASSWORD 's3;c={r}et '''")).isNull());
+        QVERIFY(!server.run(u"CREATE USER rep PASSWORD 's3;c={r}et '''"_s).isNull());
         const auto saidByIt = [&](const QString &user, const QString &password) {
             // The variables stand in for the TNS name, which this driver does not read.
-            return saidWith({{QStringLiteral("PGHOST"), QStringLiteral("127.0.0.1")},
-                             {QStringLiteral("PGPORT"), QString::number(server.port())},
-                             {QStringLiteral("PGDATABASE"), QStringLiteral("sales")}},
-                            "[Oracle 21 ODBC driver]\nDriver=psqlodbcw.so\n", oracleString(QStringLiteral("XE"), user, password));
+            return saidWith({{u"PGHOST"_s, u"127.0.0.1"_s}, {u"PGPORT"_s, QString::number(server.port())}, {u"PGDATABASE"_s, u"sales"_s}},
+                            "[Oracle 21 ODBC driver]\nDriver=psqlodbcw.so\n", oracleString(u"XE"_s, user, password));
         };
-        QCOMPARE(saidByIt(QStringLiteral("boss"), QStringLiteral("pw")), QString());
-        QCOMPARE(saidByIt(QStringLiteral("rep"), QStringLiteral("\"s3;c={r}et '\"")), QString());
-        const QString refused = saidByIt(QStringLiteral("boss"), QStringLiteral("geheim!"));
-        QVERIFY2(refused.startsWith(QStringLiteral("Log-in: ")) && refused.contains(QStringLiteral("password authentication failed")),
-                 qPrintable(refused));
-        QVERIFY(!refused.contains(QStringLiteral("geheim!")));
+        QCOMPARE(saidByIt(u"boss"_s, u"pw"_s), QString());
+        QCOMPARE(saidByIt(u"rep"_s, u"\"s3;c={r}et '\""_s), QString());
+        const QString refused = saidByIt(u"boss"_s, u"geheim!"_s);
+        QVERIFY2(refused.startsWith(u"Log-in: "_s) && refused.contains(u"password authentication failed"_s), qPrintable(refused));
+        QVERIFY(!refused.contains(u"geheim!"_s));
     }
 };
 
@@ -248,8 +240,8 @@ int main(int argc, char *argv[])
     if (const QString port = qEnvironmentVariable(kLeaveBehind); !port.isEmpty()) {
         const QCoreApplication application(argc, argv);
         // Without a protocol version this driver waits for ever on a server that says nothing.
-        const odbc::Endpoint endpoint = odbc::Endpoint::ofOdbc(
-            QStringLiteral("Driver=FreeTDS;Server=127.0.0.1;Port=%1;TDS_Version=auto;UID=a;PWD=b;Database=c;").arg(port));
+        const odbc::Endpoint endpoint =
+            odbc::Endpoint::ofOdbc(u"Driver=FreeTDS;Server=127.0.0.1;Port=%1;TDS_Version=auto;UID=a;PWD=b;Database=c;"_s.arg(port));
         return odbc::testConnecting(endpoint, std::chrono::milliseconds(300)) ? 7 : 1;
     }
     const QCoreApplication application(argc, argv);

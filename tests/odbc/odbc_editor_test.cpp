@@ -8,6 +8,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 /// What the query editor asks of a database server: is the SQL right, which tables are there, what are the first rows.
 class OdbcEditorTest final : public QObject
@@ -20,7 +21,7 @@ class OdbcEditorTest final : public QObject
     [[nodiscard]] ProbeRequest request(bool onPostgres, const char *sql) const
     {
         ProbeRequest request;
-        request.query.dataSource = QStringLiteral("ODBC::") + (onPostgres ? m_postgres->connection() : m_tds->connection());
+        request.query.dataSource = u"ODBC::"_s + (onPostgres ? m_postgres->connection() : m_tds->connection());
         request.query.sql = QString::fromUtf8(sql);
         request.today = QDate(2026, 1, 1);
         return request;
@@ -40,9 +41,8 @@ private Q_SLOTS:
         if (!m_postgres->problem().isEmpty())
             QSKIP(qPrintable(m_postgres->problem()));
         QVERIFY(!m_postgres
-                     ->run(QStringLiteral(
-                         "CREATE TABLE event AS SELECT g AS id, 'n' || g AS name, now() AS seen FROM generate_series(1, 500) g;"
-                         "CREATE VIEW latest AS SELECT id FROM event"))
+                     ->run(u"CREATE TABLE event AS SELECT g AS id, 'n' || g AS name, now() AS seen FROM generate_series(1, 500) g;"
+                           "CREATE VIEW latest AS SELECT id FROM event"_s)
                      .isNull());
     }
 
@@ -60,9 +60,9 @@ private Q_SLOTS:
             QStringList columns;
             for (const SchemaColumn &column : table.columns)
                 columns << column.name;
-            names << table.name + (table.isView ? QStringLiteral(" view ") : QStringLiteral(" table ")) + columns.join(u',');
+            names << table.name + (table.isView ? u" view "_s : u" table "_s) + columns.join(u',');
         }
-        QCOMPARE(names, (QStringList{QStringLiteral("event table id,name,seen"), QStringLiteral("latest view id")}));
+        QCOMPARE(names, (QStringList{u"event table id,name,seen"_s, u"latest view id"_s}));
     }
 
     void sql_is_checked_without_running_it_data() { tables_views_and_columns_are_listed_data(); }
@@ -71,16 +71,16 @@ private Q_SLOTS:
         QFETCH(bool, onPostgres);
         const auto told = [&](const char *sql) { return errorOf([&] { checkSql(request(onPostgres, sql), nullptr); }).description(); };
         QCOMPARE(told("SELECT id FROM event WHERE name = :name AND id > :least AND seen >= :date_from"), QString());
-        QVERIFY2(told("SELECT id\nFROM nosuch").contains(QStringLiteral("in line 2")), qPrintable(told("SELECT id\nFROM nosuch")));
-        QVERIFY(told("DELETE FROM event").contains(QStringLiteral("only read")));
+        QVERIFY2(told("SELECT id\nFROM nosuch").contains(u"in line 2"_s), qPrintable(told("SELECT id\nFROM nosuch")));
+        QVERIFY(told("DELETE FROM event").contains(u"only read"_s));
     }
 
     void the_first_rows_are_shown()
     {
         const ProbeRows rows = readFirstRows(request(true, "SELECT id, name, NULL AS none FROM event ORDER BY id"), 2, nullptr);
-        QCOMPARE(rows.columns, (QStringList{QStringLiteral("id"), QStringLiteral("name"), QStringLiteral("none")}));
+        QCOMPARE(rows.columns, (QStringList{u"id"_s, u"name"_s, u"none"_s}));
         QCOMPARE(rows.rows.size(), std::size_t{2});
-        QVERIFY(rows.more && rows.rows[1][1] == QStringLiteral("n2") && !rows.rows[1][2]);
+        QVERIFY(rows.more && rows.rows[1][1] == u"n2"_s && !rows.rows[1][2]);
     }
 };
 

@@ -8,6 +8,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -36,7 +37,7 @@ class OdbcReportTest final : public QObject
 
     [[nodiscard]] QString query(const QByteArray &source, const QByteArray &sql, const QByteArray &more = {}) const
     {
-        return m_installation->write(m_installation->group(QStringLiteral("Server"), QStringLiteral("Tests")) + QStringLiteral("/q.rqn"),
+        return m_installation->write(m_installation->group(u"Server"_s, u"Tests"_s) + u"/q.rqn"_s,
                                      "format = 1\ndescription = \"Accounts\"\ndata_source = \"" + source + "\"\nsql = '''" + sql + "'''\n" +
                                          more);
     }
@@ -45,7 +46,7 @@ class OdbcReportTest final : public QObject
     {
         QProcess process;
         process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/quillmark-report"), arguments);
+        process.start(qEnvironmentVariable("QM_BIN_DIR") + u"/quillmark-report"_s, arguments);
         if (!process.waitForFinished(30'000))
             return {-1, process.errorString().toUtf8()};
         return {process.exitCode(), process.readAll()};
@@ -55,20 +56,19 @@ class OdbcReportTest final : public QObject
     {
         QMMDSMSSql info;
         info.ServerName = m_server->server();
-        info.DatabaseName = QStringLiteral("sales");
-        info.UserName = QStringLiteral("rep");
+        info.DatabaseName = u"sales"_s;
+        info.UserName = u"rep"_s;
         info.Password = password;
         info.ConnectionType = 1;
-        TomlDataSourceFileReader().WriteDataSource(info, m_installation->path() + QStringLiteral("Config/Payroll.dsf"));
+        TomlDataSourceFileReader().WriteDataSource(info, m_installation->path() + u"Config/Payroll.dsf"_s);
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
-        if (const QString missing = missingDriver(QStringLiteral("FreeTDS")); !missing.isEmpty())
+        if (const QString missing = missingDriver(u"FreeTDS"_s); !missing.isEmpty())
             QSKIP(qPrintable(missing));
-        m_server = std::make_unique<TdsServer>(
-            kEvents, QStringList{QStringLiteral("--user"), QStringLiteral("rep:") + QString::fromUtf8(kPassword)});
+        m_server = std::make_unique<TdsServer>(kEvents, QStringList{u"--user"_s, u"rep:"_s + QString::fromUtf8(kPassword)});
         QVERIFY2(m_server->problem().isEmpty(), qPrintable(m_server->problem()));
         m_installation = std::make_unique<TempInstallation>();
     }
@@ -80,19 +80,16 @@ private Q_SLOTS:
                                    "SELECT id, account, time_generated, amount FROM event WHERE time_generated >= :date_from AND "
                                    "time_generated < :date_to AND account LIKE :who ORDER BY id",
                                    "[[parameter]]\nname = \"who\"\ndefault = \"%\"\n");
-        const QString pdf = m_installation->path() + QStringLiteral("out.pdf");
-        const Outcome outcome = run({QStringLiteral("--from"), QStringLiteral("2026-01-01"), QStringLiteral("--to"),
-                                     QStringLiteral("2026-01-31"), QStringLiteral("--output"), pdf, file});
+        const QString pdf = m_installation->path() + u"out.pdf"_s;
+        const Outcome outcome = run({u"--from"_s, u"2026-01-01"_s, u"--to"_s, u"2026-01-31"_s, u"--output"_s, pdf, file});
         QVERIFY2(outcome.exitCode == 0, outcome.said.constData());
-        const QString text =
-            QString::fromUtf8(outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")})).simplified();
+        const QString text = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-layout"_s, pdf, u"-"_s})).simplified();
         QVERIFY2(text.contains(QString::fromUtf8("1 Zoë Żółć 2026-01-10 08:00:00 10.25 2 O'Brien 2026-01-11 09:30:00 20.50")),
                  qPrintable(text));
-        QVERIFY(!text.contains(QStringLiteral("Later")));
-        QVERIFY2(text.contains(QStringLiteral("SQL Server database sales on ")), qPrintable(text));
+        QVERIFY(!text.contains(u"Later"_s));
+        QVERIFY2(text.contains(u"SQL Server database sales on "_s), qPrintable(text));
 
-        const Outcome one =
-            run({QStringLiteral("--all-time"), QStringLiteral("--param"), QString::fromUtf8("who=Zoë Ż%"), QStringLiteral("--rows"), file});
+        const Outcome one = run({u"--all-time"_s, u"--param"_s, QString::fromUtf8("who=Zoë Ż%"), u"--rows"_s, file});
         QCOMPARE(one.said.trimmed(), QByteArray("1"));
     }
 
@@ -101,14 +98,14 @@ private Q_SLOTS:
         saveDataSource(QString::fromUtf8(kPassword));
         const QString file =
             query("MSSQL::Payroll.dsf", "SELECT nosuch FROM nosuch", "[sql_for]\nmssql = \"SELECT TOP 2 id FROM event\"\n");
-        const Outcome outcome = run({QStringLiteral("--rows"), file});
+        const Outcome outcome = run({u"--rows"_s, file});
         QCOMPARE(outcome.said.trimmed(), QByteArray("2"));
     }
 
     void a_file_of_another_class_is_refused()
     {
         saveDataSource(QString::fromUtf8(kPassword));
-        const Outcome outcome = run({QStringLiteral("--rows"), query("Oracle::Payroll.dsf", "SELECT 1 FROM dual")});
+        const Outcome outcome = run({u"--rows"_s, query("Oracle::Payroll.dsf", "SELECT 1 FROM dual")});
         QCOMPARE(outcome.exitCode, 1);
         QVERIFY2(outcome.said.contains("class \"QMMDSMSSql\""), outcome.said.constData());
     }
@@ -119,12 +116,12 @@ private Q_SLOTS:
                                     ";UID=rep;Database=sales;PWD={" + QByteArray(kPassword) + "};";
         QByteArray said;
         for (const char *format : {"pdf", "html", "csv", "xlsx"})
-            said += run({QStringLiteral("--format"), QString::fromLatin1(format), query("ODBC::" + inString, "SELECT id FROM event")}).said;
-        said += run({QStringLiteral("--rows"), query("ODBC::" + inString, "SELECT nosuch FROM nosuch")}).said;
-        saveDataSource(QStringLiteral("wrong;word}"));
-        said += run({QStringLiteral("--rows"), query("MSSQL::Payroll.dsf", "SELECT id FROM event")}).said;
+            said += run({u"--format"_s, QString::fromLatin1(format), query("ODBC::" + inString, "SELECT id FROM event")}).said;
+        said += run({u"--rows"_s, query("ODBC::" + inString, "SELECT nosuch FROM nosuch")}).said;
+        saveDataSource(u"wrong;word}"_s);
+        said += run({u"--rows"_s, query("MSSQL::Payroll.dsf", "SELECT id FROM event")}).said;
         QVERIFY2(said.contains("Log-in: Login failed for user 'rep'"), said.constData());
-        said += run({QStringLiteral("--history"), query("MSSQL::Payroll.dsf", "SELECT id FROM event")}).said;
+        said += run({u"--history"_s, query("MSSQL::Payroll.dsf", "SELECT id FROM event")}).said;
         QVERIFY2(!said.contains("s3;c") && !said.contains("wrong;word"), said.constData());
         int looked = 0;
         for (const char *folder : {"Reports", "Logs"}) {
@@ -134,14 +131,13 @@ private Q_SLOTS:
                 QFile file(files.next());
                 QVERIFY(file.open(QIODevice::ReadOnly));
                 QByteArray bytes = file.readAll();
-                if (file.fileName().endsWith(QStringLiteral(".pdf")))
-                    bytes = outputOf(QStringLiteral("pdftotext"), {file.fileName(), QStringLiteral("-")});
-                else if (file.fileName().endsWith(QStringLiteral(".xlsx")))
-                    bytes = outputOf(QStringLiteral("/usr/bin/python3"),
-                                     {QStringLiteral("-c"),
-                                      QStringLiteral("import sys, zipfile\nz = zipfile.ZipFile(sys.argv[1])\n"
-                                                     "for n in z.namelist(): sys.stdout.buffer.write(z.read(n))"),
-                                      file.fileName()});
+                if (file.fileName().endsWith(u".pdf"_s))
+                    bytes = outputOf(u"pdftotext"_s, {file.fileName(), u"-"_s});
+                else if (file.fileName().endsWith(u".xlsx"_s))
+                    bytes = outputOf(u"/usr/bin/python3"_s, {u"-c"_s,
+                                                             u"import sys, zipfile\nz = zipfile.ZipFile(sys.argv[1])\n"
+                                                             "for n in z.namelist(): sys.stdout.buffer.write(z.read(n))"_s,
+                                                             file.fileName()});
                 QVERIFY2(!bytes.isEmpty() || file.size() == 0, qPrintable(file.fileName()));
                 QVERIFY2(!bytes.contains("s3;c") && !bytes.contains("wrong;word"), qPrintable(file.fileName()));
                 ++looked;

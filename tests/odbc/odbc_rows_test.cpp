@@ -9,6 +9,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -42,7 +43,7 @@ constexpr char kEndlessOnServer[] = "with recursive c(x) as (select 1 union all 
 
 qint64 residentKb()
 {
-    QFile status(QStringLiteral("/proc/self/statm"));
+    QFile status(u"/proc/self/statm"_s);
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     return status.readAll().split(' ').value(1).toLongLong() * 4;
@@ -68,14 +69,9 @@ class OdbcRowsTest final : public QObject
         for (qsizetype at = 0, end = 0; at < row.size(); at = end) {
             while (end < row.size() && row[end] == row[at])
                 ++end;
-            result += end - at < 1000 ? row.mid(at, end - at) : QStringLiteral("<%1 %2>").arg(end - at).arg(row[at]);
+            result += end - at < 1000 ? row.mid(at, end - at) : u"<%1 %2>"_s.arg(end - at).arg(row[at]);
         }
         return result;
-    }
-    static void compare(const QString &row, const char *expected)
-    {
-        QCOMPARE(shortened(row).split(QStringLiteral(" | ")).join(u'\n'),
-                 QString::fromUtf8(expected).split(QStringLiteral(" | ")).join(u'\n'));
     }
 
 private Q_SLOTS:
@@ -92,47 +88,53 @@ private Q_SLOTS:
         QVERIFY(!m_postgres->run(QString::fromUtf8(kPostgresTypes)).isNull());
     }
 
-    void every_type_of_sql_server_arrives_whole_and_null_stays_null()
+    void every_type_arrives_whole_and_null_stays_null_data()
     {
-        const QStringList rows = rowsOf(tds(), QStringLiteral("select * from types order by id"));
-        QCOMPARE(rows.size(), 3);
-        compare(rows[0], ("t:<34000 x>Żółć | i:1 | i:-32768 | i:255 | i:9223372036854775807 | i:1 | r:3.5 | t:1980-02-29 | "
-                          "t:2024-05-06 07:08:09.123 | t:2024-05-06 07:08:09.123456 | r:-1234567890123.45 | "
-                          "t:1234567890123456789012345678.1234567891 | r:19.99 | t:Zoë Żółć 日本 😀 | t:Malmö | "
-                          "t:6F9619FF-8B86-D011-B42D-00C04FC964FF | b:<200000 0> | b:0001ff | i:7"));
-        QCOMPARE(rows[1], QStringLiteral("NULL | i:2") + QStringLiteral(" | NULL").repeated(17));
-        QVERIFY(rows[2].startsWith(QStringLiteral("t: | i:3 | NULL")));
-        QVERIFY2(rows[2].contains(QStringLiteral("t:1900-01-01 00:00:00 |")) && rows[2].contains(QStringLiteral(" | b: | NULL")),
-                 qPrintable(rows[2]));
+        QTest::addColumn<bool>("onPostgres");
+        QTest::addColumn<QString>("full");      // every column filled in
+        QTest::addColumn<QStringList>("empty"); // pieces of the row of empty texts
+        QTest::newRow("sql server") << false
+                                    << u"t:<34000 x>Żółć | i:1 | i:-32768 | i:255 | i:9223372036854775807 | i:1 | r:3.5 | t:1980-02-29 | "
+                                       "t:2024-05-06 07:08:09.123 | t:2024-05-06 07:08:09.123456 | r:-1234567890123.45 | "
+                                       "t:1234567890123456789012345678.1234567891 | r:19.99 | t:Zoë Żółć 日本 😀 | t:Malmö | "
+                                       "t:6F9619FF-8B86-D011-B42D-00C04FC964FF | b:<200000 0> | b:0001ff | i:7"_s
+                                    << QStringList{u"t: | i:3 | NULL"_s, u"t:1900-01-01 00:00:00 |"_s, u" | b: | NULL"_s};
+        QTest::newRow("postgresql")
+            << true
+            << QStringLiteral("t:<5000000 x>Ż | i:1 | i:-32768 | i:9223372036854775807 | i:1 | r:-1e+300 | r:0.1 | t:1980-02-29 | "
+                              "t:12:30:00.5 | t:2024-05-06 07:08:09.123456 | t:2024-05-06 05:08:09 | r:-1234567890123.45 | "
+                              "t:12345678901234567890.1234567891 | t:Zoë Żółć 日本 😀 | t:<34000 é> | t:ab    | "
+                              "t:6F9619FF-8B86-D011-B42D-00C04FC964FF | b:0001ff | t:{\"a\":1} | t:$12.50 | i:7")
+            << QStringList{u"t: | i:3 |"_s, u" | b: | "_s};
     }
-
-    void every_type_of_postgresql_arrives_whole_and_null_stays_null()
+    void every_type_arrives_whole_and_null_stays_null()
     {
-        const QStringList rows = rowsOf(postgres(), QStringLiteral("select * from types order by id"));
+        QFETCH(bool, onPostgres);
+        QFETCH(QString, full);
+        QFETCH(QStringList, empty);
+        const QStringList rows = rowsOf(onPostgres ? postgres() : tds(), u"select * from types order by id"_s);
         QCOMPARE(rows.size(), 3);
-        compare(rows[0], ("t:<5000000 x>Ż | i:1 | i:-32768 | i:9223372036854775807 | i:1 | r:-1e+300 | r:0.1 | t:1980-02-29 | "
-                          "t:12:30:00.5 | t:2024-05-06 07:08:09.123456 | t:2024-05-06 05:08:09 | r:-1234567890123.45 | "
-                          "t:12345678901234567890.1234567891 | t:Zoë Żółć 日本 😀 | t:<34000 é> | t:ab    | "
-                          "t:6F9619FF-8B86-D011-B42D-00C04FC964FF | b:0001ff | t:{\"a\":1} | t:$12.50 | i:7"));
-        QCOMPARE(rows[1], QStringLiteral("NULL | i:2") + QStringLiteral(" | NULL").repeated(19));
-        QVERIFY2(rows[2].startsWith(QStringLiteral("t: | i:3 |")) && rows[2].contains(QStringLiteral(" | b: | ")), qPrintable(rows[2]));
+        QCOMPARE(shortened(rows[0]).split(u" | "_s).join(u'\n'), full.split(u" | "_s).join(u'\n'));
+        QCOMPARE(rows[1], u"NULL | i:2"_s + u" | NULL"_s.repeated(full.count(u" | "_s) - 1));
+        QVERIFY(rows[2].startsWith(empty.first()));
+        for (const QString &piece : empty)
+            QVERIFY2(rows[2].contains(piece), qPrintable(rows[2]));
     }
 
     void declared_types_name_what_the_columns_hold()
     {
         const auto declared = [](const SourceDescription &source, const char *columns) {
-            const auto rows =
-                openRowSource(source, QStringLiteral("select %1 from types").arg(QString::fromLatin1(columns)), {}, noLimits());
+            const auto rows = openRowSource(source, u"select %1 from types"_s.arg(QString::fromLatin1(columns)), {}, noLimits());
             QStringList types;
             for (const ResultColumn &column : rows->columns())
                 types << QString::fromStdString(column.name + ' ' + column.declaredType);
             return types.join(u',');
         };
         QCOMPARE(declared(postgres(), "id, flag, score, born, at, zoned, balance, doc, pic, count(*) over() as n"),
-                 QStringLiteral("id INTEGER,flag BOOLEAN,score REAL,born DATE,at TIME,zoned TIMESTAMP,balance DECIMAL,doc VARCHAR,pic BLOB,"
-                                "n INTEGER"));
+                 u"id INTEGER,flag BOOLEAN,score REAL,born DATE,at TIME,zoned TIMESTAMP,balance DECIMAL,doc VARCHAR,pic BLOB,"
+                 "n INTEGER"_s);
         QCOMPARE(declared(tds(), "id, flag, score, born, seen, balance, memo, pic"),
-                 QStringLiteral("id INTEGER,flag BOOLEAN,score REAL,born DATE,seen TIMESTAMP,balance DECIMAL,memo VARCHAR,pic BLOB"));
+                 u"id INTEGER,flag BOOLEAN,score REAL,born DATE,seen TIMESTAMP,balance DECIMAL,memo VARCHAR,pic BLOB"_s);
     }
 
     void parameters_travel_typed_and_in_any_script()
@@ -148,54 +150,48 @@ private Q_SLOTS:
             parameter("date_to", QByteArray("2024-05-07 00:00:00"), ParameterType::Text, true),
             parameter("long", QByteArray("x").repeated(9000)),
         };
-        const QString where =
-            QStringLiteral(" from types where name = :name and id = :ID and born = :born and flag = :flag and seen >= :date_from "
-                           "and seen < :date_to and :name <> :long");
-        QCOMPARE(rowsOf(postgres(),
-                        QStringLiteral("select id, name, :name::text") + where + QStringLiteral(" and score < :score and at = :at"),
+        const QString where = u" from types where name = :name and id = :ID and born = :born and flag = :flag and seen >= :date_from "
+                              "and seen < :date_to and :name <> :long"_s;
+        QCOMPARE(rowsOf(postgres(), u"select id, name, :name::text"_s + where + u" and score < :score and at = :at"_s,
                         [&] {
                             auto all = values;
                             all.push_back(parameter("at", QByteArray("12:30:00"), ParameterType::Time));
                             return all;
                         }()),
                  QStringList()); // the time in the table has a fraction
-        QCOMPARE(rowsOf(postgres(), QStringLiteral("select id, name, :name::text") + where + QStringLiteral(" and score < :score"), values),
+        QCOMPARE(rowsOf(postgres(), u"select id, name, :name::text"_s + where + u" and score < :score"_s, values),
                  QStringList{QString::fromUtf8("i:1 | t:" + name + " | t:" + name)});
-        QCOMPARE(rowsOf(tds(), QStringLiteral("select id, name") + where + QStringLiteral(" and score > :score"), values),
+        QCOMPARE(rowsOf(tds(), u"select id, name"_s + where + u" and score > :score"_s, values),
                  QStringList{QString::fromUtf8("i:1 | t:" + name)});
         // An injected text stays a text.
-        QCOMPARE(rowsOf(postgres(), QStringLiteral("select id from types where name = :n"), {parameter("n", QByteArray("' or ''='"))}),
-                 QStringList());
+        QCOMPARE(rowsOf(postgres(), u"select id from types where name = :n"_s, {parameter("n", QByteArray("' or ''='"))}), QStringList());
     }
 
     void a_procedure_may_count_rows_before_it_selects_and_fail_behind_them()
     {
-        QCOMPARE(rowsOf(tds(), QStringLiteral("exec counts_first")),
-                 (QStringList{QStringLiteral("i:1"), QStringLiteral("i:2"), QStringLiteral("i:3")}));
-        const QString late = errorOf([&] { rowsOf(tds(), QStringLiteral("exec fails_late")); }).description();
-        QVERIFY2(late.contains(QStringLiteral("The check behind the rows failed.")), qPrintable(late));
+        QCOMPARE(rowsOf(tds(), u"exec counts_first"_s), (QStringList{u"i:1"_s, u"i:2"_s, u"i:3"_s}));
+        const QString late = errorOf([&] { rowsOf(tds(), u"exec fails_late"_s); }).description();
+        QVERIFY2(late.contains(u"The check behind the rows failed."_s), qPrintable(late));
     }
 
     void the_servers_words_number_and_line_are_told()
     {
-        const QString unknown = QStringLiteral("select id\nfrom types\njoin nosuch on 1=1");
+        const QString unknown = u"select id\nfrom types\njoin nosuch on 1=1"_s;
         const QString onServer = errorOf([&] { rowsOf(tds(), unknown); }).description();
-        QVERIFY2(onServer.contains(QStringLiteral("in line 3, column 6: Invalid object name 'nosuch'. [native error 208")),
-                 qPrintable(onServer));
+        QVERIFY2(onServer.contains(u"in line 3, column 6: Invalid object name 'nosuch'. [native error 208"_s), qPrintable(onServer));
         const QString onPostgres = errorOf([&] { rowsOf(postgres(), unknown); }).description();
-        QVERIFY2(onPostgres.contains(QStringLiteral("in line 3, column 6:")) &&
-                     onPostgres.contains(QStringLiteral("relation \"nosuch\" does not exist")) &&
-                     onPostgres.contains(QStringLiteral("42P01")),
+        QVERIFY2(onPostgres.contains(u"in line 3, column 6:"_s) && onPostgres.contains(u"relation \"nosuch\" does not exist"_s) &&
+                     onPostgres.contains(u"42P01"_s),
                  qPrintable(onPostgres));
-        const QString late = errorOf([&] { rowsOf(postgres(), QStringLiteral("select 1 / (2000 - id) from many")); }).description();
-        QVERIFY2(late.contains(QStringLiteral("division by zero")), qPrintable(late));
+        const QString late = errorOf([&] { rowsOf(postgres(), u"select 1 / (2000 - id) from many"_s); }).description();
+        QVERIFY2(late.contains(u"division by zero"_s), qPrintable(late));
         const QString between = errorOf([&] {
-                                    rowsOf(tds(), QStringLiteral("select id, abs(case when id = 15000 then -9223372036854775807 - 1 "
-                                                                 "else id end) from many"));
+                                    rowsOf(tds(), u"select id, abs(case when id = 15000 then -9223372036854775807 - 1 "
+                                                  "else id end) from many"_s);
                                 }).description();
-        QVERIFY2(between.contains(QStringLiteral("failed while giving rows")), qPrintable(between));
-        const QString none = errorOf([&] { rowsOf(postgres(), QStringLiteral("show nosuch")); }).description();
-        QVERIFY2(none.contains(QStringLiteral("nosuch")), qPrintable(none));
+        QVERIFY2(between.contains(u"failed while giving rows"_s), qPrintable(between));
+        const QString none = errorOf([&] { rowsOf(postgres(), u"show nosuch"_s); }).description();
+        QVERIFY2(none.contains(u"nosuch"_s), qPrintable(none));
     }
 
     void nothing_is_written_whatever_the_sql_says()
@@ -203,17 +199,16 @@ private Q_SLOTS:
         const auto told = [&](const SourceDescription &source, const char *sql) {
             return errorOf([&] { rowsOf(source, QString::fromLatin1(sql)); }).description();
         };
-        QVERIFY(told(tds(), "select 1; delete from types").contains(QStringLiteral("a second one begins")));
-        QVERIFY(told(tds(), "select 1 delete from types").contains(QStringLiteral("\"delete\" writes")));
+        QVERIFY(told(tds(), "select 1; delete from types").contains(u"a second one begins"_s));
+        QVERIFY(told(tds(), "select 1 delete from types").contains(u"\"delete\" writes"_s));
         const QString behind = told(postgres(), "with gone as (delete from types returning id) select * from gone");
-        QVERIFY2(behind.contains(QStringLiteral("data-modifying")), qPrintable(behind));
-        const QString undeclared = told(odbcSource(m_postgres->connection() + QStringLiteral(";UseDeclareFetch=0")),
+        QVERIFY2(behind.contains(u"data-modifying"_s), qPrintable(behind));
+        const QString undeclared = told(odbcSource(m_postgres->connection() + u";UseDeclareFetch=0"_s),
                                         "with gone as (delete from types returning id) select * from gone");
-        QVERIFY2(undeclared.contains(QStringLiteral("read-only transaction")), qPrintable(undeclared));
-        QVERIFY(
-            told(postgres(), "select nextval('s'), set_config('transaction_read_only', 'off', false)").contains(QStringLiteral("\"s\"")));
-        QCOMPARE(m_postgres->run(QStringLiteral("select count(*) from types")).trimmed(), QByteArray("3"));
-        QCOMPARE(rowsOf(tds(), QStringLiteral("select count(*) from types")), QStringList{QStringLiteral("i:3")});
+        QVERIFY2(undeclared.contains(u"read-only transaction"_s), qPrintable(undeclared));
+        QVERIFY(told(postgres(), "select nextval('s'), set_config('transaction_read_only', 'off', false)").contains(u"\"s\""_s));
+        QCOMPARE(m_postgres->run(u"select count(*) from types"_s).trimmed(), QByteArray("3"));
+        QCOMPARE(rowsOf(tds(), u"select count(*) from types"_s), QStringList{u"i:3"_s});
     }
 
     void memory_does_not_grow_with_the_rows()
@@ -221,8 +216,8 @@ private Q_SLOTS:
 #ifdef __SANITIZE_ADDRESS__
         QSKIP("the sanitizer keeps freed memory");
 #endif
-        const QString sql = QStringLiteral("select * from many");
-        rowsOf(postgres(), sql + QStringLiteral(" limit 1000"));
+        const QString sql = u"select * from many"_s;
+        rowsOf(postgres(), sql + u" limit 1000"_s);
         const auto rows = openRowSource(postgres(), sql, {}, noLimits());
         std::vector<Value> row(rows->columns().size());
         std::int64_t count = 0, sum = 0;
@@ -241,12 +236,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("onPostgres");
         QTest::addColumn<QString>("sql");
-        QTest::newRow("postgresql, before the first row") << true << QStringLiteral("select pg_sleep(60)");
-        QTest::newRow("postgresql, between rows")
-            << true << QStringLiteral("select id, case when id > 3000 then pg_sleep(0.2) end from many");
-        QTest::newRow("sql server") << false
-                                    << QStringLiteral(
-                                           "with recursive c(x) as (select 1 union all select x+1 from c) select count(*) from c");
+        QTest::newRow("postgresql, before the first row") << true << u"select pg_sleep(60)"_s;
+        QTest::newRow("postgresql, between rows") << true << u"select id, case when id > 3000 then pg_sleep(0.2) end from many"_s;
+        QTest::newRow("sql server") << false << u"with recursive c(x) as (select 1 union all select x+1 from c) select count(*) from c"_s;
     }
     void a_run_ends_at_its_time_out()
     {
@@ -256,7 +248,7 @@ private Q_SLOTS:
         elapsed.start();
         const RunLimits limits(nullptr, std::chrono::seconds(1));
         const RuntimeError error = errorOf([&] { rowsOf(onPostgres ? postgres() : tds(), sql, {}, limits); });
-        QVERIFY2(error.description().contains(QStringLiteral("time-out of 1 seconds")), qPrintable(error.description()));
+        QVERIFY2(error.description().contains(u"time-out of 1 seconds"_s), qPrintable(error.description()));
         QVERIFY2(elapsed.elapsed() < 2500, qPrintable(QString::number(elapsed.elapsed())));
     }
 
@@ -269,8 +261,7 @@ private Q_SLOTS:
     void a_cancel_at_any_moment_ends_the_run()
     {
         QFETCH(bool, onPostgres);
-        const QString sql =
-            onPostgres ? QStringLiteral("select * from generate_series(1, 1000000000)") : QString::fromLatin1(kEndlessOnServer);
+        const QString sql = onPostgres ? u"select * from generate_series(1, 1000000000)"_s : QString::fromLatin1(kEndlessOnServer);
         for (int i = 0; i < 12; ++i) {
             const auto cancel = std::make_shared<CancelFlag>();
             QElapsedTimer sinceCancel;
@@ -288,8 +279,8 @@ private Q_SLOTS:
         // Nothing is left running in the server.
         if (onPostgres)
             QTRY_COMPARE_WITH_TIMEOUT(m_postgres
-                                          ->run(QStringLiteral("select count(*) from pg_stat_activity where query like "
-                                                               "'%generate_series(1, 1000000000)%' and pid <> pg_backend_pid()"))
+                                          ->run(u"select count(*) from pg_stat_activity where query like "
+                                                "'%generate_series(1, 1000000000)%' and pid <> pg_backend_pid()"_s)
                                           .trimmed(),
                                       QByteArray("0"), 5000);
     }
@@ -304,21 +295,18 @@ private Q_SLOTS:
             elapsed.start();
             cancel->cancel();
         });
-        const int number = numberOf([&] {
-            rowsOf(postgres(), QStringLiteral("select pg_sleep(0.001) from many"), {}, RunLimits(cancel, std::chrono::seconds(0)));
-        });
+        const int number =
+            numberOf([&] { rowsOf(postgres(), u"select pg_sleep(0.001) from many"_s, {}, RunLimits(cancel, std::chrono::seconds(0))); });
         operatorThread.join();
         m_postgres->freeze(false);
         QCOMPARE(number, err::cancelledByOperator);
         QVERIFY2(elapsed.elapsed() < 5000, qPrintable(QString::number(elapsed.elapsed())));
 
-        const TdsServer stalling(kServerTypes, {QStringLiteral("--stall-after"), QStringLiteral("5000")});
+        const TdsServer stalling(kServerTypes, {u"--stall-after"_s, u"5000"_s});
         elapsed.restart();
-        const RuntimeError error = errorOf([&] {
-            rowsOf(odbcSource(stalling.connection()), QStringLiteral("select * from many"), {},
-                   RunLimits(nullptr, std::chrono::seconds(1)));
-        });
-        QVERIFY2(error.description().contains(QStringLiteral("time-out")), qPrintable(error.description()));
+        const RuntimeError error = errorOf(
+            [&] { rowsOf(odbcSource(stalling.connection()), u"select * from many"_s, {}, RunLimits(nullptr, std::chrono::seconds(1))); });
+        QVERIFY2(error.description().contains(u"time-out"_s), qPrintable(error.description()));
         QVERIFY2(elapsed.elapsed() < 6000, qPrintable(QString::number(elapsed.elapsed())));
     }
 
@@ -333,53 +321,45 @@ private Q_SLOTS:
         });
         QElapsedTimer elapsed;
         elapsed.start();
-        const QString connection =
-            QStringLiteral("Driver=FreeTDS;Server=127.0.0.1;Port=%1;UID=a;PWD=b;Database=c").arg(silent.serverPort());
-        QCOMPARE(
-            numberOf([&] { rowsOf(odbcSource(connection), QStringLiteral("select 1"), {}, RunLimits(cancel, std::chrono::seconds(0))); }),
-            err::cancelledByOperator);
+        const QString connection = u"Driver=FreeTDS;Server=127.0.0.1;Port=%1;UID=a;PWD=b;Database=c"_s.arg(silent.serverPort());
+        QCOMPARE(numberOf([&] { rowsOf(odbcSource(connection), u"select 1"_s, {}, RunLimits(cancel, std::chrono::seconds(0))); }),
+                 err::cancelledByOperator);
         QVERIFY2(elapsed.elapsed() < 1000, qPrintable(QString::number(elapsed.elapsed())));
         const QString late =
-            errorOf([&] {
-                rowsOf(odbcSource(connection), QStringLiteral("select 1"), {}, RunLimits(nullptr, std::chrono::seconds(1)));
-            }).description();
-        QVERIFY2(late.contains(QStringLiteral("cannot be reached. Network: the server did not answer within 1 seconds")), qPrintable(late));
+            errorOf([&] { rowsOf(odbcSource(connection), u"select 1"_s, {}, RunLimits(nullptr, std::chrono::seconds(1))); }).description();
+        QVERIFY2(late.contains(u"cannot be reached. Network: the server did not answer within 1 seconds"_s), qPrintable(late));
     }
 
     void a_connection_cut_between_rows_is_no_end_of_the_rows()
     {
-        const TdsServer dropping(kServerTypes, {QStringLiteral("--drop-after"), QStringLiteral("5000")});
-        const QString onServer =
-            errorOf([&] { rowsOf(odbcSource(dropping.connection()), QStringLiteral("select * from many")); }).description();
-        QVERIFY2(onServer.contains(QStringLiteral("Unexpected EOF from the server")) &&
-                     onServer.contains(QStringLiteral("connection is lost")),
+        const TdsServer dropping(kServerTypes, {u"--drop-after"_s, u"5000"_s});
+        const QString onServer = errorOf([&] { rowsOf(odbcSource(dropping.connection()), u"select * from many"_s); }).description();
+        QVERIFY2(onServer.contains(u"Unexpected EOF from the server"_s) && onServer.contains(u"connection is lost"_s),
                  qPrintable(onServer));
 
-        const auto rows = openRowSource(postgres(), QStringLiteral("select * from many"), {}, noLimits());
+        const auto rows = openRowSource(postgres(), u"select * from many"_s, {}, noLimits());
         std::vector<Value> row(2);
         QVERIFY(rows->next(row));
         QVERIFY(!m_postgres
-                     ->run(QStringLiteral(
-                         "select pg_terminate_backend(pid) from pg_stat_activity where datname = 'sales' and pid <> pg_backend_pid()"))
+                     ->run(u"select pg_terminate_backend(pid) from pg_stat_activity where datname = 'sales' and pid <> pg_backend_pid()"_s)
                      .isNull());
         const QString onPostgres = errorOf([&] {
                                        while (rows->next(row)) {
                                        }
                                    }).description();
-        QVERIFY2(onPostgres.contains(QStringLiteral("connection is lost")), qPrintable(onPostgres));
+        QVERIFY2(onPostgres.contains(u"connection is lost"_s), qPrintable(onPostgres));
     }
 
     void a_server_that_was_restarted_serves_the_next_run()
     {
         TdsServer server(kServerTypes);
         const SourceDescription source = odbcSource(server.connection());
-        const QString sql = QStringLiteral("select count(*) from many");
-        const QStringList expected{QStringLiteral("i:20000")};
+        const QString sql = u"select count(*) from many"_s;
+        const QStringList expected{u"i:20000"_s};
         QCOMPARE(rowsOf(source, sql), expected);
         server.stop();
         const QString down = errorOf([&] { rowsOf(source, sql); }).description();
-        QVERIFY2(down.contains(QStringLiteral("cannot be reached. Network: Unable to connect")) && !down.contains(QStringLiteral("PWD=pw")),
-                 qPrintable(down));
+        QVERIFY2(down.contains(u"cannot be reached. Network: Unable to connect"_s) && !down.contains(u"PWD=pw"_s), qPrintable(down));
         server.restart();
         QCOMPARE(rowsOf(source, sql), expected);
     }

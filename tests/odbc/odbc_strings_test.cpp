@@ -8,6 +8,7 @@
 
 using namespace qm;
 using namespace qm::odbc;
+using namespace Qt::StringLiterals;
 
 /// What is worked out before and after a driver is called.
 class OdbcStringsTest final : public QObject
@@ -42,9 +43,9 @@ private Q_SLOTS:
 
     void the_first_provider_counts_and_a_doubled_equals_sign_belongs_to_the_key()
     {
-        const Properties properties = parseAdo(QStringLiteral("Provider=SQLOLEDB.1;Provider=MSDAORA.1;a==b=c"));
-        QCOMPARE(properties.value(u"provider"), QStringLiteral("SQLOLEDB.1"));
-        QCOMPARE(properties.value(u"A=B"), QStringLiteral("c"));
+        const Properties properties = parseAdo(u"Provider=SQLOLEDB.1;Provider=MSDAORA.1;a==b=c"_s);
+        QCOMPARE(properties.value(u"provider"), u"SQLOLEDB.1"_s);
+        QCOMPARE(properties.value(u"A=B"), u"c"_s);
     }
 
     void each_driver_is_given_values_in_its_own_spelling_data()
@@ -67,53 +68,51 @@ private Q_SLOTS:
     void each_driver_is_given_values_in_its_own_spelling()
     {
         QFETCH(QString, value);
-        QTEST(escaped(value, Escaping::Bare).value_or(QStringLiteral("(impossible)")), "bare");
-        QTEST(escaped(value, Escaping::Doubled).value_or(QStringLiteral("(impossible)")), "doubled");
-        QCOMPARE(parseOdbc(QStringLiteral("PWD=%1;x=1").arg(*escaped(value, Escaping::Doubled))).value(u"pwd"), value);
+        QTEST(escaped(value, Escaping::Bare).value_or(u"(impossible)"_s), "bare");
+        QTEST(escaped(value, Escaping::Doubled).value_or(u"(impossible)"_s), "doubled");
+        QCOMPARE(parseOdbc(u"PWD=%1;x=1"_s.arg(*escaped(value, Escaping::Doubled))).value(u"pwd"), value);
     }
 
     void server_names_are_taken_apart_data()
     {
         QTest::addColumn<QString>("server");
         QTest::addColumn<QString>("parts");
-        QTest::newRow("host") << QStringLiteral("h") << QStringLiteral("h||0");
-        QTest::newRow("port") << QStringLiteral("tcp:h , 1444") << QStringLiteral("h||1444");
-        QTest::newRow("instance") << QStringLiteral("h\\inst") << QStringLiteral("h|inst|0");
-        QTest::newRow("instance and port") << QStringLiteral("h\\inst,1444") << QStringLiteral("h|inst|1444");
-        QTest::newRow("default instance") << QStringLiteral("h\\MSSQLSERVER") << QStringLiteral("h||0");
-        QTest::newRow("this machine") << QStringLiteral("(local)\\x") << QStringLiteral("127.0.0.1|x|0");
-        QTest::newRow("dot") << QStringLiteral(".") << QStringLiteral("127.0.0.1||0");
+        QTest::newRow("host") << u"h"_s << u"h||0"_s;
+        QTest::newRow("port") << u"tcp:h , 1444"_s << u"h||1444"_s;
+        QTest::newRow("instance") << u"h\\inst"_s << u"h|inst|0"_s;
+        QTest::newRow("instance and port") << u"h\\inst,1444"_s << u"h|inst|1444"_s;
+        QTest::newRow("default instance") << u"h\\MSSQLSERVER"_s << u"h||0"_s;
+        QTest::newRow("this machine") << u"(local)\\x"_s << u"127.0.0.1|x|0"_s;
+        QTest::newRow("dot") << u"."_s << u"127.0.0.1||0"_s;
     }
     void server_names_are_taken_apart()
     {
         QFETCH(QString, server);
         const ServerAddress address = ServerAddress::of(server);
-        QTEST(QStringLiteral("%1|%2|%3").arg(address.host, address.instance).arg(address.port), "parts");
+        QTEST(u"%1|%2|%3"_s.arg(address.host, address.instance).arg(address.port), "parts");
     }
 
     void drivers_are_chosen_in_order_of_preference()
     {
-        const QStringList installed{QStringLiteral("FREETDS"), QStringLiteral("Some oracle thing"),
-                                    QStringLiteral("ODBC Driver 17 for SQL Server"), QStringLiteral("Oracle 19 ODBC driver")};
-        QCOMPARE(sqlServerDriver(installed), QStringLiteral("ODBC Driver 17 for SQL Server"));
-        QCOMPARE(sqlServerDriver({QStringLiteral("FREETDS")}), QStringLiteral("FREETDS"));
-        QCOMPARE(oracleDriver(installed), QStringLiteral("Oracle 19 ODBC driver"));
-        QCOMPARE(oracleDriver({QStringLiteral("Some oracle thing")}), QStringLiteral("Some oracle thing"));
-        QCOMPARE(oracleDriver({QStringLiteral("FreeTDS")}), QString());
+        const QStringList installed{u"FREETDS"_s, u"Some oracle thing"_s, u"ODBC Driver 17 for SQL Server"_s, u"Oracle 19 ODBC driver"_s};
+        QCOMPARE(sqlServerDriver(installed), u"ODBC Driver 17 for SQL Server"_s);
+        QCOMPARE(sqlServerDriver({u"FREETDS"_s}), u"FREETDS"_s);
+        QCOMPARE(oracleDriver(installed), u"Oracle 19 ODBC driver"_s);
+        QCOMPARE(oracleDriver({u"Some oracle thing"_s}), u"Some oracle thing"_s);
+        QCOMPARE(oracleDriver({u"FreeTDS"_s}), QString());
     }
 
     void the_record_that_says_most_comes_first()
     {
         // As the driver for SQL Server gives them when the database may not be opened.
-        const ConnectFailure failure =
-            judgeConnecting({{QStringLiteral("42000"), 18456, QStringLiteral("Login failed for user 'plain'."), 0},
-                             {QStringLiteral("42000"), 4060, QStringLiteral("Cannot open database \"none\" requested by the login."), 0},
-                             {QStringLiteral("08001"), 0, QStringLiteral("Unable to connect to data source"), 0}});
+        const ConnectFailure failure = judgeConnecting({{u"42000"_s, 18456, u"Login failed for user 'plain'."_s, 0},
+                                                        {u"42000"_s, 4060, u"Cannot open database \"none\" requested by the login."_s, 0},
+                                                        {u"08001"_s, 0, u"Unable to connect to data source"_s, 0}});
         QCOMPARE(failure.stage, Stage::Database);
-        const QString text = explain(failure, QStringLiteral("FreeTDS"));
-        QVERIFY2(text.startsWith(QStringLiteral("Database: Cannot open database \"none\" requested by the login. [native error 4060, ")),
+        const QString text = explain(failure, u"FreeTDS"_s);
+        QVERIFY2(text.startsWith(u"Database: Cannot open database \"none\" requested by the login. [native error 4060, "_s),
                  qPrintable(text));
-        QVERIFY(text.indexOf(QStringLiteral("18456")) > text.indexOf(QStringLiteral("Check the database's name")));
+        QVERIFY(text.indexOf(u"18456"_s) > text.indexOf(u"Check the database's name"_s));
     }
 
     void a_report_sends_one_reading_statement_data()
@@ -163,18 +162,18 @@ private Q_SLOTS:
             return parameter;
         };
         const std::vector<BoundParameter> values{value("a", 1), value("B", 2)};
-        const OdbcSql sql = withPositionalMarks(QStringLiteral("select ':a', x::text -- :a\nfrom t where b=:b\nand a=:A and b2=:b ;\n"),
-                                                SqlDialect::PostgreSql, values);
-        QCOMPARE(sql.text, QStringLiteral("select ':a', x::text -- :a\nfrom t where b=?\nand a=? and b2=?"));
+        const OdbcSql sql =
+            withPositionalMarks(u"select ':a', x::text -- :a\nfrom t where b=:b\nand a=:A and b2=:b ;\n"_s, SqlDialect::PostgreSql, values);
+        QCOMPARE(sql.text, u"select ':a', x::text -- :a\nfrom t where b=?\nand a=? and b2=?"_s);
         QCOMPARE(sql.values.size(), std::size_t{3});
-        QCOMPARE(sql.values[0].name, QStringLiteral("B"));
-        QCOMPARE(sql.values[1].name, QStringLiteral("a"));
+        QCOMPARE(sql.values[0].name, u"B"_s);
+        QCOMPARE(sql.values[1].name, u"a"_s);
         const auto refusal = [&](const char *text) {
             return test::errorOf([&] { static_cast<void>(withPositionalMarks(QString::fromLatin1(text), SqlDialect::Standard, values)); })
                 .description();
         };
-        QVERIFY(refusal("select ?").contains(QStringLiteral("has no name")));
-        QVERIFY(refusal("select :c").contains(QStringLiteral("\"c\" has no value")));
+        QVERIFY(refusal("select ?").contains(u"has no name"_s));
+        QVERIFY(refusal("select :c").contains(u"\"c\" has no value"_s));
     }
 
     void decimals_stay_exact_data()
@@ -200,12 +199,12 @@ private Q_SLOTS:
     void a_data_source_that_cannot_be_meant_is_refused()
     {
         const auto told = [](const char *source) {
-            return test::errorOf([&] { static_cast<void>(describeSource(QString::fromLatin1(source), {}, QStringLiteral("/nowhere/"))); });
+            return test::errorOf([&] { static_cast<void>(describeSource(QString::fromLatin1(source), {}, u"/nowhere/"_s)); });
         };
-        QVERIFY(told("MSSQL::../x.dsf").description().contains(QStringLiteral("cannot be a file")));
-        QVERIFY(told("Payroll.dsf").description().contains(QStringLiteral("no known kind")));
-        QVERIFY(told("ODBC::Server=x;PWD=geheim").description().contains(QStringLiteral("names neither a driver")));
-        QVERIFY(!told("ODBC::Server=x;PWD=geheim").description().contains(QStringLiteral("geheim")));
+        QVERIFY(told("MSSQL::../x.dsf").description().contains(u"cannot be a file"_s));
+        QVERIFY(told("Payroll.dsf").description().contains(u"no known kind"_s));
+        QVERIFY(told("ODBC::Server=x;PWD=geheim").description().contains(u"names neither a driver"_s));
+        QVERIFY(!told("ODBC::Server=x;PWD=geheim").description().contains(u"geheim"_s));
         QCOMPARE(told("Oracle::none.dsf").number(), err::fileNotFound);
     }
 };

@@ -12,12 +12,13 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// Why a test that needs \p driver cannot run; empty when it can.
 [[nodiscard]] inline QString missingDriver(const QString &driver)
 {
-    return odbc::installedDrivers().contains(driver, Qt::CaseInsensitive)
-               ? QString()
-               : QStringLiteral("no ODBC driver named %1 is installed").arg(driver);
+    return odbc::installedDrivers().contains(driver, Qt::CaseInsensitive) ? QString()
+                                                                          : u"no ODBC driver named %1 is installed"_s.arg(driver);
 }
 
 /// Speaks SQL Server's protocol; database "sales" holds what \p sql makes, in tables whose columns are declared in SQL Server's types.
@@ -29,8 +30,7 @@ public:
     explicit TdsServer(const char *sql, const QStringList &more = {}) : m_more(more)
     {
         int code = SQLITE_OK;
-        const auto connection =
-            sqlite::open(m_folder.filePath(QStringLiteral("sales.db")), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
+        const auto connection = sqlite::open(m_folder.filePath(u"sales.db"_s), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
         if (sqlite::execute(connection.get(), sql) != SQLITE_OK)
             m_problem = QString::fromUtf8(sqlite3_errmsg(connection.get()));
         else
@@ -40,25 +40,25 @@ public:
     /// Ends the server and starts another one on the same port.
     void restart()
     {
-        QStringList arguments{QStringLiteral("--db"),   QStringLiteral("sales=") + m_folder.filePath(QStringLiteral("sales.db")),
-                              QStringLiteral("--user"), QStringLiteral("plain:pw"),
-                              QStringLiteral("--deny"), QStringLiteral("plain:hr"),
-                              QStringLiteral("--db"),   QStringLiteral("hr=:memory:")};
+        QStringList arguments{u"--db"_s,   u"sales="_s + m_folder.filePath(u"sales.db"_s),
+                              u"--user"_s, u"plain:pw"_s,
+                              u"--deny"_s, u"plain:hr"_s,
+                              u"--db"_s,   u"hr=:memory:"_s};
         if (m_port != 0)
-            arguments << QStringLiteral("--port") << QString::number(m_port);
+            arguments << u"--port"_s << QString::number(m_port);
         m_process.stop();
-        m_problem = m_process.start(QStringLiteral("tds_server.py"), arguments + m_more) ? QString() : m_process.problem();
-        m_port = m_process.port(QStringLiteral("port"));
+        m_problem = m_process.start(u"tds_server.py"_s, arguments + m_more) ? QString() : m_process.problem();
+        m_port = m_process.port(u"port"_s);
     }
     void stop() { m_process.stop(); }
 
     [[nodiscard]] const QString &problem() const { return m_problem; }
     [[nodiscard]] int port() const { return m_port; }
     /// As a data source names it: "127.0.0.1,PORT".
-    [[nodiscard]] QString server() const { return QStringLiteral("127.0.0.1,%1").arg(m_port); }
+    [[nodiscard]] QString server() const { return u"127.0.0.1,%1"_s.arg(m_port); }
     [[nodiscard]] QString connection() const
     {
-        return QStringLiteral("Driver=FreeTDS;Server=127.0.0.1;Port=%1;UID=plain;PWD=pw;Database=sales").arg(m_port);
+        return u"Driver=FreeTDS;Server=127.0.0.1;Port=%1;UID=plain;PWD=pw;Database=sales"_s.arg(m_port);
     }
 
 private:
@@ -75,7 +75,7 @@ class PostgresServer final
 public:
     PostgresServer()
     {
-        if (!m_process.start(QStringLiteral("postgres.sh"), {}))
+        if (!m_process.start(u"postgres.sh"_s, {}))
             m_problem = m_process.problem();
     }
     ~PostgresServer() { freeze(false); }
@@ -83,27 +83,24 @@ public:
     PostgresServer &operator=(const PostgresServer &) = delete;
 
     [[nodiscard]] const QString &problem() const { return m_problem; }
-    [[nodiscard]] QString connection(const QString &password = QStringLiteral("pw")) const
+    [[nodiscard]] QString connection(const QString &password = u"pw"_s) const
     {
-        return QStringLiteral("Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=%1;UID=boss;PWD=%2;Database=sales")
-            .arg(port())
-            .arg(password);
+        return u"Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=%1;UID=boss;PWD=%2;Database=sales"_s.arg(port()).arg(password);
     }
-    [[nodiscard]] int port() const { return m_process.port(QStringLiteral("port")); }
+    [[nodiscard]] int port() const { return m_process.port(u"port"_s); }
     /// Runs \p sql. \returns what it gave, or null after an error.
     [[nodiscard]] QByteArray run(const QString &sql) const
     {
-        const QString url = QStringLiteral("postgresql://boss:pw@127.0.0.1:%1/sales").arg(port());
-        return outputOf(QStringLiteral("psql"),
-                        {QStringLiteral("-qAtXv"), QStringLiteral("ON_ERROR_STOP=1"), url, QStringLiteral("-c"), sql});
+        const QString url = u"postgresql://boss:pw@127.0.0.1:%1/sales"_s.arg(port());
+        return outputOf(u"psql"_s, {u"-qAtXv"_s, u"ON_ERROR_STOP=1"_s, url, u"-c"_s, sql});
     }
     /// Stops the processes of all connections made so far, or has them go on: a server that went silent.
     void freeze(bool frozen) const
     {
-        const auto server = static_cast<pid_t>(m_process.port(QStringLiteral("pid")));
+        const auto server = static_cast<pid_t>(m_process.port(u"pid"_s));
         if (server <= 0)
             return;
-        for (const QByteArray &child : outputOf(QStringLiteral("pgrep"), {QStringLiteral("-P"), QString::number(server)}).split('\n'))
+        for (const QByteArray &child : outputOf(u"pgrep"_s, {u"-P"_s, QString::number(server)}).split('\n'))
             if (!child.isEmpty())
                 ::kill(static_cast<pid_t>(child.toInt()), frozen ? SIGSTOP : SIGCONT);
         ::kill(server, frozen ? SIGSTOP : SIGCONT);

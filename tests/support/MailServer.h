@@ -11,6 +11,8 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// One message as the server took it, read by Python's e-mail package.
 struct TakenMail
 {
@@ -18,9 +20,9 @@ struct TakenMail
     /// from, to, cc, subject, text, html, messageId, date; attachments: array of {name, type, file}, the content unpacked into file
     QJsonObject message;
 
-    [[nodiscard]] QJsonArray attachments() const { return message[QStringLiteral("attachments")].toArray(); }
+    [[nodiscard]] QJsonArray attachments() const { return message[u"attachments"_s].toArray(); }
     /// The unpacked content of an attachment.
-    [[nodiscard]] QString attachedFile(int index) const { return attachments()[index].toObject()[QStringLiteral("file")].toString(); }
+    [[nodiscard]] QString attachedFile(int index) const { return attachments()[index].toObject()[u"file"_s].toString(); }
 };
 
 /// Takes mail on loopback while it lives, and has this process trust its authority.
@@ -32,18 +34,17 @@ public:
     MailServer()
     {
         m_certificatesBefore = qgetenv("SSL_CERT_FILE");
-        if (!hasPythonModule(QStringLiteral("aiosmtpd"))) {
-            m_missing = QStringLiteral("python3-aiosmtpd is not installed");
+        if (!hasPythonModule(u"aiosmtpd"_s)) {
+            m_missing = u"python3-aiosmtpd is not installed"_s;
             return;
         }
-        if (outputOf(serverScript(QStringLiteral("mkca.sh")), {certificates()}).isNull()) {
-            m_missing = QStringLiteral("no certificates: is openssl installed?");
+        if (outputOf(serverScript(u"mkca.sh"_s), {certificates()}).isNull()) {
+            m_missing = u"no certificates: is openssl installed?"_s;
             return;
         }
-        qputenv("SSL_CERT_FILE", (certificates() + QStringLiteral("/ca.pem")).toUtf8());
-        if (!m_process.start(QStringLiteral("smtp_server.py"),
-                             {QStringLiteral("--out"), m_folder.filePath(QStringLiteral("mail")), QStringLiteral("--certificates"),
-                              certificates(), QStringLiteral("--user"), QString::fromUtf8(kUser) + u':' + QString::fromUtf8(kPassword)}))
+        qputenv("SSL_CERT_FILE", (certificates() + u"/ca.pem"_s).toUtf8());
+        if (!m_process.start(u"smtp_server.py"_s, {u"--out"_s, m_folder.filePath(u"mail"_s), u"--certificates"_s, certificates(),
+                                                   u"--user"_s, QString::fromUtf8(kUser) + u':' + QString::fromUtf8(kPassword)}))
             m_problem = m_process.problem();
     }
     ~MailServer()
@@ -61,27 +62,23 @@ public:
     /// Why it does not run although nothing is missing.
     [[nodiscard]] const QString &problem() const { return m_problem; }
     [[nodiscard]] int port(const char *listener) const { return m_process.port(QString::fromLatin1(listener)); }
-    [[nodiscard]] int taken() const
-    {
-        return static_cast<int>(QDir(m_folder.filePath(QStringLiteral("mail"))).entryList({QStringLiteral("*.json")}).size());
-    }
+    [[nodiscard]] int taken() const { return static_cast<int>(QDir(m_folder.filePath(u"mail"_s)).entryList({u"*.json"_s}).size()); }
     /// The mail number \p number, from 1.
     [[nodiscard]] TakenMail mail(int number) const
     {
-        const QString stem = m_folder.filePath(QStringLiteral("mail/%1").arg(number));
-        QFile envelope(stem + QStringLiteral(".json"));
+        const QString stem = m_folder.filePath(u"mail/%1"_s.arg(number));
+        QFile envelope(stem + u".json"_s);
         TakenMail taken;
         if (envelope.open(QIODevice::ReadOnly))
             taken.envelope = QJsonDocument::fromJson(envelope.readAll()).object();
-        taken.message = QJsonDocument::fromJson(outputOf(QStringLiteral("/usr/bin/python3"),
-                                                         {serverScript(QStringLiteral("read_mail.py")), stem + QStringLiteral(".eml")}))
-                            .object();
+        taken.message =
+            QJsonDocument::fromJson(outputOf(u"/usr/bin/python3"_s, {serverScript(u"read_mail.py"_s), stem + u".eml"_s})).object();
         return taken;
     }
     [[nodiscard]] TakenMail lastMail() const { return mail(taken()); }
 
 private:
-    [[nodiscard]] QString certificates() const { return m_folder.filePath(QStringLiteral("certificates")); }
+    [[nodiscard]] QString certificates() const { return m_folder.filePath(u"certificates"_s); }
 
     QTemporaryDir m_folder;
     QByteArray m_certificatesBefore;

@@ -1,10 +1,11 @@
 // quillmark-import on CSV: what arrives, what is refused and where, and that whatever goes wrong leaves the old data whole.
 
-#include "ToolRun.h"
+#include "support/ToolRun.h"
 
 #include <QTemporaryDir>
 
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 class ToolsImportTest final : public QObject
 {
@@ -14,7 +15,7 @@ private:
     [[nodiscard]] QString path(const char *name) const { return m_folder->filePath(QString::fromLatin1(name)); }
     [[nodiscard]] QStringList arguments(const char *kind, const QStringList &inputs) const
     {
-        return QStringList{QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"), QString::fromLatin1(kind)} + inputs;
+        return QStringList{u"--database"_s, path("log.db"), u"--kind"_s, QString::fromLatin1(kind)} + inputs;
     }
     [[nodiscard]] ToolResult import(const char *kind, const QByteArray &csv) const
     {
@@ -40,20 +41,19 @@ private Q_SLOTS:
                                                    "line\",red,4625,Ünïcode 用户 🙂\r\n"
                                                    "9,2026-11-20 12:30:00+02:00,Warning,Warning,System,PC,\"\",,,\n"
                                                    "8,\"2026-11-20\",Information,Audit Success,Security,\" PC \",\t,\"\"\"\",-5,O'Brien");
-        QCOMPARE(result.err.trimmed(),
-                 QStringLiteral("quillmark-import: %1: column \"colour\" is not known and is skipped").arg(path("in.csv")));
+        QCOMPARE(result.err.trimmed(), u"quillmark-import: %1: column \"colour\" is not known and is skipped"_s.arg(path("in.csv")));
         QCOMPARE(result.code, 0);
         QCOMPARE(rows("SELECT id,time_generated,level,channel,computer,message,event_id,user_name FROM server_events ORDER BY id"),
-                 (QStringList{QStringLiteral("1|2026-11-20 10:00:00.123|Error|Unknown|(unknown)|two \"quoted\" words,\r\nand a\nsecond "
-                                             "line|4625|Ünïcode 用户 🙂"),
-                              QStringLiteral("2|2026-11-20 10:30:00.000|Warning|System|PC|~|~|~"),
-                              QStringLiteral("3|2026-11-20 00:00:00.000|Information|Security| PC |\t|-5|O'Brien")}));
-        QCOMPARE(rows("SELECT typeof(event_id) FROM server_events WHERE id=1"), QStringList{QStringLiteral("integer")});
-        QCOMPARE(rows("PRAGMA journal_mode"), QStringList{QStringLiteral("wal")});
-        QCOMPARE(rows("SELECT title FROM event_types WHERE event_id=4625"), QStringList{QStringLiteral("Failed logon")});
+                 (QStringList{u"1|2026-11-20 10:00:00.123|Error|Unknown|(unknown)|two \"quoted\" words,\r\nand a\nsecond "
+                              "line|4625|Ünïcode 用户 🙂"_s,
+                              u"2|2026-11-20 10:30:00.000|Warning|System|PC|~|~|~"_s,
+                              u"3|2026-11-20 00:00:00.000|Information|Security| PC |\t|-5|O'Brien"_s}));
+        QCOMPARE(rows("SELECT typeof(event_id) FROM server_events WHERE id=1"), QStringList{u"integer"_s});
+        QCOMPARE(rows("PRAGMA journal_mode"), QStringList{u"wal"_s});
+        QCOMPARE(rows("SELECT title FROM event_types WHERE event_id=4625"), QStringList{u"Failed logon"_s});
         // Row ids go on after the largest one, whatever the file says.
         QCOMPARE(import("server", "id,time_generated,level,type\n1,2026-11-21,Error,Error\n").code, 0);
-        QCOMPARE(rows("SELECT max(id) FROM server_events"), QStringList{QStringLiteral("4")});
+        QCOMPARE(rows("SELECT max(id) FROM server_events"), QStringList{u"4"_s});
     }
 
     void derived_columns_are_computed()
@@ -62,7 +62,7 @@ private Q_SLOTS:
             import("mail", "time,event,sender,recipient,sender_domain\n2026-11-20,FAIL,\"\"\"a@b\"\"@EXAMPLE.Org>\",nobody,wrong.example\n")
                 .code,
             0);
-        QCOMPARE(rows("SELECT sender_domain,recipient_domain FROM mail_events"), QStringList{QStringLiteral("example.org|~")});
+        QCOMPARE(rows("SELECT sender_domain,recipient_domain FROM mail_events"), QStringList{u"example.org|~"_s});
         QVERIFY(QFile::remove(path("log.db")));
         const QByteArray head = "time,server,operation,result,path\n";
         QByteArray csv = head;
@@ -71,17 +71,15 @@ private Q_SLOTS:
             csv += QByteArray("2026-11-20,S,READ,SUCCESS,") + file + '\n';
         QCOMPARE(import("file", csv).code, 0);
         QCOMPARE(rows("SELECT folder,file_ext FROM file_events ORDER BY id"),
-                 (QStringList{QStringLiteral("C:\\Data|txt"), QStringLiteral("C:\\|ini"), QStringLiteral("\\\\srv\\share\\x|gz"),
-                              QStringLiteral("C:\\|~"), QStringLiteral("~|~"), QStringLiteral("/srv/data|profile"),
-                              QStringLiteral("C:\\folder|~")}));
+                 (QStringList{u"C:\\Data|txt"_s, u"C:\\|ini"_s, u"\\\\srv\\share\\x|gz"_s, u"C:\\|~"_s, u"~|~"_s, u"/srv/data|profile"_s,
+                              u"C:\\folder|~"_s}));
     }
 
     void values_that_no_look_up_table_lists_are_told()
     {
         const ToolResult result = import("file", "time,server,operation,result\n2026-11-20,S,TELEPORT,SUCCESS\n");
         QCOMPARE(result.code, 0);
-        QVERIFY2(result.err.contains(QStringLiteral("\"TELEPORT\" in column \"operation\" is not listed in file_operations")),
-                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(u"\"TELEPORT\" in column \"operation\" is not listed in file_operations"_s), qPrintable(result.err));
     }
 
     void a_fault_is_told_with_its_line_and_nothing_is_imported_data()
@@ -130,9 +128,9 @@ private Q_SLOTS:
         writeFile(path("bad.csv"), csv);
         const ToolResult result = runTool("quillmark-import", arguments("server", {path("good.csv"), path("bad.csv")}));
         QCOMPARE(result.code, 1);
-        QVERIFY2(result.err.contains(path("bad.csv") + QStringLiteral(", ") + expected), qPrintable(result.err));
-        QVERIFY2(result.err.contains(QStringLiteral("nothing was imported")), qPrintable(result.err));
-        QCOMPARE(rows("SELECT id,time_generated FROM server_events"), QStringList{QStringLiteral("1|2026-11-19 00:00:00.000")});
+        QVERIFY2(result.err.contains(path("bad.csv") + u", "_s + expected), qPrintable(result.err));
+        QVERIFY2(result.err.contains(u"nothing was imported"_s), qPrintable(result.err));
+        QCOMPARE(rows("SELECT id,time_generated FROM server_events"), QStringList{u"1|2026-11-19 00:00:00.000"_s});
         QCOMPARE(readFile(path("log.db")), before);
     }
 
@@ -144,7 +142,7 @@ private Q_SLOTS:
             const ToolResult result = import(kind, csv);
             return result.code == 1 && result.err.contains(QString::fromUtf8(why)) && readFile(path("log.db")) == before
                        ? QString()
-                       : QStringLiteral("%1: %2").arg(result.code).arg(result.err);
+                       : u"%1: %2"_s.arg(result.code).arg(result.err);
         };
         writeFile(path("log.db"), QByteArray(4096, 'x'));
         QCOMPARE(refused("server", "is not an SQLite database"), QString());
@@ -160,28 +158,27 @@ private Q_SLOTS:
         QCOMPARE(import("server", csv).code, 0);
         QVERIFY(QFile::setPermissions(path("log.db"), QFile::ReadOwner | QFile::ReadGroup));
         QCOMPARE(refused("server", "is read-only"), QString());
-        const ToolResult lost = runTool("quillmark-import", {QStringLiteral("--database"), path("no/such/log.db"), QStringLiteral("--kind"),
-                                                             QStringLiteral("server"), path("in.csv")});
+        const ToolResult lost =
+            runTool("quillmark-import", {u"--database"_s, path("no/such/log.db"), u"--kind"_s, u"server"_s, path("in.csv")});
         QCOMPARE(lost.code, 1);
-        QVERIFY2(lost.err.contains(QStringLiteral("its folder does not exist")), qPrintable(lost.err));
+        QVERIFY2(lost.err.contains(u"its folder does not exist"_s), qPrintable(lost.err));
     }
 
     void wrong_usage_ends_with_2()
     {
         const QString input = path("in.csv");
         for (const QStringList &wrong :
-             {QStringList{}, QStringList{QStringLiteral("--kind"), QStringLiteral("server"), input}, arguments("disk", {input}),
-              arguments("server", {}), arguments("mail", {QStringLiteral("--format"), QStringLiteral("syslog"), input}),
-              arguments("server", {QStringLiteral("--format"), QStringLiteral("pdf"), input}),
-              arguments("server", {QStringLiteral("--colour"), input})}) {
+             {QStringList{}, QStringList{u"--kind"_s, u"server"_s, input}, arguments("disk", {input}), arguments("server", {}),
+              arguments("mail", {u"--format"_s, u"syslog"_s, input}), arguments("server", {u"--format"_s, u"pdf"_s, input}),
+              arguments("server", {u"--colour"_s, input})}) {
             const ToolResult result = runTool("quillmark-import", wrong);
-            QVERIFY2(result.code == 2 && result.err.contains(QStringLiteral("usage:")), qPrintable(wrong.join(u' ')));
+            QVERIFY2(result.code == 2 && result.err.contains(u"usage:"_s), qPrintable(wrong.join(u' ')));
         }
         const ToolResult missing = runTool("quillmark-import", arguments("server", {path("none.csv")}));
         QCOMPARE(missing.code, 1);
-        QVERIFY2(missing.err.contains(QStringLiteral("there is no such file")), qPrintable(missing.err));
+        QVERIFY2(missing.err.contains(u"there is no such file"_s), qPrintable(missing.err));
         QVERIFY(!QFile::exists(path("log.db")));
-        QCOMPARE(runTool("quillmark-import", {QStringLiteral("--help")}).code, 0);
+        QCOMPARE(runTool("quillmark-import", {u"--help"_s}).code, 0);
     }
 
     void a_killed_import_leaves_the_old_data_whole()
@@ -202,7 +199,7 @@ private Q_SLOTS:
             const qint64 count = rows("SELECT count(*) FROM server_events").value(0).toLongLong();
             QVERIFY2(count == expected || count == expected + kRows, qPrintable(QString::number(count)));
             expected = count;
-            QCOMPARE(rows("PRAGMA integrity_check"), QStringList{QStringLiteral("ok")});
+            QCOMPARE(rows("PRAGMA integrity_check"), QStringList{u"ok"_s});
         }
         QCOMPARE(runTool("quillmark-import", arguments("server", {path("long.csv")})).code, 0);
         QCOMPARE(rows("SELECT count(*) FROM server_events"), QStringList{QString::number(expected + kRows)});
@@ -213,35 +210,34 @@ private Q_SLOTS:
         const QByteArray head = "time_generated,level,type,message\n", row = "2026-11-20,Error,Error," + QByteArray(200, 'm') + '\n';
         constexpr int kRows = 10'000;
         QProcess first; // holds the database until its standard input ends
-        first.start(toolPath("quillmark-import"), arguments("server", {QStringLiteral("-")}));
+        first.start(toolPath("quillmark-import"), arguments("server", {u"-"_s}));
         QVERIFY(first.waitForStarted());
         first.write(head + row.repeated(kRows / 2));
         const auto journal = path("log.db-wal");
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(journal), 10'000);
         QTest::qWait(500);
         writeFile(path("second.csv"), head + row);
-        const ToolResult impatient = runTool("quillmark-import", QStringList{QStringLiteral("--wait"), QStringLiteral("1")} +
-                                                                     arguments("server", {path("second.csv")}));
+        const ToolResult impatient =
+            runTool("quillmark-import", QStringList{u"--wait"_s, u"1"_s} + arguments("server", {path("second.csv")}));
         QCOMPARE(impatient.code, 1);
-        QVERIFY2(impatient.err.contains(QStringLiteral("is in use by another program that writes to it; waited 1 seconds")),
-                 qPrintable(impatient.err));
+        QVERIFY2(impatient.err.contains(u"is in use by another program that writes to it; waited 1 seconds"_s), qPrintable(impatient.err));
         QProcess second;
         second.start(toolPath("quillmark-import"), arguments("server", {path("second.csv")}));
         QVERIFY(!second.waitForFinished(1000));
-        QCOMPARE(rows("SELECT count(*) FROM sqlite_schema"), QStringList{QStringLiteral("0")});
+        QCOMPARE(rows("SELECT count(*) FROM sqlite_schema"), QStringList{u"0"_s});
         first.write(row.repeated(kRows / 2));
         first.closeWriteChannel();
         QVERIFY(first.waitForFinished(60'000));
         QCOMPARE(first.exitCode(), 0);
         QVERIFY(second.waitForFinished(60'000));
         QCOMPARE(second.exitCode(), 0);
-        QCOMPARE(rows("SELECT count(*), max(id) FROM server_events"), QStringList{QStringLiteral("%1|%1").arg(kRows + 1)});
+        QCOMPARE(rows("SELECT count(*), max(id) FROM server_events"), QStringList{u"%1|%1"_s.arg(kRows + 1)});
     }
 
     void an_interrupted_import_says_so()
     {
         QProcess process;
-        process.start(toolPath("quillmark-import"), arguments("server", {QStringLiteral("-")}));
+        process.start(toolPath("quillmark-import"), arguments("server", {u"-"_s}));
         QVERIFY(process.waitForStarted());
         const QByteArray row = "2026-11-20,Error,Error\n";
         process.write("time_generated,level,type\n" + row.repeated(30'000));
@@ -253,35 +249,34 @@ private Q_SLOTS:
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 1);
         QVERIFY(process.readAllStandardError().contains("interrupted"));
-        QCOMPARE(rows("SELECT count(*) FROM sqlite_schema"), QStringList{QStringLiteral("0")});
+        QCOMPARE(rows("SELECT count(*) FROM sqlite_schema"), QStringList{u"0"_s});
     }
 
     void real_events_arrive_row_for_row()
     {
-        const QString data = qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/../shared/data/");
-        if (!QFile::exists(data + QStringLiteral("build_db.py")))
+        const QString data = qEnvironmentVariable("QM_SOURCE_DIR") + u"/../shared/data/"_s;
+        if (!QFile::exists(data + u"build_db.py"_s))
             QSKIP("the shared event data is not on this machine");
-        if (QProcess::execute(QStringLiteral("python3"), {data + QStringLiteral("build_db.py"), data, path("reference")}) != 0)
+        if (QProcess::execute(u"python3"_s, {data + u"build_db.py"_s, data, path("reference")}) != 0)
             QSKIP("python3 is not on this machine");
-        const QMap<QString, QString> tables{{QStringLiteral("server"), QStringLiteral("event_types,logon_types,server_events")},
-                                            {QStringLiteral("mail"), QStringLiteral("mail_event_types,mail_status,mail_events")},
-                                            {QStringLiteral("file"), QStringLiteral("file_operations,file_events")}};
+        const QMap<QString, QString> tables{{u"server"_s, u"event_types,logon_types,server_events"_s},
+                                            {u"mail"_s, u"mail_event_types,mail_status,mail_events"_s},
+                                            {u"file"_s, u"file_operations,file_events"_s}};
         for (auto i = tables.begin(); i != tables.end(); ++i) {
-            const QString database = m_folder->filePath(i.key() + QStringLiteral(".db"));
-            const QString reference = m_folder->filePath(QStringLiteral("reference/") + i.key() + QStringLiteral(".db"));
-            const ToolResult result = runTool("quillmark-import", {QStringLiteral("--database"), database, QStringLiteral("--kind"),
-                                                                   i.key(), data + i.key() + QStringLiteral("_events.csv")});
+            const QString database = m_folder->filePath(i.key() + u".db"_s);
+            const QString reference = m_folder->filePath(u"reference/"_s + i.key() + u".db"_s);
+            const ToolResult result =
+                runTool("quillmark-import", {u"--database"_s, database, u"--kind"_s, i.key(), data + i.key() + u"_events.csv"_s});
             QVERIFY2(result.code == 0, qPrintable(result.err));
             for (const QString &table : i.value().split(u',')) {
-                const QStringList all =
-                    rowsOf(reference, QStringLiteral("SELECT name FROM pragma_table_info('%1') WHERE name<>'id'").arg(table));
+                const QStringList all = rowsOf(reference, u"SELECT name FROM pragma_table_info('%1') WHERE name<>'id'"_s.arg(table));
                 const QString columns = all.join(u',');
-                const QString sql = QStringLiteral("SELECT %1 FROM %2 ORDER BY %1").arg(columns, table);
+                const QString sql = u"SELECT %1 FROM %2 ORDER BY %1"_s.arg(columns, table);
                 const QStringList expected = rowsOf(reference, sql);
                 QVERIFY2(expected.size() > 5, qPrintable(table));
                 QVERIFY2(rowsOf(database, sql) == expected, qPrintable(table));
             }
-            const QString schema = QStringLiteral("SELECT type, name FROM sqlite_schema ORDER BY name");
+            const QString schema = u"SELECT type, name FROM sqlite_schema ORDER BY name"_s;
             QCOMPARE(rowsOf(database, schema), rowsOf(reference, schema));
         }
     }

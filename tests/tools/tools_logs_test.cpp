@@ -1,6 +1,6 @@
 // quillmark-import on what machines log by themselves: syslog, the journal, Windows events; and the texts of times.
 
-#include "ToolRun.h"
+#include "support/ToolRun.h"
 
 #include "importing/TimeText.h"
 
@@ -9,6 +9,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 class ToolsLogsTest final : public QObject
 {
@@ -20,12 +21,11 @@ private:
     {
         writeFile(path(name), log);
         return runTool("quillmark-import",
-                       QStringList{QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"), QStringLiteral("server")} +
-                           more + QStringList{path(name)});
+                       QStringList{u"--database"_s, path("log.db"), u"--kind"_s, u"server"_s} + more + QStringList{path(name)});
     }
     [[nodiscard]] QStringList rows(const char *columns) const
     {
-        return rowsOf(path("log.db"), QStringLiteral("SELECT %1 FROM server_events ORDER BY id").arg(QString::fromLatin1(columns)));
+        return rowsOf(path("log.db"), u"SELECT %1 FROM server_events ORDER BY id"_s.arg(QString::fromLatin1(columns)));
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -79,14 +79,13 @@ private Q_SLOTS:
             "%% It's time.\n"
             "<191>1 2026-11-20T00:00:00Z - - - - -\n";
         QCOMPARE(import("app.log", log).err, QString());
-        QCOMPARE(
-            rows("time_generated,level,type,source,channel,category,computer,process,message,data_source"),
-            (QStringList{QStringLiteral("2026-11-20 22:14:15.003|Critical|Critical|su|auth|ID47|mymachine.example.com|su[231]|'su root' "
-                                        "failed for lonvick on /dev/pts/8|syslog:app.log"),
-                         QStringLiteral("2026-11-20 12:14:15.000|Information|Information|myproc|local4|~|192.0.2.1|myproc[8710]|[ex@32473 "
-                                        "iut=\"3\" note=\"a \\] and \\\" in it\"][x y=\"z\"] %% "
-                                        "It's time.|syslog:app.log"),
-                         QStringLiteral("2026-11-20 00:00:00.000|Verbose|Verbose|~|local7|~|(unknown)|~|~|syslog:app.log")}));
+        QCOMPARE(rows("time_generated,level,type,source,channel,category,computer,process,message,data_source"),
+                 (QStringList{u"2026-11-20 22:14:15.003|Critical|Critical|su|auth|ID47|mymachine.example.com|su[231]|'su root' "
+                              "failed for lonvick on /dev/pts/8|syslog:app.log"_s,
+                              u"2026-11-20 12:14:15.000|Information|Information|myproc|local4|~|192.0.2.1|myproc[8710]|[ex@32473 "
+                              "iut=\"3\" note=\"a \\] and \\\" in it\"][x y=\"z\"] %% "
+                              "It's time.|syslog:app.log"_s,
+                              u"2026-11-20 00:00:00.000|Verbose|Verbose|~|local7|~|(unknown)|~|~|syslog:app.log"_s}));
     }
 
     void syslog_rfc_3164_takes_zone_and_year_from_here()
@@ -103,29 +102,28 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::Append));
         QVERIFY(file.setFileTime(QDateTime(QDate(2026, 1, 3), QTime(12, 0), Qt::UTC), QFileDevice::FileModificationTime));
         file.close();
-        const ToolResult result = runTool("quillmark-import", {QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"),
-                                                               QStringLiteral("server"), path("messages")});
+        const ToolResult result =
+            runTool("quillmark-import", {u"--database"_s, path("log.db"), u"--kind"_s, u"server"_s, path("messages")});
         QCOMPARE(result.err, QString());
         QCOMPARE(rows("time_generated,level,source,channel,computer,process,message"),
-                 (QStringList{
-                     QStringLiteral("2025-12-31 22:59:58.000|Information|sshd|syslog|host|sshd[812]|Failed password for root from "
-                                    "198.51.100.7 port 4711 ssh2"),
-                     QStringLiteral("2025-12-31 23:30:00.000|Information|kernel|syslog|host|~|[ 1.5] eth0: link up"),
-                     QStringLiteral("2026-01-02 07:00:00.000|Error|CRON|user|host|CRON[9]|(root) CMD (a: b)\n\tgoes on here\n\nand here"),
-                     QStringLiteral("2025-07-01 10:00:00.000|Information|~|syslog|host|~|just words"),
-                     QStringLiteral("2026-01-02 08:00:00.500|Information|app|syslog|host|~|caf\uFFFD")}));
+                 (QStringList{u"2025-12-31 22:59:58.000|Information|sshd|syslog|host|sshd[812]|Failed password for root from "
+                              "198.51.100.7 port 4711 ssh2"_s,
+                              u"2025-12-31 23:30:00.000|Information|kernel|syslog|host|~|[ 1.5] eth0: link up"_s,
+                              u"2026-01-02 07:00:00.000|Error|CRON|user|host|CRON[9]|(root) CMD (a: b)\n\tgoes on here\n\nand here"_s,
+                              u"2025-07-01 10:00:00.000|Information|~|syslog|host|~|just words"_s,
+                              u"2026-01-02 08:00:00.500|Information|app|syslog|host|~|caf\uFFFD"_s}));
     }
 
     void what_never_ends_is_refused_before_it_fills_the_memory()
     {
-        const QStringList syslog{QStringLiteral("--format"), QStringLiteral("syslog")};
+        const QStringList syslog{u"--format"_s, u"syslog"_s};
         const ToolResult line = import("a.log", QByteArray(70 << 20, 'x'), syslog);
-        QVERIFY2(line.code == 1 && line.err.contains(QStringLiteral("a.log, line 1: the line is longer")), qPrintable(line.err));
+        QVERIFY2(line.code == 1 && line.err.contains(u"a.log, line 1: the line is longer"_s), qPrintable(line.err));
         const ToolResult lines = import(
             "b.log", "Nov 20 08:15:00 host app: m\n\nNov 20 08:15:00 host app: m\n" + QByteArray("other text\n").repeated(7 << 20), syslog);
-        QVERIFY2(lines.code == 1 && lines.err.contains(QStringLiteral("b.log, line 3: more than 64 MiB")), qPrintable(lines.err));
+        QVERIFY2(lines.code == 1 && lines.err.contains(u"b.log, line 3: more than 64 MiB"_s), qPrintable(lines.err));
         const ToolResult text = import("c.xml", "<Event><System>\n" + QByteArray(70 << 20, 'x') + "</System></Event>");
-        QVERIFY2(text.code == 1 && text.err.contains(QStringLiteral("c.xml, line 2: a text is longer")), qPrintable(text.err));
+        QVERIFY2(text.code == 1 && text.err.contains(u"c.xml, line 2: a text is longer"_s), qPrintable(text.err));
     }
 
     void the_journal()
@@ -138,14 +136,13 @@ private Q_SLOTS:
             R"({"__REALTIME_TIMESTAMP":"1795421432000000","MESSAGE":null,"_COMM":["a","b"],"_HOSTNAME":"srv1"})"
             "\n";
         QCOMPARE(import("journal.json", log).err, QString());
-        QCOMPARE(
-            rows("time_generated,level,source,channel,category,computer,user_name,process,message"),
-            (QStringList{QStringLiteral("2026-11-23 08:10:30.123|Error|sshd|auth|ssh.service|srv1|uid 0|/usr/sbin/sshd|line one\nline two"),
-                         QStringLiteral("2026-11-23 08:10:31.000|Information|~|kernel|~|(unknown)|~|~|café"),
-                         QStringLiteral("2026-11-23 08:10:32.000|Information|a\nb|journal|~|srv1|~|a\nb|~")}));
+        QCOMPARE(rows("time_generated,level,source,channel,category,computer,user_name,process,message"),
+                 (QStringList{u"2026-11-23 08:10:30.123|Error|sshd|auth|ssh.service|srv1|uid 0|/usr/sbin/sshd|line one\nline two"_s,
+                              u"2026-11-23 08:10:31.000|Information|~|kernel|~|(unknown)|~|~|café"_s,
+                              u"2026-11-23 08:10:32.000|Information|a\nb|journal|~|srv1|~|a\nb|~"_s}));
         const ToolResult bad = import("bad.json", log + "{\"MESSAGE\":\n");
         QCOMPARE(bad.code, 1);
-        QVERIFY2(bad.err.contains(QStringLiteral("bad.json, line 4: the line is not JSON")), qPrintable(bad.err));
+        QVERIFY2(bad.err.contains(u"bad.json, line 4: the line is not JSON"_s), qPrintable(bad.err));
     }
 
     void windows_events()
@@ -187,22 +184,21 @@ private Q_SLOTS:
                                    "<Computer>SRV1</Computer><Security "
                                    "UserID='S-1-5-18'/></System><EventData><Data>plain</Data><Binary>5700</Binary></EventData></Event>";
         const QStringList expected{
-            QStringLiteral("2026-11-20 10:29:51.026|440|4625|Information|Audit "
-                           "Failure|Logon|EXAMPLE|m.okafor|~|3|192.0.2.7|0xc000006a|Failed logon.\n\nSubjectUserName: -\nTargetUserName: "
-                           "m.okafor\nTargetDomainName: EXAMPLE\nStatus: 0xc000006d\nSubStatus: 0xc000006a\nLogonType: 3\nProcessName: "
-                           "-\nIpAddress: ::ffff:192.0.2.7"),
-            QStringLiteral("2026-11-20 10:30:00.000|441|4720|Information|Audit Success|Benutzerkontenverwaltung|EXAMPLE|adm|new & "
-                           "用|~|~|~|Ein Benutzerkonto wurde erstellt.\n\nKonto:\tnew"),
-            QStringLiteral("2026-11-20 10:31:00.000|1|1102|Information|Audit Success|Log clear|OFFSEC|admmig|~|~|~|~|Audit log "
-                           "cleared.\n\nSubjectUserSid: S-1-5-21-1\nSubjectUserName: "
-                           "admmig\nSubjectDomainName: OFFSEC"),
-            QStringLiteral(
-                "2026-11-20 10:32:00.000|5|7036|Warning|Warning|~|~|S-1-5-18|~|~|~|~|Service state changed.\n\nplain\nBinary: 5700")};
+            u"2026-11-20 10:29:51.026|440|4625|Information|Audit "
+            "Failure|Logon|EXAMPLE|m.okafor|~|3|192.0.2.7|0xc000006a|Failed logon.\n\nSubjectUserName: -\nTargetUserName: "
+            "m.okafor\nTargetDomainName: EXAMPLE\nStatus: 0xc000006d\nSubStatus: 0xc000006a\nLogonType: 3\nProcessName: "
+            "-\nIpAddress: ::ffff:192.0.2.7"_s,
+            u"2026-11-20 10:30:00.000|441|4720|Information|Audit Success|Benutzerkontenverwaltung|EXAMPLE|adm|new & "
+            "用|~|~|~|Ein Benutzerkonto wurde erstellt.\n\nKonto:\tnew"_s,
+            u"2026-11-20 10:31:00.000|1|1102|Information|Audit Success|Log clear|OFFSEC|admmig|~|~|~|~|Audit log "
+            "cleared.\n\nSubjectUserSid: S-1-5-21-1\nSubjectUserName: "
+            "admmig\nSubjectDomainName: OFFSEC"_s,
+            u"2026-11-20 10:32:00.000|5|7036|Warning|Warning|~|~|S-1-5-18|~|~|~|~|Service state changed.\n\nplain\nBinary: 5700"_s};
         const char *columns = "time_generated,record_id,event_id,level,type,category,user_domain,user_name,target_user,logon_type,ip_"
                               "address,status_code,message";
         const QByteArray all = logon + '\n' + created + '\n' + cleared + '\n' + service;
-        const QString utf16 = QStringLiteral("\uFEFF<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n<Events>\r\n") + QString::fromUtf8(all) +
-                              QStringLiteral("</Events>");
+        const QString utf16 =
+            u"\uFEFF<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n<Events>\r\n"_s + QString::fromUtf8(all) + u"</Events>"_s;
         for (const QByteArray &file :
              {all, QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\r\n<Events>" + all + "</Events>\r\n"),
               QByteArray(reinterpret_cast<const char *>(utf16.utf16()), utf16.size() * 2)}) {
@@ -211,30 +207,28 @@ private Q_SLOTS:
             QCOMPARE(rows(columns), expected);
         }
         const auto refusal = [&](const QByteArray &file) { return import("bad.xml", file).err; };
-        QVERIFY2(
-            refusal("<Events>\n" + all).contains(QStringLiteral("line 7: the XML is not well-formed: the file ends inside an element")),
-            qPrintable(refusal("<Events>\n" + all)));
-        QVERIFY2(refusal("<Events>\n\n" + logon + "<Event></Events>").contains(QStringLiteral("line 3: the XML is not well-formed")),
+        QVERIFY2(refusal("<Events>\n" + all).contains(u"line 7: the XML is not well-formed: the file ends inside an element"_s),
+                 qPrintable(refusal("<Events>\n" + all)));
+        QVERIFY2(refusal("<Events>\n\n" + logon + "<Event></Events>").contains(u"line 3: the XML is not well-formed"_s),
                  qPrintable(refusal("<Events>\n\n" + logon + "<Event></Events>")));
-        QVERIFY(refusal("<html></html>").contains(QStringLiteral("the file holds no <Event>")));
-        QVERIFY(refusal("<!DOCTYPE a [<!ENTITY b \"c\">]><Events/>").contains(QStringLiteral("not well-formed")));
+        QVERIFY(refusal("<html></html>").contains(u"the file holds no <Event>"_s));
+        QVERIFY(refusal("<!DOCTYPE a [<!ENTITY b \"c\">]><Events/>").contains(u"not well-formed"_s));
         QByteArray timeless = logon;
         timeless.replace("SystemTime", "Systemtime");
-        QVERIFY(refusal(all + "\n" + timeless).contains(QStringLiteral("line 7: the event has no time")));
-        QCOMPARE(rows("count(*)"), QStringList{QStringLiteral("4")});
+        QVERIFY(refusal(all + "\n" + timeless).contains(u"line 7: the event has no time"_s));
+        QCOMPARE(rows("count(*)"), QStringList{u"4"_s});
     }
 
     void a_log_of_a_server_is_no_mail_log()
     {
         writeFile(path("app.log"), "<34>1 2026-11-20T22:14:15.003Z host su - - - text\n");
-        const ToolResult result = runTool("quillmark-import", {QStringLiteral("--database"), path("log.db"), QStringLiteral("--kind"),
-                                                               QStringLiteral("mail"), path("app.log")});
+        const ToolResult result = runTool("quillmark-import", {u"--database"_s, path("log.db"), u"--kind"_s, u"mail"_s, path("app.log")});
         QCOMPARE(result.code, 1);
-        QVERIFY2(result.err.contains(QStringLiteral("this looks like syslog")), qPrintable(result.err));
+        QVERIFY2(result.err.contains(u"this looks like syslog"_s), qPrintable(result.err));
         // What no format recognises is taken for CSV, unless the format is named.
-        QVERIFY(import("words.log", "just words\n").err.contains(QStringLiteral("line 1: the first line names no column")));
-        QVERIFY(import("words.log", "just words\n", {QStringLiteral("--format"), QStringLiteral("syslog")})
-                    .err.contains(QStringLiteral("line 1: the line does not begin with a syslog time")));
+        QVERIFY(import("words.log", "just words\n").err.contains(u"line 1: the first line names no column"_s));
+        QVERIFY(import("words.log", "just words\n", {u"--format"_s, u"syslog"_s})
+                    .err.contains(u"line 1: the line does not begin with a syslog time"_s));
     }
 };
 

@@ -12,6 +12,8 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 struct ToolResult
 {
     int code = -1; ///< -1: did not end by itself
@@ -23,21 +25,24 @@ struct ToolResult
     return qEnvironmentVariable("QM_BIN_DIR") + u'/' + QString::fromLatin1(name);
 }
 
+/// Waits for the end of a program that was started.
+[[nodiscard]] inline ToolResult finished(QProcess &process)
+{
+    constexpr int kPatienceMs = 120'000;
+    const bool ended = process.waitForFinished(kPatienceMs) && process.exitStatus() == QProcess::NormalExit;
+    return {ended ? process.exitCode() : -1, QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
 [[nodiscard]] inline ToolResult runTool(const char *name, const QStringList &arguments, const QByteArray &input = {},
                                         const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
 {
-    constexpr int kPatienceMs = 100'000;
     QProcess process;
     process.setProcessEnvironment(environment);
     process.start(toolPath(name), arguments);
     process.write(input);
     process.closeWriteChannel();
-    ToolResult result;
-    if (process.waitForFinished(kPatienceMs) && process.exitStatus() == QProcess::NormalExit)
-        result.code = process.exitCode();
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
+    return finished(process);
 }
 
 /// The rows of a query, each as its values joined by "|"; NULL is "~". A failure is the one row "error: ...".
@@ -48,9 +53,8 @@ struct ToolResult
     sqlite3_stmt *statement = nullptr;
     QStringList rows;
     if (sqlite3_open_v2(database.toUtf8().constData(), &opened, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK ||
-        sqlite3_prepare_v2(opened, sql.toUtf8().constData(), -1, &statement, nullptr) != SQLITE_OK) {
-        rows << QStringLiteral("error: ") + QString::fromUtf8(sqlite3_errmsg(opened));
-    }
+        sqlite3_prepare_v2(opened, sql.toUtf8().constData(), -1, &statement, nullptr) != SQLITE_OK)
+        rows << u"error: "_s + QString::fromUtf8(sqlite3_errmsg(opened));
     for (auto i = parameters.begin(); statement != nullptr && i != parameters.end(); ++i) {
         const QByteArray value = i.value().toUtf8();
         sqlite3_bind_text(statement, sqlite3_bind_parameter_index(statement, (u':' + i.key()).toUtf8().constData()), value.constData(),
@@ -62,7 +66,7 @@ struct ToolResult
         QStringList cells;
         for (int i = 0; i < sqlite3_column_count(statement); ++i) {
             const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, i));
-            cells << (text == nullptr ? QStringLiteral("~") : QString::fromUtf8(text, sqlite3_column_bytes(statement, i)));
+            cells << (text == nullptr ? u"~"_s : QString::fromUtf8(text, sqlite3_column_bytes(statement, i)));
         }
         rows << cells.join(u'|');
     }
