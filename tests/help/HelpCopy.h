@@ -8,9 +8,11 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 inline QString builtHelp()
 {
-    return qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/Report Generator.chm");
+    return qEnvironmentVariable("QM_BIN_DIR") + u"/Report Generator.chm"_s;
 }
 
 inline QByteArray bytesOf(const QString &path)

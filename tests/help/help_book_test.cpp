@@ -15,6 +15,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -55,8 +56,7 @@ QStringList literalsOfTheProgram()
     static const QRegularExpression joined(QStringLiteral(R"re("(?:[^"\\\n]|\\.)*"(?:\s*"(?:[^"\\\n]|\\.)*")*)re"));
     static const QRegularExpression single(QStringLiteral(R"re("((?:[^"\\\n]|\\.)*)")re"));
     QStringList found;
-    QDirIterator walk(qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/src"), {QStringLiteral("*.cpp"), QStringLiteral("*.h")},
-                      QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator walk(qEnvironmentVariable("QM_SOURCE_DIR") + u"/src"_s, {u"*.cpp"_s, u"*.h"_s}, QDir::Files, QDirIterator::Subdirectories);
     while (walk.hasNext()) {
         const QString source = QString::fromUtf8(bytesOf(walk.next()));
         auto match = joined.globalMatch(source);
@@ -78,18 +78,18 @@ public:
     Unpacked()
     {
         QProcess unpack;
-        unpack.start(QStringLiteral("7z"), {QStringLiteral("x"), QStringLiteral("-o") + folder.path(), builtHelp()});
+        unpack.start(u"7z"_s, {u"x"_s, u"-o"_s + folder.path(), builtHelp()});
         ok = unpack.waitForFinished() && unpack.exitCode() == 0;
     }
     [[nodiscard]] QByteArray bytes(const QString &name) const { return bytesOf(folder.filePath(name)); }
     [[nodiscard]] QString text(const QString &name) const { return QString::fromUtf8(bytes(name)); }
-    [[nodiscard]] QStringList pages() const { return QDir(folder.path()).entryList({QStringLiteral("*.html")}, QDir::Files); }
+    [[nodiscard]] QStringList pages() const { return QDir(folder.path()).entryList({u"*.html"_s}, QDir::Files); }
     /// Whether \p target ("page.html#anchor") leads somewhere.
     [[nodiscard]] bool leads(const QString &target) const
     {
         const QString anchor = target.section(u'#', 1);
         const QString page = text(target.section(u'#', 0, 0));
-        return !page.isEmpty() && (anchor.isEmpty() || page.contains(QStringLiteral("id=\"%1\"").arg(anchor)));
+        return !page.isEmpty() && (anchor.isEmpty() || page.contains(u"id=\"%1\""_s.arg(anchor)));
     }
 
     QTemporaryDir folder;
@@ -107,7 +107,7 @@ class HelpBookTest final : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("7z")).isEmpty())
+        if (QStandardPaths::findExecutable(u"7z"_s).isEmpty())
             QSKIP("7z (package p7zip-full) is not installed");
         m_book = std::make_unique<Unpacked>();
         QVERIFY(m_book->ok);
@@ -116,7 +116,7 @@ private Q_SLOTS:
 
     void each_context_number_lands_on_its_page()
     {
-        const QByteArray pairs = m_book->bytes(QStringLiteral("#IVB")), strings = m_book->bytes(QStringLiteral("#STRINGS"));
+        const QByteArray pairs = m_book->bytes(u"#IVB"_s), strings = m_book->bytes(u"#STRINGS"_s);
         QDataStream numbers(pairs);
         numbers.setByteOrder(QDataStream::LittleEndian);
         quint32 size = 0;
@@ -127,12 +127,12 @@ private Q_SLOTS:
             qint32 context = 0, name = 0;
             numbers >> context >> name;
             const QString page = QString::fromUtf8(strings.mid(name).constData());
-            titles.insert(context, captures(m_book->text(page), QStringLiteral("<title>(.*?)</title>")).value(0));
+            titles.insert(context, captures(m_book->text(page), u"<title>(.*?)</title>"_s).value(0));
         }
-        QCOMPARE(titles.value(24), QStringLiteral("Data sources"));
-        QCOMPARE(titles.value(26), QStringLiteral("The main window"));
-        QCOMPARE(titles.value(54), QStringLiteral("Scheduled reports"));
-        QCOMPARE(titles.value(55), QStringLiteral("E-mail"));
+        QCOMPARE(titles.value(24), u"Data sources"_s);
+        QCOMPARE(titles.value(26), u"The main window"_s);
+        QCOMPARE(titles.value(54), u"Scheduled reports"_s);
+        QCOMPARE(titles.value(55), u"E-mail"_s);
         const HelpBook book(builtHelp());
         for (auto it = titles.cbegin(); it != titles.cend(); ++it) {
             QVERIFY(!it.value().isEmpty());
@@ -142,22 +142,21 @@ private Q_SLOTS:
 
     void every_page_is_in_the_contents_and_no_link_is_dead()
     {
-        const QString local = QStringLiteral("name=\"Local\" value=\"([^\"]*)\"");
-        const QStringList contents = captures(m_book->text(QStringLiteral("contents.hhc")), local);
-        const QStringList index = captures(m_book->text(QStringLiteral("index.hhk")), local);
+        const QString local = u"name=\"Local\" value=\"([^\"]*)\""_s;
+        const QStringList contents = captures(m_book->text(u"contents.hhc"_s), local);
+        const QStringList index = captures(m_book->text(u"index.hhk"_s), local);
         QVERIFY(index.size() > 60);
         for (const QString &target : contents + index)
             QVERIFY2(m_book->leads(target), qPrintable(target));
-        const QDir sources(qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/help"));
-        QCOMPARE(m_book->pages(), sources.entryList({QStringLiteral("*.html")}, QDir::Files));
+        const QDir sources(qEnvironmentVariable("QM_SOURCE_DIR") + u"/help"_s);
+        QCOMPARE(m_book->pages(), sources.entryList({u"*.html"_s}, QDir::Files));
         for (const QString &page : m_book->pages()) {
             QVERIFY2(contents.contains(page), qPrintable(page));
             const QString text = m_book->text(page);
-            for (const QString &link : captures(text, QStringLiteral("(?:href|src)=\"([^\"]*)\""))) {
+            for (const QString &link : captures(text, u"(?:href|src)=\"([^\"]*)\""_s))
                 if (!link.contains(u':'))
-                    QVERIFY2(m_book->leads(link.startsWith(u'#') ? page + link : link), qPrintable(page + QStringLiteral(": ") + link));
-            }
-            QVERIFY2(!text.contains(QStringLiteral("<script")), qPrintable(page));
+                    QVERIFY2(m_book->leads(link.startsWith(u'#') ? page + link : link), qPrintable(page + u": "_s + link));
+            QVERIFY2(!text.contains(u"<script"_s), qPrintable(page));
         }
     }
 
@@ -165,8 +164,7 @@ private Q_SLOTS:
     void every_message_is_one_that_the_program_says()
     {
         const QStringList literals = literalsOfTheProgram();
-        const QStringList messages =
-            captures(m_book->text(QStringLiteral("troubleshooting.html")), QStringLiteral("<h3 class=\"message\">(.*?)</h3>"));
+        const QStringList messages = captures(m_book->text(u"troubleshooting.html"_s), u"<h3 class=\"message\">(.*?)</h3>"_s);
         QVERIFY(messages.size() > 40);
         QStringList unknown;
         for (const QString &html : messages) {
@@ -194,29 +192,29 @@ private Q_SLOTS:
             captions.insert(bare(literal));
         QStringList unknown;
         for (const QString &page : m_book->pages())
-            for (const QString &html : captures(m_book->text(page), QStringLiteral("<b>(.*?)</b>")))
-                for (const QString &part : plain(html).simplified().split(QStringLiteral(" > ")))
+            for (const QString &html : captures(m_book->text(page), u"<b>(.*?)</b>"_s))
+                for (const QString &part : plain(html).simplified().split(u" > "_s))
                     if (!captions.contains(bare(part)))
-                        unknown.append(page + QStringLiteral(": ") + part);
+                        unknown.append(page + u": "_s + part);
         QVERIFY2(unknown.isEmpty(), qPrintable(unknown.join(u'\n')));
     }
 
     void search_finds_pages_that_hold_all_words_best_first()
     {
         const HelpBook book(builtHelp());
-        QVERIFY(book.search(QStringLiteral("  ")).empty());
-        QVERIFY(book.search(QStringLiteral("schedule xyzzy")).empty());
-        const std::vector<HelpHit> hits = book.search(QStringLiteral("SUMMER time"));
+        QVERIFY(book.search(u"  "_s).empty());
+        QVERIFY(book.search(u"schedule xyzzy"_s).empty());
+        const std::vector<HelpHit> hits = book.search(u"SUMMER time"_s);
         QCOMPARE(hits.size(), std::size_t{1});
-        QCOMPARE(hits[0].page, QStringLiteral("schedule.html"));
-        QVERIFY(hits[0].excerpt.contains(QStringLiteral("summer time")));
-        QCOMPARE(book.search(QStringLiteral("data source"))[0].page, QStringLiteral("data-sources.html"));
+        QCOMPARE(hits[0].page, u"schedule.html"_s);
+        QVERIFY(hits[0].excerpt.contains(u"summer time"_s));
+        QCOMPARE(book.search(u"data source"_s)[0].page, u"data-sources.html"_s);
     }
 
     void a_missing_or_damaged_file_is_told_and_never_harms()
     {
         const QTemporaryDir folder;
-        const QString path = folder.filePath(QStringLiteral("x.chm"));
+        const QString path = folder.filePath(u"x.chm"_s);
         QCOMPARE(numberOf([&] { HelpBook book(path); }), err::fileNotFound);
         const QByteArray whole = bytesOf(builtHelp());
         for (const QByteArray &bytes : {QByteArray(), QByteArray("not a help file"), whole.left(40), whole.left(4000)}) {
@@ -232,7 +230,7 @@ private Q_SLOTS:
             writeBytes(path, bytes);
             const int number = numberOf([&] {
                 const HelpBook book(path);
-                static_cast<void>(book.search(QStringLiteral("report")));
+                static_cast<void>(book.search(u"report"_s));
             });
             QVERIFY2(number == 0 || number == err::invalidFileFormat, qPrintable(QString::number(at)));
         }

@@ -23,6 +23,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -75,16 +76,16 @@ private Q_SLOTS:
     void contexts_open_their_pages_in_one_window()
     {
         const Shown shown;
-        QCOMPARE(shown.text().page(), QStringLiteral("window.html"));
-        QCOMPARE(shown.listed(), QStringLiteral("The main window"));
+        QCOMPARE(shown.text().page(), u"window.html"_s);
+        QCOMPARE(shown.listed(), u"The main window"_s);
         const frmHelp *first = shown.help.window();
         const_cast<HelpFile &>(shown.help).showContext(54);
         QCOMPARE(shown.help.window(), first);
-        QCOMPARE(shown.listed(), QStringLiteral("Scheduled reports"));
-        QVERIFY(shown.window().windowTitle().startsWith(QStringLiteral("Scheduled reports")));
+        QCOMPARE(shown.listed(), u"Scheduled reports"_s);
+        QVERIFY(shown.window().windowTitle().startsWith(u"Scheduled reports"_s));
         // A number that the file does not know opens its first page.
         const_cast<HelpFile &>(shown.help).showContext(4711);
-        QCOMPARE(shown.text().page(), QStringLiteral("start.html"));
+        QCOMPARE(shown.text().page(), u"start.html"_s);
     }
 
     void the_way_back_and_forward_and_home_by_keys()
@@ -95,17 +96,17 @@ private Q_SLOTS:
         QTRY_VERIFY(contents.hasFocus());
         QTest::keyClick(&contents, Qt::Key_Down);
         QTest::keyClick(&contents, Qt::Key_Return);
-        QCOMPARE(shown.text().page(), QStringLiteral("catalogue.html"));
+        QCOMPARE(shown.text().page(), u"catalogue.html"_s);
         // A heading inside the page.
         QTest::keyClick(&contents, Qt::Key_Right);
         QTest::keyClick(&contents, Qt::Key_End);
         QTest::keyClick(&shown.window(), Qt::Key_Left, Qt::AltModifier);
-        QCOMPARE(shown.text().page(), QStringLiteral("window.html"));
-        QCOMPARE(shown.listed(), QStringLiteral("The main window"));
+        QCOMPARE(shown.text().page(), u"window.html"_s);
+        QCOMPARE(shown.listed(), u"The main window"_s);
         QTest::keyClick(&shown.window(), Qt::Key_Right, Qt::AltModifier);
-        QCOMPARE(shown.text().page(), QStringLiteral("catalogue.html"));
+        QCOMPARE(shown.text().page(), u"catalogue.html"_s);
         QTest::keyClick(&shown.window(), Qt::Key_Home, Qt::AltModifier);
-        QCOMPARE(shown.text().page(), QStringLiteral("start.html"));
+        QCOMPARE(shown.text().page(), u"start.html"_s);
         QTest::keyClick(&shown.window(), Qt::Key_Escape);
         QVERIFY(!shown.window().isVisible());
     }
@@ -114,10 +115,10 @@ private Q_SLOTS:
     {
         const Shown shown;
         shown.window().resize(700, 300);
-        shown.window().showPage(QStringLiteral("troubleshooting.html#numbers"));
+        shown.window().showPage(u"troubleshooting.html#numbers"_s);
         QTRY_VERIFY(shown.text().verticalScrollBar()->value() > 200);
         const QTextCursor top = shown.text().cursorForPosition({30, 12});
-        QVERIFY2(top.block().text().contains(QStringLiteral("Error numbers")), qPrintable(top.block().text()));
+        QVERIFY2(top.block().text().contains(u"Error numbers"_s), qPrintable(top.block().text()));
     }
 
     void the_index_narrows_while_typing_and_enter_opens()
@@ -125,11 +126,11 @@ private Q_SLOTS:
         const Shown shown;
         QTest::keyClick(&shown.window(), Qt::Key_I, Qt::AltModifier);
         QTRY_VERIFY(shown.line("txtIndex").hasFocus());
-        QTest::keyClicks(&shown.line("txtIndex"), QStringLiteral("daylight"));
-        QCOMPARE(shown.tree("tvIndex").currentItem()->text(0), QStringLiteral("daylight saving"));
+        QTest::keyClicks(&shown.line("txtIndex"), u"daylight"_s);
+        QCOMPARE(shown.tree("tvIndex").currentItem()->text(0), u"daylight saving"_s);
         QTest::keyClick(&shown.line("txtIndex"), Qt::Key_Return);
-        QCOMPARE(shown.text().page(), QStringLiteral("schedule.html"));
-        QCOMPARE(shown.text().source().fragment(), QStringLiteral("when"));
+        QCOMPARE(shown.text().page(), u"schedule.html"_s);
+        QCOMPARE(shown.text().source().fragment(), u"when"_s);
     }
 
     void search_lists_pages_and_marks_the_word_on_the_page()
@@ -137,13 +138,13 @@ private Q_SLOTS:
         const Shown shown;
         QTest::keyClick(&shown.window(), Qt::Key_S, Qt::AltModifier);
         QTRY_VERIFY(shown.line("txtSearch").hasFocus());
-        QTest::keyClicks(&shown.line("txtSearch"), QStringLiteral("sha-256"));
+        QTest::keyClicks(&shown.line("txtSearch"), u"sha-256"_s);
         QTest::keyClick(&shown.line("txtSearch"), Qt::Key_Return);
         auto &hits = *shown.window().findChild<QListWidget *>();
         QCOMPARE(hits.count(), 1);
         QTest::keyClick(&hits, Qt::Key_Return);
-        QCOMPARE(shown.text().page(), QStringLiteral("files.html"));
-        QCOMPARE(shown.text().textCursor().selectedText().toLower(), QStringLiteral("sha-256"));
+        QCOMPARE(shown.text().page(), u"files.html"_s);
+        QCOMPARE(shown.text().textCursor().selectedText().toLower(), u"sha-256"_s);
     }
 
     void find_on_the_page_goes_round_and_says_when_there_is_none()
@@ -152,7 +153,7 @@ private Q_SLOTS:
         QTest::keyClick(&shown.window(), Qt::Key_F, Qt::ControlModifier);
         QLineEdit &find = shown.line("txtFind");
         QTRY_VERIFY(find.hasFocus());
-        QTest::keyClicks(&find, QStringLiteral("notification area"));
+        QTest::keyClicks(&find, u"notification area"_s);
         QTest::keyClick(&find, Qt::Key_Return);
         const int first = shown.text().textCursor().position();
         QVERIFY(shown.text().textCursor().hasSelection());
@@ -163,10 +164,10 @@ private Q_SLOTS:
         QTest::keyClick(&shown.window(), Qt::Key_F3, Qt::ShiftModifier); // over the beginning to the last place
         QVERIFY(shown.text().textCursor().position() > first);
         QTest::keyClick(&find, Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClicks(&find, QStringLiteral("xyzzy"));
+        QTest::keyClicks(&find, u"xyzzy"_s);
         QTest::keyClick(&find, Qt::Key_Return);
         const auto labels = shown.window().findChildren<QLabel *>();
-        QVERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel *l) { return l->text() == QStringLiteral("Not on this page"); }));
+        QVERIFY(std::any_of(labels.begin(), labels.end(), [](const QLabel *l) { return l->text() == u"Not on this page"_s; }));
         QTest::keyClick(&find, Qt::Key_Escape);
         QVERIFY(!find.isVisible() && shown.window().isVisible());
     }
@@ -174,7 +175,7 @@ private Q_SLOTS:
     void size_and_place_are_found_again()
     {
         const QTemporaryDir folder;
-        const QString state = folder.filePath(QStringLiteral("help.ini"));
+        const QString state = folder.filePath(u"help.ini"_s);
         {
             const Shown shown(state);
             shown.window().resize(640, 480);
@@ -198,27 +199,27 @@ private Q_SLOTS:
         for (const char *link :
              {"https://example.org/", "mailto:help@example.org", "file:///etc/passwd", "javascript:alert(1)", "ftp://x/y"})
             Q_EMIT shown.text().anchorClicked(QUrl(QString::fromLatin1(link)));
-        QCOMPARE(desktop.opened, QStringList({QStringLiteral("https"), QStringLiteral("mailto")}));
+        QCOMPARE(desktop.opened, QStringList({u"https"_s, u"mailto"_s}));
         QCOMPARE(shown.text().source(), before);
         for (const char *address : {"file:///etc/passwd", "http://127.0.0.1:1/x.png", "qrc:/help/icons/back.svg"})
             QVERIFY(!shown.text().loadResource(QTextDocument::ImageResource, QUrl(QString::fromLatin1(address))).isValid());
-        shown.window().showPage(QStringLiteral("nowhere.html"));
-        QVERIFY(shown.text().toPlainText().startsWith(QStringLiteral("This page is missing")));
-        shown.window().showPage(QStringLiteral("start.html"));
-        QVERIFY(shown.text().toPlainText().startsWith(QStringLiteral("Getting started")));
+        shown.window().showPage(u"nowhere.html"_s);
+        QVERIFY(shown.text().toPlainText().startsWith(u"This page is missing"_s));
+        shown.window().showPage(u"start.html"_s);
+        QVERIFY(shown.text().toPlainText().startsWith(u"Getting started"_s));
     }
 
     void a_spoilt_file_leaves_the_open_help_as_it_is()
     {
         const QTemporaryDir folder;
-        const QString path = folder.filePath(QStringLiteral("Report Generator.chm"));
+        const QString path = folder.filePath(u"Report Generator.chm"_s);
         QVERIFY(QFile::copy(builtHelp(), path));
         HelpFile help;
         help.setPath(path);
         help.showContext(24);
         writeBytes(path, "spoilt");
         help.showContext(55);
-        QCOMPARE(help.window()->findChild<HelpText *>()->page(), QStringLiteral("email.html"));
+        QCOMPARE(help.window()->findChild<HelpText *>()->page(), u"email.html"_s);
         HelpFile later;
         later.setPath(path);
         QCOMPARE(numberOf([&] { later.showContext(24); }), err::invalidFileFormat);
@@ -236,12 +237,12 @@ private Q_SLOTS:
             const_cast<HelpFile &>(shown.help).showContext(24);
             QVERIFY(QTest::qWaitForWindowActive(shown.help.window()));
             QTest::keyClick(shown.help.window()->windowHandle(), Qt::Key_Home, Qt::AltModifier);
-            QCOMPARE(shown.text().page(), QStringLiteral("start.html"));
+            QCOMPARE(shown.text().page(), u"start.html"_s);
         });
         dialog.exec();
         QVERIFY(shown.window().isVisible());
         QTest::keyClick(shown.help.window()->windowHandle(), Qt::Key_Left, Qt::AltModifier);
-        QCOMPARE(shown.text().page(), QStringLiteral("data-sources.html"));
+        QCOMPARE(shown.text().page(), u"data-sources.html"_s);
     }
 };
 

@@ -21,18 +21,20 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 class ReportingFixture
 {
 public:
     ReportingFixture()
     {
         QStandardPaths::setTestModeEnabled(true);
-        database = installation.packagePath(QStringLiteral("Server")) + QStringLiteral("EventLog.db");
+        database = installation.packagePath(u"Server"_s) + u"EventLog.db"_s;
         runSql("CREATE TABLE events(id INTEGER PRIMARY KEY, time_generated DATETIME, computer TEXT, attempts INTEGER, message TEXT);"
                "CREATE VIEW recent AS SELECT * FROM events WHERE attempts > 1;"
                "INSERT INTO events VALUES(1,'2026-11-19 08:00:00','server10',5,'plain'),"
                "(2,'2026-11-18 08:00:00','Server9',1200,NULL),(3,'2026-11-17 08:00:00','alpha',7,'two' || char(10) || 'lines');");
-        group = installation.group(QStringLiteral("Server"), QStringLiteral("Security")) + kSep;
+        group = installation.group(u"Server"_s, u"Security"_s) + kSep;
     }
 
     void runSql(const QByteArray &sql) const
@@ -48,7 +50,7 @@ public:
     /// Writes a query file whose SQL and further TOML are given. \returns its path.
     QString query(const QString &name, const QByteArray &sql, const QByteArray &more = "[output]\ntype = \"screen\"\n") const
     {
-        return installation.write(group + name + QStringLiteral(".rqn"),
+        return installation.write(group + name + u".rqn"_s,
                                   "description = \"" + name.toUtf8() + "\"\nsql = '''\n" + sql + "\n'''\n" + more);
     }
 
@@ -76,15 +78,15 @@ public:
     [[nodiscard]] static int spoolFiles()
     {
         const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-        return static_cast<int>(QDir(cache + QStringLiteral("/quillmark/spool")).entryList(QDir::Files | QDir::Hidden).size());
+        return static_cast<int>(QDir(cache + u"/quillmark/spool"_s).entryList(QDir::Files | QDir::Hidden).size());
     }
 
     TempInstallation installation;
     QString database, group;
     ScriptedPrompts prompts;
     FakeClock clock{WallTime{QDate(2026, 11, 20), 12 * 3600}};
-    ApplicationLog log{installation.path(), QStringLiteral("test")};
-    QString fonts = QString::fromLocal8Bit(qgetenv("QM_BIN_DIR")) + QStringLiteral("/fonts");
+    ApplicationLog log{installation.path(), u"test"_s};
+    QString fonts = QString::fromLocal8Bit(qgetenv("QM_BIN_DIR")) + u"/fonts"_s;
     ReportEngine engine{EngineServices{installation.path(), fonts, clock, log}};
     TomlQueryAccess queries;
     TomlLayoutReader layouts;
@@ -100,7 +102,7 @@ public:
                                  desk,
                                  fonts,
                                  [this] { return installation.path(); },
-                                 [] { return QStringList{QStringLiteral("MSSQL::Payroll.dsf")}; },
+                                 [] { return QStringList{u"MSSQL::Payroll.dsf"_s}; },
                                  [] { return nullptr; }};
     std::unique_ptr<ReportInterface> interface = makePackageReportInterface(services);
 };

@@ -10,6 +10,8 @@
 #include <QPushButton>
 #include <QTableView>
 
+using namespace Qt::StringLiterals;
+
 namespace qm::test {
 
 /// Runs far longer than any test waits.
@@ -41,12 +43,12 @@ private Q_SLOTS:
     void aScreenReportOpensAViewerWithItsRows()
     {
         ReportingFixture f;
-        f.interface->GenerateReport(f.query(QStringLiteral("Rows"), "SELECT computer, attempts FROM events ORDER BY id"), 0, true, false);
+        f.interface->GenerateReport(f.query(u"Rows"_s, "SELECT computer, attempts FROM events ORDER BY id"), 0, true, false);
         auto viewer = f.window<frmReportViewer>("frmReportViewer");
         QVERIFY(viewer);
         QCOMPARE(viewer->model().rowCount(), 3);
-        QCOMPARE(viewer->model().index(1, 0).data().toString(), QStringLiteral("Server9"));
-        QVERIFY(viewer->windowTitle().startsWith(QStringLiteral("Rows")));
+        QCOMPARE(viewer->model().index(1, 0).data().toString(), u"Server9"_s);
+        QVERIFY(viewer->windowTitle().startsWith(u"Rows"_s));
         QVERIFY(!f.desk.isProducingRows());
         viewer->close();
         QTRY_COMPARE(f.desk.viewerCount(), 0);
@@ -55,22 +57,22 @@ private Q_SLOTS:
     void anEmptyReportSaysSo()
     {
         ReportingFixture f;
-        f.interface->GenerateReport(f.query(QStringLiteral("None"),
+        f.interface->GenerateReport(f.query(u"None"_s,
                                             "SELECT computer FROM events WHERE time_generated >= :date_from "
                                             "AND time_generated < :date_to AND 1=0",
                                             "[period]\nrange = \"last week\"\n[output]\ntype = \"screen\"\n"),
                                     0, true, false);
         auto viewer = f.window<frmReportViewer>("frmReportViewer");
         QVERIFY(viewer);
-        auto empty = viewer->findChild<QLabel *>(QStringLiteral("emptyState"));
+        auto empty = viewer->findChild<QLabel *>(u"emptyState"_s);
         QVERIFY(empty->isVisible());
-        QVERIFY(empty->text().startsWith(QStringLiteral("No rows for this period")));
+        QVERIFY(empty->text().startsWith(u"No rows for this period"_s));
     }
 
     void onlyTheLastTwentyViewersStay()
     {
         ReportingFixture f;
-        const QString query = f.query(QStringLiteral("Many"), "SELECT 1 AS one");
+        const QString query = f.query(u"Many"_s, "SELECT 1 AS one");
         for (int run = 0; run < 23; ++run)
             f.interface->GenerateReport(query, 0, false, false);
         QCOMPARE(f.desk.viewerCount(), 20);
@@ -82,7 +84,7 @@ private Q_SLOTS:
     {
         ReportingFixture f;
         ModalWatch watch;
-        const QString query = f.query(QStringLiteral("Slow"),
+        const QString query = f.query(u"Slow"_s,
                                       "WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n WHERE x < 3000000) "
                                       "SELECT count(*) AS n, :who AS who FROM n",
                                       "[[parameter]]\nname = \"who\"\ndefault = \"nobody\"\n[output]\ntype = \"screen\"\n");
@@ -90,13 +92,12 @@ private Q_SLOTS:
         QCOMPARE(watch.opened, 0);
         auto viewer = f.window<frmReportViewer>("frmReportViewer");
         QVERIFY(viewer);
-        QCOMPARE(viewer->model().index(0, 1).data().toString(), QStringLiteral("nobody"));
+        QCOMPARE(viewer->model().index(0, 1).data().toString(), u"nobody"_s);
 
         // Without a default it fails instead of asking.
-        const QString asking =
-            f.query(QStringLiteral("Asking"), "SELECT :who AS who", "[[parameter]]\nname = \"who\"\n[output]\ntype = \"screen\"\n");
+        const QString asking = f.query(u"Asking"_s, "SELECT :who AS who", "[[parameter]]\nname = \"who\"\n[output]\ntype = \"screen\"\n");
         const auto error = errorOf([&] { f.interface->GenerateReport(asking, 0, false, false); });
-        QVERIFY2(error.description().contains(QStringLiteral("who")), error.what());
+        QVERIFY2(error.description().contains(u"who"_s), error.what());
         QCOMPARE(watch.opened, 0);
         QVERIFY(f.prompts.shown.empty());
     }
@@ -104,29 +105,29 @@ private Q_SLOTS:
     void anInteractiveRunAsksAndRemembers()
     {
         ReportingFixture f;
-        const QString query = f.query(QStringLiteral("Ask"), "SELECT :least AS least",
+        const QString query = f.query(u"Ask"_s, "SELECT :least AS least",
                                       "[[parameter]]\nname = \"least\"\ntype = \"integer\"\n[output]\ntype = \"screen\"\n");
         QString before;
         const auto answer = [&before](const QStringList &values) {
             QTimer::singleShot(0, qApp, [&before, values] {
                 auto dialog = ReportingFixture::window<QDialog>("frmReportParameters");
                 QVERIFY(dialog);
-                auto field = dialog->findChild<QLineEdit *>(QStringLiteral("parameter_least"));
+                auto field = dialog->findChild<QLineEdit *>(u"parameter_least"_s);
                 before = field->text();
                 for (const QString &value : values) {
                     field->setText(value);
-                    QTest::mouseClick(dialog->findChild<QPushButton *>(QStringLiteral("cmdGenerate")), Qt::LeftButton);
+                    QTest::mouseClick(dialog->findChild<QPushButton *>(u"cmdGenerate"_s), Qt::LeftButton);
                 }
             });
         };
-        answer({QStringLiteral("many"), QStringLiteral("42")}); // the first is refused in place
+        answer({u"many"_s, u"42"_s}); // the first is refused in place
         f.interface->GenerateReport(query, 0, true, false);
         auto viewer = f.window<frmReportViewer>("frmReportViewer");
         QVERIFY(viewer);
-        QCOMPARE(viewer->model().index(0, 0).data().toString(), QStringLiteral("42"));
-        answer({QStringLiteral("7")});
+        QCOMPARE(viewer->model().index(0, 0).data().toString(), u"42"_s);
+        answer({u"7"_s});
         f.interface->GenerateReport(query, 0, true, false);
-        QCOMPARE(before, QStringLiteral("42"));
+        QCOMPARE(before, u"42"_s);
 
         QTimer::singleShot(0, qApp, [] { ReportingFixture::window<QDialog>("frmReportParameters")->reject(); });
         const auto error = errorOf([&] { f.interface->GenerateReport(query, 0, true, false); });
@@ -136,14 +137,14 @@ private Q_SLOTS:
     void cancelEndsWithTheQuietNumberAndLeavesNoSpool()
     {
         ReportingFixture f;
-        const QString query = f.query(QStringLiteral("Endless"), kEndless);
+        const QString query = f.query(u"Endless"_s, kEndless);
         bool producing = false;
         QTimer timer;
         connect(&timer, &QTimer::timeout, this, [&] {
             if (auto progress = f.window<QDialog>("frmReportProgress")) {
                 producing = f.desk.isProducingRows();
                 timer.stop();
-                QTest::mouseClick(progress->findChild<QPushButton *>(QStringLiteral("cmdCancel")), Qt::LeftButton);
+                QTest::mouseClick(progress->findChild<QPushButton *>(u"cmdCancel"_s), Qt::LeftButton);
             }
         });
         timer.start(50);
@@ -158,19 +159,19 @@ private Q_SLOTS:
     void failuresCrossTheThreadWithNumberAndWords()
     {
         ReportingFixture f;
-        const auto wrong = errorOf(
-            [&] { f.interface->GenerateReport(f.query(QStringLiteral("Bad"), "SELECT\nmissing_one FROM events"), 0, false, false); });
+        const auto wrong =
+            errorOf([&] { f.interface->GenerateReport(f.query(u"Bad"_s, "SELECT\nmissing_one FROM events"), 0, false, false); });
         QCOMPARE(wrong.number(), err::reportFailed);
-        QVERIFY2(wrong.description().contains(QStringLiteral("no such column: missing_one")), wrong.what());
-        QVERIFY2(wrong.description().contains(QStringLiteral("line 2")), wrong.what());
-        const auto missing = errorOf([&] { f.interface->GenerateReport(f.group + QStringLiteral("No.rqn"), 0, true, false); });
+        QVERIFY2(wrong.description().contains(u"no such column: missing_one"_s), wrong.what());
+        QVERIFY2(wrong.description().contains(u"line 2"_s), wrong.what());
+        const auto missing = errorOf([&] { f.interface->GenerateReport(f.group + u"No.rqn"_s, 0, true, false); });
         QCOMPARE(missing.number(), err::fileNotFound);
     }
 
     void inputDuringARunIsDiscardedAndCloseHappensOnceAfterwards()
     {
         ReportingFixture f;
-        const QString query = f.query(QStringLiteral("Endless"), kEndless);
+        const QString query = f.query(u"Endless"_s, kEndless);
         QWidget main;
         QLineEdit edit(&main);
         main.show();
@@ -178,7 +179,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&main));
         int nested = 0;
         QTimer::singleShot(100, &main, [&] {
-            QTest::keyClicks(&edit, QStringLiteral("x"));
+            QTest::keyClicks(&edit, u"x"_s);
             const auto error = errorOf([&] { f.interface->GenerateReport(query, 0, true, false); });
             nested = error.number();
             QTest::keyClick(&edit, Qt::Key_Delete);
@@ -196,14 +197,13 @@ private Q_SLOTS:
     void aFileReportTellsWhereItIs()
     {
         ReportingFixture f;
-        const QString query =
-            f.query(QStringLiteral("File"), "SELECT computer FROM events", "[output]\ntype = \"file\"\nformat = \"csv\"\n");
+        const QString query = f.query(u"File"_s, "SELECT computer FROM events", "[output]\ntype = \"file\"\nformat = \"csv\"\n");
         f.interface->GenerateReport(query, 0, false, false);
         QVERIFY(!f.window<QWidget>("frmReportDone"));
         f.interface->GenerateReport(query, 0, true, false);
         auto done = f.window<QWidget>("frmReportDone");
         QVERIFY(done);
-        const QString path = done->findChild<QLabel *>(QStringLiteral("reportPath"))->text();
+        const QString path = done->findChild<QLabel *>(u"reportPath"_s)->text();
         QVERIFY(QFile::exists(path));
         QVERIFY(path.startsWith(f.installation.path()));
     }

@@ -15,9 +15,11 @@
 #include <QTextBrowser>
 #include <QToolButton>
 
+using namespace Qt::StringLiterals;
+
 namespace qm::test {
 
-const QString kHostile = QStringLiteral("<b>bold</b>\u202Egpj.exe\u202C\r\nDROP\t\u0001 \U0001F600 \u4E2D=cmd()");
+const QString kHostile = u"<b>bold</b>\u202Egpj.exe\u202C\r\nDROP\t\u0001 \U0001F600 \u4E2D=cmd()"_s;
 
 class report_viewer_test : public QObject
 {
@@ -53,7 +55,7 @@ class report_viewer_test : public QObject
 
     std::unique_ptr<frmReportViewer> viewer(SpooledReport rows) const
     {
-        auto made = std::make_unique<frmReportViewer>(f->services, std::move(rows), QStringLiteral("/q.rqn"), QString());
+        auto made = std::make_unique<frmReportViewer>(f->services, std::move(rows), u"/q.rqn"_s, QString());
         made->setAttribute(Qt::WA_DeleteOnClose, false);
         made->show();
         return made;
@@ -88,16 +90,14 @@ private Q_SLOTS:
         auto window = viewer(report({{"server10", 5}, {"Server9", 1200}, {"\xC3\xA4pfel", {}}, {"alpha", 5}, {"server09", -3}}));
         QAbstractItemModelTester tester(&window->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
         settle(*window, [&] { window->sortBy(0, false); });
-        QCOMPARE(names(*window), QStringList({QStringLiteral("alpha"), QStringLiteral("Server9"), QStringLiteral("server09"),
-                                              QStringLiteral("server10"), QStringLiteral("äpfel")}));
+        QCOMPARE(names(*window), QStringList({u"alpha"_s, u"Server9"_s, u"server09"_s, u"server10"_s, u"äpfel"_s}));
         settle(*window, [&] { window->sortBy(1, false); });
-        QCOMPARE(names(*window), QStringList({QStringLiteral("äpfel"), QStringLiteral("server09"), QStringLiteral("server10"),
-                                              QStringLiteral("alpha"), QStringLiteral("Server9")}));
+        QCOMPARE(names(*window), QStringList({u"äpfel"_s, u"server09"_s, u"server10"_s, u"alpha"_s, u"Server9"_s}));
         settle(*window, [&] { window->sortBy(1, true); });
-        QCOMPARE(names(*window).first(), QStringLiteral("Server9"));
-        QCOMPARE(names(*window).mid(1, 2), QStringList({QStringLiteral("server10"), QStringLiteral("alpha")}));
+        QCOMPARE(names(*window).first(), u"Server9"_s);
+        QCOMPARE(names(*window).mid(1, 2), QStringList({u"server10"_s, u"alpha"_s}));
         settle(*window, [&] { window->sortBy(-1, false); });
-        QCOMPARE(names(*window).first(), QStringLiteral("server10"));
+        QCOMPARE(names(*window).first(), u"server10"_s);
     }
 
     void textOrderIsConsistent()
@@ -118,31 +118,31 @@ private Q_SLOTS:
     void searchCountsStepsAndReduces()
     {
         auto window = viewer(report({{"logon", 1234}, {"Logoff", 2}, {"other", 3}, {"LOGON again", 4}}));
-        auto text = window->findChild<QLineEdit *>(QStringLiteral("findText"));
-        auto table = window->findChild<QTableView *>(QStringLiteral("reportRows"));
-        auto count = window->findChild<QLabel *>(QStringLiteral("findCount"));
-        auto only = window->findChild<QToolButton *>(QStringLiteral("onlyMatches"));
-        settle(*window, [&] { text->setText(QStringLiteral("LOGO")); });
-        QCOMPARE(count->text(), QStringLiteral("1 of 3 rows"));
-        QTest::mouseClick(window->findChild<QToolButton *>(QStringLiteral("findNext")), Qt::LeftButton);
+        auto text = window->findChild<QLineEdit *>(u"findText"_s);
+        auto table = window->findChild<QTableView *>(u"reportRows"_s);
+        auto count = window->findChild<QLabel *>(u"findCount"_s);
+        auto only = window->findChild<QToolButton *>(u"onlyMatches"_s);
+        settle(*window, [&] { text->setText(u"LOGO"_s); });
+        QCOMPARE(count->text(), u"1 of 3 rows"_s);
+        QTest::mouseClick(window->findChild<QToolButton *>(u"findNext"_s), Qt::LeftButton);
         QCOMPARE(table->currentIndex().row(), 1);
-        QTest::mouseClick(window->findChild<QToolButton *>(QStringLiteral("findNext")), Qt::LeftButton);
+        QTest::mouseClick(window->findChild<QToolButton *>(u"findNext"_s), Qt::LeftButton);
         QCOMPARE(table->currentIndex().row(), 3);
-        QTest::mouseClick(window->findChild<QToolButton *>(QStringLiteral("findNext")), Qt::LeftButton);
+        QTest::mouseClick(window->findChild<QToolButton *>(u"findNext"_s), Qt::LeftButton);
         QCOMPARE(table->currentIndex().row(), 0);
         settle(*window, [&] { only->click(); });
-        QCOMPARE(names(*window), QStringList({QStringLiteral("logon"), QStringLiteral("Logoff"), QStringLiteral("LOGON again")}));
+        QCOMPARE(names(*window), QStringList({u"logon"_s, u"Logoff"_s, u"LOGON again"_s}));
         settle(*window, [&] { window->sortBy(1, true); });
-        QCOMPARE(names(*window), QStringList({QStringLiteral("logon"), QStringLiteral("LOGON again"), QStringLiteral("Logoff")}));
-        settle(*window, [&] { window->findChild<QToolButton *>(QStringLiteral("matchCase"))->click(); });
-        QCOMPARE(names(*window), QStringList({QStringLiteral("LOGON again")}));
+        QCOMPARE(names(*window), QStringList({u"logon"_s, u"LOGON again"_s, u"Logoff"_s}));
+        settle(*window, [&] { window->findChild<QToolButton *>(u"matchCase"_s)->click(); });
+        QCOMPARE(names(*window), QStringList({u"LOGON again"_s}));
         // Numbers are found as they are shown and as they are stored.
-        settle(*window, [&] { text->setText(QStringLiteral("1,2")); });
-        QCOMPARE(names(*window), QStringList({QStringLiteral("logon")}));
-        settle(*window, [&] { text->setText(QStringLiteral("123")); });
-        QCOMPARE(names(*window), QStringList({QStringLiteral("logon")}));
-        settle(*window, [&] { text->setText(QStringLiteral("nowhere")); });
-        QVERIFY(window->findChild<QLabel *>(QStringLiteral("emptyState"))->text().contains(QStringLiteral("nowhere")));
+        settle(*window, [&] { text->setText(u"1,2"_s); });
+        QCOMPARE(names(*window), QStringList({u"logon"_s}));
+        settle(*window, [&] { text->setText(u"123"_s); });
+        QCOMPARE(names(*window), QStringList({u"logon"_s}));
+        settle(*window, [&] { text->setText(u"nowhere"_s); });
+        QVERIFY(window->findChild<QLabel *>(u"emptyState"_s)->text().contains(u"nowhere"_s));
         settle(*window, [&] { text->clear(); });
         QCOMPARE(window->model().rowCount(), 4);
     }
@@ -154,46 +154,46 @@ private Q_SLOTS:
                                                  "bytes"),
                                       2}}));
         const QString shown = window->model().index(0, 0).data().toString();
-        QVERIFY(shown.startsWith(QStringLiteral("<b>bold</b>[U+202E]gpj.exe[U+202C]↵DROP")));
+        QVERIFY(shown.startsWith(u"<b>bold</b>[U+202E]gpj.exe[U+202C]↵DROP"_s));
         QVERIFY(!shown.contains(QChar(0x202E)) && !shown.contains(u'\n') && !shown.contains(QChar(1)));
-        auto details = window->findChild<QTextBrowser *>(QStringLiteral("detailPane"));
-        QVERIFY(details->toPlainText().contains(QStringLiteral("<b>bold</b>[U+202E]gpj.exe[U+202C]\nDROP")));
+        auto details = window->findChild<QTextBrowser *>(u"detailPane"_s);
+        QVERIFY(details->toPlainText().contains(u"<b>bold</b>[U+202E]gpj.exe[U+202C]\nDROP"_s));
         QCOMPARE(window->model().fullText(0, 0), kHostile);
         QVERIFY(window->model().fullText(1, 0).contains(QChar(0xFFFD)));
-        QCOMPARE(visibleText(QStringLiteral("a\u0085b\u200B\u2066")), QStringLiteral("a[U+0085]b[U+200B][U+2066]"));
+        QCOMPARE(visibleText(u"a\u0085b\u200B\u2066"_s), u"a[U+0085]b[U+200B][U+2066]"_s);
     }
 
     void selectionIsCopiedAsTabSeparatedText()
     {
         auto window = viewer(report({{"a\tb", 1}, {"plain", {}}, {"\"q\"", 3}}));
-        auto table = window->findChild<QTableView *>(QStringLiteral("reportRows"));
+        auto table = window->findChild<QTableView *>(u"reportRows"_s);
         table->selectAll();
-        window->findChild<QAction *>(QStringLiteral("copyWithCaptions"))->trigger();
-        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("name\tnumber\n\"a\tb\"\t1\nplain\t\n\"\"\"q\"\"\"\t3\n"));
+        window->findChild<QAction *>(u"copyWithCaptions"_s)->trigger();
+        QCOMPARE(QApplication::clipboard()->text(), u"name\tnumber\n\"a\tb\"\t1\nplain\t\n\"\"\"q\"\"\"\t3\n"_s);
         table->clearSelection();
         table->setCurrentIndex(window->model().index(0, 0));
-        window->findChild<QAction *>(QStringLiteral("copy"))->trigger();
-        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("a\tb"));
+        window->findChild<QAction *>(u"copy"_s)->trigger();
+        QCOMPARE(QApplication::clipboard()->text(), u"a\tb"_s);
     }
 
     void exportWritesWhatIsShown()
     {
         auto window = viewer(report({{"b", 2}, {"a,1", 1}, {"c", 3}}));
         settle(*window, [&] { window->sortBy(0, false); });
-        const QString path = f->installation.path() + QStringLiteral("out.csv");
-        settle(*window, [&] { window->exportTo(path, QStringLiteral("csv")); });
+        const QString path = f->installation.path() + u"out.csv"_s;
+        settle(*window, [&] { window->exportTo(path, u"csv"_s); });
         QCOMPARE(f->installation.read(path), QByteArray("name,number\r\n\"a,1\",1\r\nb,2\r\nc,3\r\n"));
-        const QString html = f->installation.path() + QStringLiteral("out.html");
-        settle(*window, [&] { window->findChild<QLineEdit *>(QStringLiteral("findText"))->setText(QStringLiteral("c")); });
-        settle(*window, [&] { window->findChild<QToolButton *>(QStringLiteral("onlyMatches"))->click(); });
-        settle(*window, [&] { window->exportTo(html, QStringLiteral("html")); });
+        const QString html = f->installation.path() + u"out.html"_s;
+        settle(*window, [&] { window->findChild<QLineEdit *>(u"findText"_s)->setText(u"c"_s); });
+        settle(*window, [&] { window->findChild<QToolButton *>(u"onlyMatches"_s)->click(); });
+        settle(*window, [&] { window->exportTo(html, u"html"_s); });
         QVERIFY(f->installation.read(html).contains("only rows that contain"));
         QVERIFY(!f->installation.read(html).contains("a,1"));
 
         // Into a folder that is not there: said, and the window goes on.
-        settle(*window, [&] { window->exportTo(f->installation.path() + QStringLiteral("no/out.csv"), QStringLiteral("csv")); });
+        settle(*window, [&] { window->exportTo(f->installation.path() + u"no/out.csv"_s, u"csv"_s); });
         QCOMPARE(f->prompts.shown.size(), std::size_t{1});
-        QVERIFY(f->prompts.shown.front().text.contains(QStringLiteral("no")));
+        QVERIFY(f->prompts.shown.front().text.contains(u"no"_s));
     }
 
     void aLargeReportStaysQuickAndLeavesNoFile()
@@ -213,12 +213,11 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         settle(*window, [&] { window->sortBy(0, true); });
-        QCOMPARE(window->model().index(0, 0).data().toString(), QStringLiteral("account199999"));
-        QCOMPARE(window->model().index(rows - 1, 0).data().toString(), QStringLiteral("account0"));
-        settle(*window, [&] { window->findChild<QLineEdit *>(QStringLiteral("findText"))->setText(QStringLiteral("account77777")); });
-        QCOMPARE(
-            window->model().index(window->findChild<QTableView *>(QStringLiteral("reportRows"))->currentIndex().row(), 0).data().toString(),
-            QStringLiteral("account77777"));
+        QCOMPARE(window->model().index(0, 0).data().toString(), u"account199999"_s);
+        QCOMPARE(window->model().index(rows - 1, 0).data().toString(), u"account0"_s);
+        settle(*window, [&] { window->findChild<QLineEdit *>(u"findText"_s)->setText(u"account77777"_s); });
+        QCOMPARE(window->model().index(window->findChild<QTableView *>(u"reportRows"_s)->currentIndex().row(), 0).data().toString(),
+                 u"account77777"_s);
         qInfo("sorted and searched %d rows in %lld ms", rows, timer.elapsed());
         // A new wish while one is being worked on replaces it.
         settle(*window, [&] {

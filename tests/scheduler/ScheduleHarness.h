@@ -22,6 +22,8 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// A due timer that matures when the test says so.
 class FakeDueTimer final : public DueTimer
 {
@@ -50,11 +52,11 @@ class RecordingJournal final : public ScheduleJournal
 public:
     void notRun(const ScheduledReportJob &job, const QString &reason) override
     {
-        lines.append(QStringLiteral("not run: ") + job.JobDescription + QStringLiteral(": ") + reason);
+        lines.append(u"not run: "_s + job.JobDescription + u": "_s + reason);
     }
     void skippedRuns(const ScheduledReportJob &job, const WallTime &, int skipped) override
     {
-        lines.append(QStringLiteral("skipped %1: ").arg(skipped) + job.JobDescription);
+        lines.append(u"skipped %1: "_s.arg(skipped) + job.JobDescription);
     }
     void note(const QString &text) override { lines.append(text); }
     QStringList lines;
@@ -75,17 +77,14 @@ class ScheduleHarness
 public:
     ScheduleHarness() : errors(prompts), clock({QDate(2026, 11, 21), 36'000})
     {
-        QDir(folder.path()).mkpath(QStringLiteral("Config"));
-        QDir(folder.path()).mkpath(QStringLiteral("Server/Query Groups/Daily"));
+        QDir(folder.path()).mkpath(u"Config"_s);
+        QDir(folder.path()).mkpath(u"Server/Query Groups/Daily"_s);
         restart();
     }
 
     [[nodiscard]] QString installPath() const { return folder.path() + kSep; }
-    [[nodiscard]] QString jobFile() const { return installPath() + QStringLiteral("Config/Jobs.cfg"); }
-    [[nodiscard]] QString query(const QString &name) const
-    {
-        return installPath() + QStringLiteral("Server/Query Groups/Daily/") + name + QStringLiteral(".rqn");
-    }
+    [[nodiscard]] QString jobFile() const { return installPath() + u"Config/Jobs.cfg"_s; }
+    [[nodiscard]] QString query(const QString &name) const { return installPath() + u"Server/Query Groups/Daily/"_s + name + u".rqn"_s; }
     QString makeQuery(const QString &name) const
     {
         files::saveAtomically(query(name), QByteArrayLiteral("description = \"q\"\nsql = \"select 1\"\n"));
@@ -103,9 +102,9 @@ public:
         globals = Globals();
         globals.gstrInstallPath = installPath();
         const auto info = std::make_shared<PackageInfo>();
-        info->PackageName = QStringLiteral("Server");
-        info->Interface = QStringLiteral("QuillmarkReports.Server");
-        info->InstallPath = installPath() + QStringLiteral("Server/");
+        info->PackageName = u"Server"_s;
+        info->Interface = u"QuillmarkReports.Server"_s;
+        info->InstallPath = installPath() + u"Server/"_s;
         const auto package = std::make_shared<QMKPackage>();
         package->setPackageInfo(info);
         globals.gdicPackages.Add(info->PackageName, package);
@@ -159,15 +158,15 @@ public:
     {
         QTimer::singleShot(0, dialog.get(), [this, entry] {
             if (entry.description)
-                dialog->findChild<QLineEdit *>(QStringLiteral("txtJobDesc"))->setText(*entry.description);
+                dialog->findChild<QLineEdit *>(u"txtJobDesc"_s)->setText(*entry.description);
             if (entry.file)
-                dialog->findChild<QLineEdit *>(QStringLiteral("txtQueryFile"))->setText(*entry.file);
+                dialog->findChild<QLineEdit *>(u"txtQueryFile"_s)->setText(*entry.file);
             if (entry.frequencyText)
-                dialog->findChild<QComboBox *>(QStringLiteral("cboFreq"))->setCurrentText(*entry.frequencyText);
+                dialog->findChild<QComboBox *>(u"cboFreq"_s)->setCurrentText(*entry.frequencyText);
             if (entry.date)
-                dialog->findChild<QDateEdit *>(QStringLiteral("txtStartDate"))->setDate(*entry.date);
+                dialog->findChild<QDateEdit *>(u"txtStartDate"_s)->setDate(*entry.date);
             if (entry.time) {
-                auto *picker = dialog->findChild<QTimeEdit *>(QStringLiteral("txtStartTime"));
+                auto *picker = dialog->findChild<QTimeEdit *>(u"txtStartTime"_s);
                 picker->setTime(*entry.time);
                 Q_EMIT picker->userTimeChanged(*entry.time);
             }
@@ -178,7 +177,7 @@ public:
             else
                 dialog->close();
             if (dialog->isVisible())
-                dialog->findChild<QPushButton *>(QStringLiteral("cmdDlgSchCancel"))->click();
+                dialog->findChild<QPushButton *>(u"cmdDlgSchCancel"_s)->click();
         });
     }
 

@@ -4,6 +4,7 @@
 #include <QtTest>
 
 using namespace qm;
+using namespace Qt::StringLiterals;
 
 /// How far a due job moves: month ends, leap years, whole periods, and every frequency over twenty years.
 class NextRunTest final : public QObject
@@ -54,7 +55,7 @@ private Q_SLOTS:
     void over_twenty_years_every_run_lies_after_today_and_within_one_period()
     {
         QRandomGenerator random(20261121);
-        const QStringList frequencies{QStringLiteral("Daily"), QStringLiteral("Weekly"), QStringLiteral("Monthly")};
+        const QStringList frequencies{u"Daily"_s, u"Weekly"_s, u"Monthly"_s};
         const int longest[] = {1, 7, 31};
         for (int round = 0; round < 20'000; ++round) {
             const int which = static_cast<int>(random.bounded(3U));

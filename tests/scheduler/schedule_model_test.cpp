@@ -6,6 +6,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -89,16 +90,16 @@ private:
     bool process(std::size_t index, const WallTime &now)
     {
         const Job job = jobs[index];
-        if (job.frequency == QStringLiteral("Single")) {
+        if (job.frequency == u"Single"_s) {
             if (job.shown.date <= now.date)
                 jobs.erase(jobs.begin() + static_cast<std::ptrdiff_t>(index));
         } else {
             WallTime next = job.shown;
             while (next.date <= now.date) {
                 const QDate date = next.date;
-                next.date = job.frequency == QStringLiteral("Daily")    ? date.addDays(1)
-                            : job.frequency == QStringLiteral("Weekly") ? date.addDays(7)
-                                                                        : date.addMonths(1);
+                next.date = job.frequency == u"Daily"_s    ? date.addDays(1)
+                            : job.frequency == u"Weekly"_s ? date.addDays(7)
+                                                           : date.addMonths(1);
                 jobs[index].when = next;
             }
         }
@@ -162,10 +163,10 @@ private Q_SLOTS:
 private:
     static Model::Job randomJob(const ScheduleHarness &real, QRandomGenerator &random)
     {
-        static const QStringList kNames{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
+        static const QStringList kNames{u"a"_s, u"b"_s, u"c"_s};
         const WallTime now = real.clock.wallNow();
         Model::Job job;
-        job.description = QStringLiteral("job %1").arg(random.bounded(1000U));
+        job.description = u"job %1"_s.arg(random.bounded(1000U));
         // The dialog accepts only files that exist; which one is missing later is decided elsewhere.
         for (int i = 0; i < 3 && (job.file.isEmpty() || !files::fileExists(job.file)); ++i)
             job.file = real.query(kNames[random.bounded(3)]);
@@ -237,7 +238,7 @@ private:
     }
     static void toggleFile(const ScheduleHarness &real, QRandomGenerator &random)
     {
-        const QString name = random.bounded(2) ? QStringLiteral("b") : QStringLiteral("c");
+        const QString name = random.bounded(2) ? u"b"_s : u"c"_s;
         if (files::fileExists(real.query(name)))
             files::kill(real.query(name));
         else
