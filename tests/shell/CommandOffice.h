@@ -17,22 +17,26 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// A tester that is always content.
 struct ContentTester final : ConnectionTester
 {
     void testConnection(const QString &) override {}
 };
 
-/// Server: Daily (Locks, Logons), Weekly (empty); an empty schedule; data sources can be edited.
+/// Server: Daily (Locks, Logons), Weekly (empty). Mail: Traffic (Senders). An empty schedule; data sources can be edited.
 struct CommandOffice : ShellHarness
 {
     CommandOffice()
     {
         connectionTester = &tester;
-        daily = installation.group(QStringLiteral("Server"), QStringLiteral("Daily")) + kSep;
-        weekly = installation.group(QStringLiteral("Server"), QStringLiteral("Weekly")) + kSep;
-        locks = installation.write(daily + QStringLiteral("Locks.rqn"), queryFile(QStringLiteral("Locks")));
-        logons = installation.write(daily + QStringLiteral("Logons.rqn"), queryFile(QStringLiteral("Logons")));
+        daily = installation.group(u"Server"_s, u"Daily"_s) + kSep;
+        weekly = installation.group(u"Server"_s, u"Weekly"_s) + kSep;
+        locks = installation.write(daily + u"Locks.rqn"_s, queryFile(u"Locks"_s));
+        logons = installation.write(daily + u"Logons.rqn"_s, queryFile(u"Logons"_s));
+        traffic = installation.group(u"Mail"_s, u"Traffic"_s) + kSep;
+        senders = installation.write(traffic + u"Senders.rqn"_s, queryFile(u"Senders"_s));
         start();
         show();
         tree().setAnimated(false); // clicks meet the nodes where they end up
@@ -54,7 +58,7 @@ struct CommandOffice : ShellHarness
     }
     void clickQuery(const QString &text) const
     {
-        clickGroup(QStringLiteral("Daily"));
+        clickGroup(u"Daily"_s);
         clickRow(static_cast<int>(listed().indexOf(text)));
     }
     [[nodiscard]] ScheduleTableView &schedule() const { return window->schedule().dtblScheduleTable(); }
@@ -68,6 +72,21 @@ struct CommandOffice : ShellHarness
             std::make_shared<ScheduledReportJob>(ScheduledReportJob{description, file, {QDate(2030, 1, 1), 25'200}, 1, 1}));
         window->schedule().jobs().PopulateJobs();
     }
+    [[nodiscard]] QModelIndex group(const QString &name) const { return selection().tree().find(groupKey(package, name)); }
+    [[nodiscard]] QMenu &rightClickMenu() const { return *window->commands().menu(u"ID_RightClick"_s); }
+    void closeMenu() const
+    {
+        QTRY_VERIFY(rightClickMenu().isVisible());
+        rightClickMenu().close();
+    }
+    /// A right click beside the rows, or below the nodes.
+    static void clickFreeSpace(const QAbstractItemView &view)
+    {
+        QTest::mouseClick(view.viewport(), Qt::RightButton, {}, {view.viewport()->width() - 5, view.viewport()->height() - 5});
+    }
+    /// The editor of a label that is open in \p view; null if none is.
+    [[nodiscard]] static QLineEdit *labelEditor(const QAbstractItemView &view) { return view.findChild<QLineEdit *>(); }
+    [[nodiscard]] static QStringList filesIn(const QString &folder) { return files::list(folder, u"*"_s, attr::directory); }
     [[nodiscard]] bool exists(const QString &path) const { return files::entryExists(path); }
 
     /// Runs \p act on the next modal dialog once it is open.
@@ -95,8 +114,8 @@ struct CommandOffice : ShellHarness
     }
 
     ContentTester tester;
-    QString package = QStringLiteral("Server Operating System Logs");
-    QString daily, weekly, locks, logons;
+    QString package = u"Server Operating System Logs"_s;
+    QString daily, weekly, traffic, locks, logons, senders;
 };
 
 } // namespace qm::test

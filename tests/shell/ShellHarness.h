@@ -18,6 +18,8 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// A factory whose report interfaces record what they are asked to generate, and fail when told to.
 class RecordingComponents final : public ComponentFactory
 {
@@ -36,13 +38,13 @@ public:
 
     std::unique_ptr<ReportInterface> createReportInterface(const QString &progId) override
     {
-        if (!progId.startsWith(QStringLiteral("Quillmark.")))
+        if (!progId.startsWith(u"Quillmark."_s))
             raise(err::cannotCreateObject, progId);
         return std::make_unique<Interface>(*this, progId);
     }
     std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override
     {
-        if (!progId.startsWith(QStringLiteral("Quillmark.")))
+        if (!progId.startsWith(u"Quillmark."_s))
             raise(err::cannotCreateObject, progId);
         return std::make_unique<TomlQueryAccess>();
     }
@@ -135,16 +137,13 @@ public:
     {
         QStringList lines;
         for (const ScriptedPrompts::Shown &box : prompts.shown)
-            lines.append(box.text.section(QStringLiteral("\r\n"), 0, 0));
+            lines.append(box.text.section(u"\r\n"_s, 0, 0));
         return lines;
     }
     [[nodiscard]] CatalogueTreeView &tree() const { return window->catalogue().tvTreeView(); }
     [[nodiscard]] CatalogueListView &list() const { return window->catalogue().lvListView(); }
     [[nodiscard]] CatalogueSelection &selection() const { return window->catalogue().selection(); }
-    [[nodiscard]] QString caption() const
-    {
-        return window->findChild<QWidget *>(QStringLiteral("ssReportQuery"))->findChild<QLabel *>()->text();
-    }
+    [[nodiscard]] QString caption() const { return window->findChild<QWidget *>(u"ssReportQuery"_s)->findChild<QLabel *>()->text(); }
     [[nodiscard]] QAction &tool(const char *id) const { return *window->commands().tool(QString::fromLatin1(id)); }
     /// Column \p column of the list, top to bottom.
     [[nodiscard]] QStringList listed(int column = 0) const

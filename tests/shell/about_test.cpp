@@ -11,6 +11,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -20,25 +21,25 @@ QString shown(const frmAbout &about, const char *label)
 }
 
 /// What setup.sh installs to be linked and to be shipped, and the name that the licences give it.
-const QMap<QString, QString> kNames{{QStringLiteral("qt6-base-dev"), QStringLiteral("Qt 6")},
-                                    {QStringLiteral("libqt6svg6-dev"), QStringLiteral("Qt 6")},
-                                    {QStringLiteral("libgl1-mesa-dev"), QStringLiteral("Qt 6")}, // headers that Qt's own want
-                                    {QStringLiteral("libsqlite3-dev"), QStringLiteral("SQLite")},
-                                    {QStringLiteral("unixodbc-dev"), QStringLiteral("unixODBC")},
-                                    {QStringLiteral("libtomlplusplus-dev"), QStringLiteral("toml++")},
-                                    {QStringLiteral("libspdlog-dev"), QStringLiteral("spdlog")},
-                                    {QStringLiteral("libexpat1-dev"), QStringLiteral("Expat")},
-                                    {QStringLiteral("libssl-dev"), QStringLiteral("OpenSSL")},
-                                    {QStringLiteral("zlib1g-dev"), QStringLiteral("zlib")},
-                                    {QStringLiteral("libdeflate-dev"), QStringLiteral("libdeflate")},
-                                    {QStringLiteral("libharfbuzz-dev"), QStringLiteral("HarfBuzz")},
-                                    {QStringLiteral("libfribidi-dev"), QStringLiteral("FriBidi")},
-                                    {QStringLiteral("libfontconfig-dev"), QStringLiteral("fontconfig")},
-                                    {QStringLiteral("libcurl4-openssl-dev"), QStringLiteral("libcurl")},
-                                    {QStringLiteral("libcups2-dev"), QStringLiteral("CUPS")},
-                                    {QStringLiteral("libmspack-dev"), QStringLiteral("libmspack")},
-                                    {QStringLiteral("fonts-dejavu-core"), QStringLiteral("DejaVu fonts")},
-                                    {QStringLiteral("fonts-droid-fallback"), QStringLiteral("Droid Sans Fallback")}};
+const QMap<QString, QString> kNames{{u"qt6-base-dev"_s, u"Qt 6"_s},
+                                    {u"libqt6svg6-dev"_s, u"Qt 6"_s},
+                                    {u"libgl1-mesa-dev"_s, u"Qt 6"_s}, // headers that Qt's own want
+                                    {u"libsqlite3-dev"_s, u"SQLite"_s},
+                                    {u"unixodbc-dev"_s, u"unixODBC"_s},
+                                    {u"libtomlplusplus-dev"_s, u"toml++"_s},
+                                    {u"libspdlog-dev"_s, u"spdlog"_s},
+                                    {u"libexpat1-dev"_s, u"Expat"_s},
+                                    {u"libssl-dev"_s, u"OpenSSL"_s},
+                                    {u"zlib1g-dev"_s, u"zlib"_s},
+                                    {u"libdeflate-dev"_s, u"libdeflate"_s},
+                                    {u"libharfbuzz-dev"_s, u"HarfBuzz"_s},
+                                    {u"libfribidi-dev"_s, u"FriBidi"_s},
+                                    {u"libfontconfig-dev"_s, u"fontconfig"_s},
+                                    {u"libcurl4-openssl-dev"_s, u"libcurl"_s},
+                                    {u"libcups2-dev"_s, u"CUPS"_s},
+                                    {u"libmspack-dev"_s, u"libmspack"_s},
+                                    {u"fonts-dejavu-core"_s, u"DejaVu fonts"_s},
+                                    {u"fonts-droid-fallback"_s, u"Droid Sans Fallback"_s}};
 
 } // namespace
 
@@ -49,23 +50,22 @@ private Q_SLOTS:
     void version_service_pack_and_build_come_from_the_installation()
     {
         const TempInstallation installation;
-        installation.write(QStringLiteral("Packages.ini"),
-                           "[Framework]\r\nVersion = 8.50.001\r\nServicePack=<b>5</b>\r\n[Other]\r\nBuild=9\r\n");
+        installation.write(u"Packages.ini"_s, "[Framework]\r\nVersion = 8.50.001\r\nServicePack=<b>5</b>\r\n[Other]\r\nBuild=9\r\n");
         const frmAbout about(installation.path(), nullptr);
-        QCOMPARE(shown(about, "lblVersion"), QStringLiteral("8.50.001"));
-        QCOMPARE(shown(about, "lblServicePack"), QStringLiteral("<b>5</b>"));
+        QCOMPARE(shown(about, "lblVersion"), u"8.50.001"_s);
+        QCOMPARE(shown(about, "lblServicePack"), u"<b>5</b>"_s);
         QCOMPARE(shown(about, "lblBuild"), QString());
-        QCOMPARE(shown(about, "lblTitle"), QStringLiteral("Quillmark Report Generator"));
+        QCOMPARE(shown(about, "lblTitle"), u"Quillmark Report Generator"_s);
         // Without an installation there is still a box.
-        QCOMPARE(shown(frmAbout(QStringLiteral("/nowhere/"), nullptr), "lblVersion"), QString());
+        QCOMPARE(shown(frmAbout(u"/nowhere/"_s, nullptr), "lblVersion"), QString());
     }
 
     void the_licence_of_everything_linked_or_shipped_is_told()
     {
-        QFile setup(qEnvironmentVariable("QM_SOURCE_DIR") + QStringLiteral("/scripts/setup.sh"));
+        QFile setup(qEnvironmentVariable("QM_SOURCE_DIR") + u"/scripts/setup.sh"_s);
         QVERIFY(setup.open(QIODevice::ReadOnly));
         const QString script = QString::fromUtf8(setup.readAll());
-        const qsizetype from = script.indexOf(QStringLiteral("# linked libraries")), to = script.indexOf(QStringLiteral("# the help file"));
+        const qsizetype from = script.indexOf(u"# linked libraries"_s), to = script.indexOf(u"# the help file"_s);
         QVERIFY(from > 0 && to > from);
         const TempInstallation installation;
         const frmAbout about(installation.path(), nullptr);

@@ -7,6 +7,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -36,8 +37,7 @@ private:
 
 struct Office : CommandOffice
 {
-    [[nodiscard]] static QStringList filesIn(const QString &folder) { return files::list(folder, QStringLiteral("*"), attr::directory); }
-    [[nodiscard]] QString groups() const { return installation.packagePath(QStringLiteral("Server")) + QStringLiteral("Query Groups"); }
+    [[nodiscard]] QString groups() const { return installation.packagePath(u"Server"_s) + u"Query Groups"_s; }
     void openToAll() const
     {
         for (QString folder = QDir::cleanPath(groups()); ::chmod(QFile::encodeName(folder).constData(), 0755) == 0;) {
@@ -61,8 +61,7 @@ struct Office : CommandOffice
     {
         QVERIFY(!prompts.shown.empty());
         for (const QString &word : words)
-            QVERIFY2(prompts.shown.back().text.contains(word),
-                     qPrintable(word + QStringLiteral(" is not in: ") + prompts.shown.back().text));
+            QVERIFY2(prompts.shown.back().text.contains(word), qPrintable(word + u" is not in: "_s + prompts.shown.back().text));
     }
 };
 
@@ -76,82 +75,80 @@ private Q_SLOTS:
     {
         Office office;
         office.openToAll();
-        office.clickQuery(QStringLiteral("Logons"));
+        office.clickQuery(u"Logons"_s);
         QTest::keyClick(&office.list(), Qt::Key_C, Qt::ControlModifier);
         const OtherUser other({office.daily, office.weekly, office.groups()});
         if (!other.isDenied())
             QSKIP("this user may write everywhere and cannot become another one");
 
-        Office::rename(office.list(), QStringLiteral("Sign-ins"));
-        office.verifySaid({QStringLiteral("Sign-ins.rqn"), QStringLiteral("Permission denied")});
+        Office::rename(office.list(), u"Sign-ins"_s);
+        office.verifySaid({u"Sign-ins.rqn"_s, u"Permission denied"_s});
         office.prompts.answers = {box::idYes};
         QTest::keyClick(&office.list(), Qt::Key_Delete);
-        office.verifySaid({QStringLiteral("Logons.rqn"), QStringLiteral("Permission denied")});
-        QCOMPARE(office.listed(), (QStringList{QStringLiteral("Locks"), QStringLiteral("Logons")}));
+        office.verifySaid({u"Logons.rqn"_s, u"Permission denied"_s});
+        QCOMPARE(office.listed(), (QStringList{u"Locks"_s, u"Logons"_s}));
 
-        office.clickGroup(QStringLiteral("Weekly"));
+        office.clickGroup(u"Weekly"_s);
         QTest::keyClick(&office.tree(), Qt::Key_V, Qt::ControlModifier);
-        office.verifySaid({QStringLiteral("Weekly"), QStringLiteral("Permission denied")});
+        office.verifySaid({u"Weekly"_s, u"Permission denied"_s});
         const std::size_t boxes = office.prompts.shown.size();
-        Office::rename(office.tree(), QStringLiteral("Monthly"));
-        QTRY_VERIFY(!office.selection().tree().find(groupKey(office.package, QStringLiteral("Monthly"))).isValid());
+        Office::rename(office.tree(), u"Monthly"_s);
+        QTRY_VERIFY(!office.selection().tree().find(groupKey(office.package, u"Monthly"_s)).isValid());
         office.clickPackage();
         office.tool("ID_ReportGroup").trigger();
         QVERIFY(office.prompts.shown.size() > boxes);
-        office.verifySaid({QStringLiteral("New Report Group"), QStringLiteral("Permission denied")});
+        office.verifySaid({u"New Report Group"_s, u"Permission denied"_s});
 
-        QCOMPARE(Office::filesIn(office.groups()), (QStringList{QStringLiteral("Daily"), QStringLiteral("Weekly")}));
-        QCOMPARE(Office::filesIn(office.daily), (QStringList{QStringLiteral("Locks.rqn"), QStringLiteral("Logons.rqn")}));
+        QCOMPARE(Office::filesIn(office.groups()), (QStringList{u"Daily"_s, u"Weekly"_s}));
+        QCOMPARE(Office::filesIn(office.daily), (QStringList{u"Locks.rqn"_s, u"Logons.rqn"_s}));
         QVERIFY(Office::filesIn(office.weekly).isEmpty());
         office.clickPackage();
-        QCOMPARE(office.listed(), (QStringList{QStringLiteral("Daily"), QStringLiteral("Weekly")}));
+        QCOMPARE(office.listed(), (QStringList{u"Daily"_s, u"Weekly"_s}));
         office.prompts.finish();
     }
 
     void a_group_whose_folder_vanished_can_be_left_and_the_others_work()
     {
         Office office;
-        office.clickQuery(QStringLiteral("Locks"));
+        office.clickQuery(u"Locks"_s);
         QVERIFY(QDir(office.daily).removeRecursively());
         QTest::keyClick(&office.list(), Qt::Key_F2);
         if (auto *editor = office.list().findChild<QLineEdit *>()) {
-            editor->setText(QStringLiteral("Lockouts"));
+            editor->setText(u"Lockouts"_s);
             QTest::keyClick(editor, Qt::Key_Return);
         }
         QTRY_VERIFY(!office.prompts.shown.empty());
-        office.verifySaid({QStringLiteral("Locks.rqn")});
-        office.clickGroup(QStringLiteral("Daily"));
+        office.verifySaid({u"Locks.rqn"_s});
+        office.clickGroup(u"Daily"_s);
         QVERIFY(office.listed().isEmpty());
         office.prompts.answers = {box::idYes};
         QTest::keyClick(&office.tree(), Qt::Key_Delete);
-        office.verifySaid({QStringLiteral("Daily")});
-        office.clickGroup(QStringLiteral("Weekly"));
-        QCOMPARE(office.caption(), office.package + QStringLiteral(" - Weekly"));
-        office.components.onEdit = [&](const QString &target) {
-            office.installation.write(target + QStringLiteral("x.rqn"), queryFile(QStringLiteral("Anew")));
-        };
+        office.verifySaid({u"Daily"_s});
+        office.clickGroup(u"Weekly"_s);
+        QCOMPARE(office.caption(), office.package + u" - Weekly"_s);
+        office.components.onEdit = [&](const QString &target) { office.installation.write(target + u"x.rqn"_s, queryFile(u"Anew"_s)); };
         office.tool("ID_ReportQuery").trigger();
-        QCOMPARE(office.listed(), QStringList{QStringLiteral("Anew")});
+        QCOMPARE(office.listed(), QStringList{u"Anew"_s});
     }
 
     void a_query_that_another_program_took_away_is_named_in_the_message()
     {
         Office office;
-        office.clickQuery(QStringLiteral("Logons"));
+        office.clickQuery(u"Logons"_s);
         QTest::keyClick(&office.list(), Qt::Key_X, Qt::ControlModifier);
-        QVERIFY(QFile::rename(office.logons, office.weekly + QStringLiteral("Taken.rqn")));
-        office.clickGroup(QStringLiteral("Weekly"));
+        QVERIFY(QFile::rename(office.logons, office.weekly + u"Taken.rqn"_s));
+        office.clickGroup(u"Weekly"_s);
         QTest::keyClick(&office.tree(), Qt::Key_V, Qt::ControlModifier);
-        office.verifySaid({QStringLiteral("Logons.rqn")});
-        QCOMPARE(Office::filesIn(office.weekly), QStringList{QStringLiteral("Taken.rqn")});
+        office.verifySaid({u"Logons.rqn"_s});
+        QCOMPARE(Office::filesIn(office.weekly), QStringList{u"Taken.rqn"_s});
 
-        office.clickGroup(QStringLiteral("Daily"));
-        QCOMPARE(office.listed(), QStringList{QStringLiteral("Locks")});
+        office.clickGroup(u"Daily"_s);
+        QCOMPARE(office.listed(), QStringList{u"Locks"_s});
         office.clickRow(0);
         QVERIFY(QFile::remove(office.locks));
         office.prompts.answers = {box::idYes};
         QTest::keyClick(&office.list(), Qt::Key_Delete);
-        office.verifySaid({QStringLiteral("Locks.rqn")});
+        office.verifySaid({u"Locks.rqn"_s});
     }
 
     void a_group_of_thousands_is_worked_in_as_a_small_one()
@@ -159,14 +156,14 @@ private Q_SLOTS:
         Office office;
         constexpr int count = 5000;
         for (int i = 0; i < count; ++i)
-            office.installation.write(office.weekly + QStringLiteral("Query %1.rqn").arg(i, 4, 10, QLatin1Char('0')),
-                                      queryFile(QStringLiteral("Query %1").arg(i, 4, 10, QLatin1Char('0'))));
-        office.clickGroup(QStringLiteral("Weekly"));
+            office.installation.write(office.weekly + u"Query %1.rqn"_s.arg(i, 4, 10, QLatin1Char('0')),
+                                      queryFile(u"Query %1"_s.arg(i, 4, 10, QLatin1Char('0'))));
+        office.clickGroup(u"Weekly"_s);
         QCOMPARE(office.list().model()->rowCount(), count);
         office.list().setFocus();
         QTest::keyClick(&office.list(), Qt::Key_End);
-        Office::rename(office.list(), QStringLiteral("Aardvarks"));
-        QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Aardvarks.rqn")));
+        Office::rename(office.list(), u"Aardvarks"_s);
+        QTRY_VERIFY(office.exists(office.weekly + u"Aardvarks.rqn"_s));
         QTest::keyClick(&office.list(), Qt::Key_Home); // the renamed one is the first now
         office.prompts.answers = {box::idYes};
         QTest::keyClick(&office.list(), Qt::Key_Delete);
@@ -176,7 +173,7 @@ private Q_SLOTS:
         QTest::keyClick(&office.list(), Qt::Key_C, Qt::ControlModifier);
         QTest::keyClick(&office.list(), Qt::Key_V, Qt::ControlModifier);
         QTRY_COMPARE(office.list().model()->rowCount(), count);
-        QVERIFY(office.exists(office.weekly + QStringLiteral("Copy of Query 0000.rqn")));
+        QVERIFY(office.exists(office.weekly + u"Copy of Query 0000.rqn"_s));
         office.prompts.finish();
     }
 
@@ -184,9 +181,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<bool>("fits");
-        QTest::newRow("Greek") << QStringLiteral("Αποτυχημένες συνδέσεις") << true;
-        QTest::newRow("Arabic") << QStringLiteral("محاولات الدخول") << true;
-        QTest::newRow("Chinese, emoji") << QStringLiteral("登录失败 🔒") << true;
+        QTest::newRow("Greek") << u"Αποτυχημένες συνδέσεις"_s << true;
+        QTest::newRow("Arabic") << u"محاولات الدخول"_s << true;
+        QTest::newRow("Chinese, emoji") << u"登录失败 🔒"_s << true;
         QTest::newRow("251 letters") << QString(251, u'n') << true;
         QTest::newRow("252 letters") << QString(252, u'n') << false;
         QTest::newRow("200 letters of two bytes") << QString(200, u'ż') << false;
@@ -197,23 +194,23 @@ private Q_SLOTS:
         QFETCH(const QString, name);
         QFETCH(const bool, fits);
         Office office;
-        office.clickQuery(QStringLiteral("Logons"));
+        office.clickQuery(u"Logons"_s);
         Office::rename(office.list(), name);
-        const QString file = (fits ? name : QStringLiteral("Logons")) + QStringLiteral(".rqn");
+        const QString file = (fits ? name : u"Logons"_s) + u".rqn"_s;
         QTRY_VERIFY(Office::filesIn(office.daily).contains(file));
         QCOMPARE(Office::filesIn(office.daily).size(), 2);
-        QVERIFY(office.listed().contains(fits ? name : QStringLiteral("Logons")));
+        QVERIFY(office.listed().contains(fits ? name : u"Logons"_s));
         QCOMPARE(office.prompts.shown.empty(), fits);
 
         // "Copy of" makes the longest name too long: said so, and the query is where it was.
-        office.clickQuery(fits ? name : QStringLiteral("Logons"));
+        office.clickQuery(fits ? name : u"Logons"_s);
         QTest::keyClick(&office.list(), Qt::Key_C, Qt::ControlModifier);
         QTest::keyClick(&office.list(), Qt::Key_V, Qt::ControlModifier);
         QVERIFY(Office::filesIn(office.daily).contains(file));
         const bool copyFits = file.toUtf8().size() <= 255 - 8;
         QCOMPARE(Office::filesIn(office.daily).size(), copyFits ? 3 : 2);
         if (!copyFits)
-            office.verifySaid({QStringLiteral("Copy of ")});
+            office.verifySaid({u"Copy of "_s});
     }
 };
 

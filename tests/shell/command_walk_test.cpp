@@ -13,6 +13,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -84,7 +85,7 @@ void choose(CommandOffice &office, const Errand &errand, Way way)
         QTest::mouseClick(&bar, Qt::LeftButton, {}, bar.actionGeometry(const_cast<QAction *>(top)).center());
         clickDown(office, path, errand.id);
     } else if (way == Way::Button) {
-        auto *bar = office.window->findChild<QToolBar *>(QStringLiteral("sstbrReportsMenuToolbar"));
+        auto *bar = office.window->findChild<QToolBar *>(u"sstbrReportsMenuToolbar"_s);
         QTest::mouseClick(bar->widgetForAction(&office.tool(errand.id)), Qt::LeftButton);
     } else if (way == Way::PopUp) {
         // Where the selection is: on the selected row, else on the selected node.
@@ -98,17 +99,12 @@ void choose(CommandOffice &office, const Errand &errand, Way way)
     }
 }
 
-QLineEdit *labelEditor(const QAbstractItemView &view)
-{
-    return view.findChild<QLineEdit *>();
-}
-
 /// Copies or cuts "Locks" with the real command and selects the group to paste into.
 void pickUpLocks(CommandOffice &office, const char *id)
 {
-    office.clickQuery(QStringLiteral("Locks"));
+    office.clickQuery(u"Locks"_s);
     office.tool(id).trigger();
-    office.clickGroup(QStringLiteral("Weekly"));
+    office.clickGroup(u"Weekly"_s);
 }
 
 std::vector<Errand> filesErrands()
@@ -116,28 +112,25 @@ std::vector<Errand> filesErrands()
     return {
         {"ID_ReportGroup", [](CommandOffice &office) { office.clickPackage(); },
          [](CommandOffice &office) {
-             QTRY_VERIFY(office.exists(office.installation.packagePath(QStringLiteral("Server")) +
-                                       QStringLiteral("Query Groups/New Report Group")));
+             QTRY_VERIFY(office.exists(office.installation.packagePath(u"Server"_s) + u"Query Groups/New Report Group"_s));
          }},
         {"ID_ReportQuery",
          [](CommandOffice &office) {
-             office.clickGroup(QStringLiteral("Weekly"));
+             office.clickGroup(u"Weekly"_s);
              office.components.onEdit = [&office](const QString &target) {
-                 office.installation.write(target + QStringLiteral("new.rqn"), queryFile(QStringLiteral("Night work")));
+                 office.installation.write(target + u"new.rqn"_s, queryFile(u"Night work"_s));
              };
          },
-         [](CommandOffice &office) { QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Night work.rqn"))); }},
+         [](CommandOffice &office) { QTRY_VERIFY(office.exists(office.weekly + u"Night work.rqn"_s)); }},
         {"ID_Modify",
          [](CommandOffice &office) {
-             office.clickQuery(QStringLiteral("Locks"));
-             office.components.onEdit = [&office](const QString &target) {
-                 office.installation.write(target, queryFile(QStringLiteral("Edited")));
-             };
+             office.clickQuery(u"Locks"_s);
+             office.components.onEdit = [&office](const QString &target) { office.installation.write(target, queryFile(u"Edited"_s)); };
          },
-         [](CommandOffice &office) { QTRY_VERIFY(office.listed().contains(QStringLiteral("Edited"))); }, Qt::Key_Return},
+         [](CommandOffice &office) { QTRY_VERIFY(office.listed().contains(u"Edited"_s)); }, Qt::Key_Return},
         {"ID_Delete",
          [](CommandOffice &office) {
-             office.clickQuery(QStringLiteral("Logons"));
+             office.clickQuery(u"Logons"_s);
              office.prompts.answers = {box::idYes};
          },
          [](CommandOffice &office) {
@@ -145,43 +138,43 @@ std::vector<Errand> filesErrands()
              QVERIFY(office.exists(office.locks));
          },
          Qt::Key_Delete},
-        {"ID_Rename", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Locks")); },
+        {"ID_Rename", [](CommandOffice &office) { office.clickQuery(u"Locks"_s); },
          [](CommandOffice &office) {
-             QTRY_VERIFY(labelEditor(office.list()) && labelEditor(office.list())->hasFocus());
-             QTest::keyClicks(labelEditor(office.list()), QStringLiteral("Locked out"));
-             QTest::keyClick(labelEditor(office.list()), Qt::Key_Return);
-             QTRY_VERIFY(office.exists(office.daily + QStringLiteral("Locked out.rqn")));
+             QTRY_VERIFY(office.labelEditor(office.list()) && office.labelEditor(office.list())->hasFocus());
+             QTest::keyClicks(office.labelEditor(office.list()), u"Locked out"_s);
+             QTest::keyClick(office.labelEditor(office.list()), Qt::Key_Return);
+             QTRY_VERIFY(office.exists(office.daily + u"Locked out.rqn"_s));
              QVERIFY(!office.exists(office.locks));
          },
          Qt::Key_F2},
         {"ID_SaveAs",
          [](CommandOffice &office) {
-             office.clickQuery(QStringLiteral("Locks"));
-             office.prompts.files = {office.weekly + QStringLiteral("Moved.rqn")};
+             office.clickQuery(u"Locks"_s);
+             office.prompts.files = {office.weekly + u"Moved.rqn"_s};
          },
          [](CommandOffice &office) {
-             QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Moved.rqn")));
+             QTRY_VERIFY(office.exists(office.weekly + u"Moved.rqn"_s));
              QVERIFY(!office.exists(office.locks));
          }},
-        {"ID_Cut", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Locks")); },
+        {"ID_Cut", [](CommandOffice &office) { office.clickQuery(u"Locks"_s); },
          [](CommandOffice &office) {
              QTRY_VERIFY(office.tool("ID_Paste").isEnabled());
-             office.clickGroup(QStringLiteral("Weekly"));
+             office.clickGroup(u"Weekly"_s);
              office.tool("ID_Paste").trigger();
-             QVERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")) && !office.exists(office.locks));
+             QVERIFY(office.exists(office.weekly + u"Locks.rqn"_s) && !office.exists(office.locks));
          },
          Qt::CTRL | Qt::Key_X},
-        {"ID_Copy", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Locks")); },
+        {"ID_Copy", [](CommandOffice &office) { office.clickQuery(u"Locks"_s); },
          [](CommandOffice &office) {
              QTRY_VERIFY(office.tool("ID_Paste").isEnabled());
-             office.clickGroup(QStringLiteral("Weekly"));
+             office.clickGroup(u"Weekly"_s);
              office.tool("ID_Paste").trigger();
-             QVERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")) && office.exists(office.locks));
+             QVERIFY(office.exists(office.weekly + u"Locks.rqn"_s) && office.exists(office.locks));
          },
          Qt::CTRL | Qt::Key_C},
         {"ID_Paste", [](CommandOffice &office) { pickUpLocks(office, "ID_Copy"); },
          [](CommandOffice &office) {
-             QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+             QTRY_VERIFY(office.exists(office.weekly + u"Locks.rqn"_s));
              QVERIFY(!office.tool("ID_Paste").isEnabled());
          },
          Qt::CTRL | Qt::Key_V},
@@ -192,7 +185,7 @@ std::vector<Errand> windowErrands()
 {
     const auto showsHelp = [](CommandOffice &office) {
         QTRY_VERIFY(office.help.window() && office.help.window()->isVisible());
-        QCOMPARE(office.help.window()->findChild<HelpText *>()->page(), QStringLiteral("window.html"));
+        QCOMPARE(office.help.window()->findChild<HelpText *>()->page(), u"window.html"_s);
     };
     const auto anywhere = [](CommandOffice &office) { office.clickPackage(); };
     return {
@@ -209,9 +202,9 @@ std::vector<Errand> windowErrands()
              QTRY_COMPARE(office.components.runs.size(), std::size_t{1});
              QCOMPARE(office.components.runs[0].queryFile, office.locks);
              QVERIFY(!office.components.runs[0].interactive);
-             QVERIFY(office.installation.read(QStringLiteral("Config/Jobs.cfg")) != QByteArray());
+             QVERIFY(office.installation.read(u"Config/Jobs.cfg"_s) != QByteArray());
          }},
-        {"ID_Generate", [](CommandOffice &office) { office.clickQuery(QStringLiteral("Logons")); },
+        {"ID_Generate", [](CommandOffice &office) { office.clickQuery(u"Logons"_s); },
          [](CommandOffice &office) {
              QTRY_COMPARE(office.components.runs.size(), std::size_t{1});
              QCOMPARE(office.components.runs[0].queryFile, office.logons);
@@ -221,28 +214,26 @@ std::vector<Errand> windowErrands()
              office.clickPackage();
              office.whenDialogOpens([&office](QWidget &add) {
                  office.whenDialogOpens([](QWidget &dialog) {
-                     CommandOffice::in<QLineEdit>(dialog, "txtServerName").setText(QStringLiteral("sql1"));
-                     CommandOffice::in<QLineEdit>(dialog, "txtDatabase").setText(QStringLiteral("audit"));
+                     CommandOffice::in<QLineEdit>(dialog, "txtServerName").setText(u"sql1"_s);
+                     CommandOffice::in<QLineEdit>(dialog, "txtDatabase").setText(u"audit"_s);
                      QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdSave"), Qt::LeftButton);
                      QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdOK"), Qt::LeftButton);
                  });
-                 CommandOffice::in<QLineEdit>(add, "txtDataSource").setText(QStringLiteral("Payroll"));
-                 CommandOffice::in<QComboBox>(add, "cboDatabase").setCurrentText(QStringLiteral("Microsoft SQL Server"));
+                 CommandOffice::in<QLineEdit>(add, "txtDataSource").setText(u"Payroll"_s);
+                 CommandOffice::in<QComboBox>(add, "cboDatabase").setCurrentText(u"Microsoft SQL Server"_s);
                  QTest::mouseClick(&CommandOffice::in<QPushButton>(add, "cmdOK"), Qt::LeftButton);
              });
          },
-         [](CommandOffice &office) { QTRY_VERIFY(office.installation.read(QStringLiteral("Config/Payroll.dsf")).contains("sql1")); }},
+         [](CommandOffice &office) { QTRY_VERIFY(office.installation.read(u"Config/Payroll.dsf"_s).contains("sql1")); }},
         {"ID_E-mailSettings",
          [](CommandOffice &office) {
              office.clickPackage();
              office.whenDialogOpens([](QWidget &dialog) {
-                 QTest::keyClicks(&CommandOffice::in<QLineEdit>(dialog, "txtSmtpServer"), QStringLiteral("mail.example.org"));
+                 QTest::keyClicks(&CommandOffice::in<QLineEdit>(dialog, "txtSmtpServer"), u"mail.example.org"_s);
                  QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdOK"), Qt::LeftButton);
              });
          },
-         [](CommandOffice &office) {
-             QTRY_VERIFY(office.installation.read(QStringLiteral("Config/Email.cfg")).contains("mail.example.org"));
-         }},
+         [](CommandOffice &office) { QTRY_VERIFY(office.installation.read(u"Config/Email.cfg"_s).contains("mail.example.org")); }},
         {"ID_KeepOnTaskbarMenu", anywhere, [](CommandOffice &office) { QTRY_VERIFY(office.window->isMinimized()); }},
         {"ID_ContentsMenu", anywhere, showsHelp, Qt::Key_F1},
         {"ID_HelpButton", anywhere, showsHelp},
@@ -316,16 +307,15 @@ private Q_SLOTS:
     void a_damaged_help_file_is_told_and_the_window_works_on()
     {
         CommandOffice office;
-        office.installation.write(QStringLiteral("Report Generator.chm"), "spoilt");
+        office.installation.write(u"Report Generator.chm"_s, "spoilt");
         office.tool("ID_HelpButton").trigger();
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_F1);
         QCOMPARE(office.prompts.shown.size(), std::size_t{2});
         for (const ScriptedPrompts::Shown &box : office.prompts.shown)
-            QVERIFY(
-                box.text.startsWith(QStringLiteral("Error occured while trying to display Help.\r\n\r\nFunction Name:  HelpContentsClicked"
-                                                   "\r\nSource:  frmMain.frm\r\nError No:  321\r\n")));
+            QVERIFY(box.text.startsWith(u"Error occured while trying to display Help.\r\n\r\nFunction Name:  HelpContentsClicked"
+                                        "\r\nSource:  frmMain.frm\r\nError No:  321\r\n"_s));
         QVERIFY(!office.help.window());
-        office.clickQuery(QStringLiteral("Logons"));
+        office.clickQuery(u"Logons"_s);
         office.tool("ID_Generate").trigger();
         QCOMPARE(office.components.runs.size(), std::size_t{1});
     }
@@ -336,51 +326,38 @@ private Q_SLOTS:
         CommandOffice office;
         const auto on = [&office] {
             QStringList letters;
-            for (const auto &[id, letter] : {std::pair{"ID_ReportGroup", "group"},
-                                             {"ID_ReportQuery", "query"},
-                                             {"ID_ReportJob", "job"},
-                                             {"ID_Modify", "modify"},
-                                             {"ID_Delete", "delete"},
-                                             {"ID_Rename", "rename"},
-                                             {"ID_SaveAs", "saveas"},
-                                             {"ID_Copy", "copy"},
-                                             {"ID_Generate", "generate"},
-                                             {"ID_Paste", "paste"}})
-                if (office.tool(id).isEnabled())
-                    letters << QString::fromLatin1(letter);
+            for (const char *command :
+                 {"ReportGroup", "ReportQuery", "ReportJob", "Modify", "Delete", "Rename", "SaveAs", "Copy", "Generate", "Paste"})
+                if (office.tool((QByteArray("ID_") + command).constData()).isEnabled())
+                    letters << QString::fromLatin1(command).remove(u"Report"_s).toLower();
             return letters.join(u' ');
         };
-        const auto closeMenu = [&office] {
-            QMenu &menu = *office.window->commands().menu(QStringLiteral("ID_RightClick"));
-            QTRY_VERIFY(menu.isVisible());
-            menu.close();
-        };
         office.clickPackage();
-        QCOMPARE(on(), QStringLiteral("group job"));
-        office.clickGroup(QStringLiteral("Daily"));
-        QCOMPARE(on(), QStringLiteral("group query job modify delete rename"));
+        QCOMPARE(on(), u"group job"_s);
+        office.clickGroup(u"Daily"_s);
+        QCOMPARE(on(), u"group query job modify delete rename"_s);
         office.clickRow(0);
-        QCOMPARE(on(), QStringLiteral("query modify delete rename saveas copy generate"));
+        QCOMPARE(on(), u"query modify delete rename saveas copy generate"_s);
         // Free space of the list: Rename stays as it was, the row stays selected.
-        QTest::mouseClick(office.list().viewport(), Qt::RightButton, {},
-                          {office.list().viewport()->width() - 5, office.list().viewport()->height() - 5});
-        closeMenu();
-        QCOMPARE(on(), QStringLiteral("group query job rename"));
+        office.clickFreeSpace(office.list());
+        office.closeMenu();
+        QCOMPARE(on(), u"group query job rename"_s);
         // The empty schedule takes the focus: Rename, Save As and Paste stay as they were.
         office.schedule().setFocus();
-        QCOMPARE(on(), QStringLiteral("group job rename"));
-        office.addJob(QStringLiteral("Morning"), office.locks);
+        QCOMPARE(on(), u"group job rename"_s);
+        office.addJob(u"Morning"_s, office.locks);
         office.clickJob(0);
-        QCOMPARE(on(), QStringLiteral("group job modify delete rename generate"));
+        QCOMPARE(office.globals.gstrCurrentQueryFile, office.locks);
+        QCOMPARE(on(), u"group job modify delete rename generate"_s);
         // Back in the list its row counts again; a copy makes Paste possible where groups or queries are.
         office.list().setFocus();
-        QCOMPARE(on(), QStringLiteral("query modify delete rename saveas copy generate"));
+        QCOMPARE(on(), u"query modify delete rename saveas copy generate"_s);
         office.tool("ID_Copy").trigger();
-        QCOMPARE(on(), QStringLiteral("query modify delete rename saveas copy generate paste"));
+        QCOMPARE(on(), u"query modify delete rename saveas copy generate paste"_s);
         office.clickPackage();
-        QCOMPARE(on(), QStringLiteral("group job rename"));
-        office.clickGroup(QStringLiteral("Weekly"));
-        QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
+        QCOMPARE(on(), u"group job rename"_s);
+        office.clickGroup(u"Weekly"_s);
+        QCOMPARE(on(), u"group query job modify delete rename paste"_s);
         // The view that a command acts on shows its selection in full colour, the others dimmed.
         const auto highlight = [](const QWidget &view) { return view.palette().color(QPalette::Active, QPalette::Highlight); };
         QCOMPARE(highlight(office.tree()), QApplication::palette().color(QPalette::Active, QPalette::Highlight));
@@ -388,13 +365,13 @@ private Q_SLOTS:
         QCOMPARE(highlight(office.list()), highlight(office.schedule()));
         // A menu that is open, and a button that has the focus, change nothing.
         QTest::keyClick(office.window.get(), Qt::Key_O, Qt::AltModifier);
-        QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
-        office.window->commands().menu(QStringLiteral("ID_Options"))->close();
+        QCOMPARE(on(), u"group query job modify delete rename paste"_s);
+        office.window->commands().menu(u"ID_Options"_s)->close();
         // After a delete there is no row: what needs one is off.
-        office.clickQuery(QStringLiteral("Logons"));
+        office.clickQuery(u"Logons"_s);
         office.prompts.answers = {box::idYes, box::idYes};
         QTest::keyClick(&office.list(), Qt::Key_Delete);
-        QCOMPARE(on(), QStringLiteral("group query job modify delete rename paste"));
+        QCOMPARE(on(), u"group query job modify delete rename paste"_s);
         QVERIFY(office.tree().hasFocus());
         // The last job goes: the schedule is empty, the tree's node is listed anew.
         office.clickJob(0);

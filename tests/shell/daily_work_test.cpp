@@ -7,6 +7,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -42,7 +43,7 @@ void tabTo(const QWidget &view)
 
 bool editing(const QAbstractItemView &view)
 {
-    const auto *editor = view.findChild<QLineEdit *>();
+    const auto *editor = CommandOffice::labelEditor(view);
     return editor && editor->hasFocus();
 }
 
@@ -59,7 +60,7 @@ private Q_SLOTS:
 
         // Browse to the group, on to its queries, and generate one to the screen.
         press(Qt::Key_Down);
-        QCOMPARE(office.caption(), office.package + QStringLiteral(" - Daily"));
+        QCOMPARE(office.caption(), office.package + u" - Daily"_s);
         tabTo(office.list());
         press(Qt::Key_Down);
         press(Qt::Key_Down);
@@ -72,9 +73,9 @@ private Q_SLOTS:
         // Rename it in place.
         press(Qt::Key_F2);
         QTRY_VERIFY(editing(office.list()));
-        type(QStringLiteral("Night logons"));
+        type(u"Night logons"_s);
         press(Qt::Key_Return);
-        const QString renamed = office.daily + QStringLiteral("Night logons.rqn");
+        const QString renamed = office.daily + u"Night logons.rqn"_s;
         QTRY_VERIFY(office.exists(renamed));
 
         // Copy a query to the other group.
@@ -83,19 +84,19 @@ private Q_SLOTS:
         press(Qt::Key_Home);
         if (office.selection().rowIndex() != 0)
             press(Qt::Key_Up);
-        QCOMPARE(office.selection().row().text, QStringLiteral("Locks"));
+        QCOMPARE(office.selection().row().text, u"Locks"_s);
         press(Qt::Key_C, Qt::ControlModifier);
         tabTo(office.tree());
         press(Qt::Key_Down);
-        QCOMPARE(office.caption(), office.package + QStringLiteral(" - Weekly"));
+        QCOMPARE(office.caption(), office.package + u" - Weekly"_s);
         press(Qt::Key_V, Qt::ControlModifier);
-        QVERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")) && office.exists(office.locks));
+        QVERIFY(office.exists(office.weekly + u"Locks.rqn"_s) && office.exists(office.locks));
 
         // Schedule a job for a day to come, all fields by their access keys.
         office.whenDialogOpens([&](QWidget &) {
             press(Qt::Key_J, Qt::AltModifier);
             press(Qt::Key_A, Qt::ControlModifier);
-            type(QStringLiteral("Every morning"));
+            type(u"Every morning"_s);
             press(Qt::Key_Q, Qt::AltModifier);
             type(office.locks);
             press(Qt::Key_F, Qt::AltModifier);
@@ -111,7 +112,7 @@ private Q_SLOTS:
         press(Qt::Key_Return);
         QTRY_COMPARE(office.window->schedule().table().rows(), 1);
         giveFocusBack(office);
-        QVERIFY(office.installation.read(QStringLiteral("Config/Jobs.cfg")).contains("Every morning"));
+        QVERIFY(office.installation.read(u"Config/Jobs.cfg"_s).contains("Every morning"));
         QCOMPARE(office.globals.gcolJobs->at(0)->Frequency, 1);
 
         // Delete the job, then the pasted query, each after its question.
@@ -119,12 +120,12 @@ private Q_SLOTS:
         office.prompts.answers = {box::idYes};
         press(Qt::Key_Delete);
         QTRY_COMPARE(office.window->schedule().table().rows(), 0);
-        QVERIFY(!office.installation.read(QStringLiteral("Config/Jobs.cfg")).contains("Every morning"));
+        QVERIFY(!office.installation.read(u"Config/Jobs.cfg"_s).contains("Every morning"));
         tabTo(office.list());
         press(Qt::Key_Down);
         office.prompts.answers = {box::idYes};
         press(Qt::Key_Delete);
-        QTRY_VERIFY(!office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+        QTRY_VERIFY(!office.exists(office.weekly + u"Locks.rqn"_s));
         office.prompts.finish();
         QCOMPARE(office.prompts.shown.size(), std::size_t{2});
     }
@@ -132,10 +133,10 @@ private Q_SLOTS:
     void by_mouse_alone()
     {
         CommandOffice office;
-        auto *bar = office.window->findChild<QToolBar *>(QStringLiteral("sstbrReportsMenuToolbar"));
+        auto *bar = office.window->findChild<QToolBar *>(u"sstbrReportsMenuToolbar"_s);
         const auto button = [&](const char *id) { QTest::mouseClick(bar->widgetForAction(&office.tool(id)), Qt::LeftButton); };
         const auto popUp = [&](const char *id) {
-            QMenu &menu = *office.window->commands().menu(QStringLiteral("ID_RightClick"));
+            QMenu &menu = office.rightClickMenu();
             QTRY_VERIFY(menu.isVisible());
             QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(&office.tool(id)).center());
         };
@@ -144,7 +145,7 @@ private Q_SLOTS:
         office.clickPackage();
         office.clickRow(0);
         QTest::mouseDClick(office.list().viewport(), Qt::LeftButton, {}, office.rowPoint(0));
-        QCOMPARE(office.caption(), office.package + QStringLiteral(" - Daily"));
+        QCOMPARE(office.caption(), office.package + u" - Daily"_s);
         office.clickRow(1);
         button("ID_Generate");
         QCOMPARE(office.components.runs.size(), std::size_t{1});
@@ -154,16 +155,16 @@ private Q_SLOTS:
         office.clickRow(1, Qt::RightButton);
         popUp("ID_Rename");
         QTRY_VERIFY(editing(office.list()));
-        type(QStringLiteral("Night logons"));
+        type(u"Night logons"_s);
         office.clickRow(0);
-        QTRY_VERIFY(office.exists(office.daily + QStringLiteral("Night logons.rqn")));
+        QTRY_VERIFY(office.exists(office.daily + u"Night logons.rqn"_s));
 
         // Copy by the button, paste by the other group's pop-up menu.
-        office.clickQuery(QStringLiteral("Locks"));
+        office.clickQuery(u"Locks"_s);
         button("ID_Copy");
-        office.clickNode(groupKey(office.package, QStringLiteral("Weekly")), Qt::RightButton);
+        office.clickNode(groupKey(office.package, u"Weekly"_s), Qt::RightButton);
         popUp("ID_Paste");
-        QTRY_VERIFY(office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+        QTRY_VERIFY(office.exists(office.weekly + u"Locks.rqn"_s));
 
         // Schedule it: a double click on the empty schedule.
         office.prompts.files = {office.locks};
@@ -176,7 +177,7 @@ private Q_SLOTS:
         QTest::mouseDClick(office.schedule().viewport(), Qt::LeftButton, {}, {40, 40});
         QTRY_COMPARE(office.window->schedule().table().rows(), 1);
         giveFocusBack(office);
-        QVERIFY(office.installation.read(QStringLiteral("Config/Jobs.cfg")).contains("Locks.rqn"));
+        QVERIFY(office.installation.read(u"Config/Jobs.cfg"_s).contains("Locks.rqn"));
 
         // Delete the job and the pasted query by the button.
         office.prompts.answers = {box::idNo, box::idYes, box::idYes};
@@ -185,10 +186,10 @@ private Q_SLOTS:
         QCOMPARE(office.window->schedule().table().rows(), 1);
         button("ID_Delete");
         QCOMPARE(office.window->schedule().table().rows(), 0);
-        office.clickGroup(QStringLiteral("Weekly"));
+        office.clickGroup(u"Weekly"_s);
         office.clickRow(0);
         button("ID_Delete");
-        QVERIFY(!office.exists(office.weekly + QStringLiteral("Locks.rqn")));
+        QVERIFY(!office.exists(office.weekly + u"Locks.rqn"_s));
         office.prompts.finish();
     }
 };

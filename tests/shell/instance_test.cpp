@@ -7,6 +7,7 @@
 #include <QtTest>
 
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 class InstanceTest final : public QObject
 {
@@ -17,7 +18,7 @@ class InstanceTest final : public QObject
     static void start(QProcess &process)
     {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/quillmark"), QStringList());
+        process.start(qEnvironmentVariable("QM_BIN_DIR") + u"/quillmark"_s, QStringList());
         QVERIFY(process.waitForStarted(kStartMs));
     }
 
@@ -26,8 +27,8 @@ private Q_SLOTS:
     {
         const TempInstallation installation;
         const QByteArray jobs = "# kept as it is\n";
-        installation.write(QStringLiteral("Config/Jobs.cfg"), jobs);
-        const QString lock = installation.path() + QStringLiteral("Config/quillmark.lock");
+        installation.write(u"Config/Jobs.cfg"_s, jobs);
+        const QString lock = installation.path() + u"Config/quillmark.lock"_s;
 
         QProcess first;
         start(first);
@@ -40,7 +41,7 @@ private Q_SLOTS:
         QCOMPARE(second.exitStatus(), QProcess::NormalExit);
         QCOMPARE(second.exitCode(), 0);
         QCOMPARE(first.state(), QProcess::Running);
-        QCOMPARE(installation.read(QStringLiteral("Config/Jobs.cfg")), jobs);
+        QCOMPARE(installation.read(u"Config/Jobs.cfg"_s), jobs);
 
         first.kill();
         QVERIFY(first.waitForFinished(kStartMs));

@@ -10,6 +10,7 @@
 #include <QtTest>
 
 using namespace qm;
+using namespace Qt::StringLiterals;
 
 class PromptsTest final : public QObject
 {
@@ -49,30 +50,30 @@ private Q_SLOTS:
         QFETCH(int, entered);
         WidgetPrompts prompts;
         withBox([](QMessageBox &shown) { QTest::keyClick(&shown, Qt::Key_Escape); });
-        QCOMPARE(prompts.messageBox(QStringLiteral("text"), style, QStringLiteral("title")), closed);
+        QCOMPARE(prompts.messageBox(u"text"_s, style, u"title"_s), closed);
         withBox([](QMessageBox &shown) { shown.defaultButton()->click(); });
-        QCOMPARE(prompts.messageBox(QStringLiteral("text"), style, QStringLiteral("title")), entered);
+        QCOMPARE(prompts.messageBox(u"text"_s, style, u"title"_s), entered);
     }
 
     void texts_are_shown_as_they_stand()
     {
         WidgetPrompts prompts;
-        const QString text = QStringLiteral("Delete '<b>x</b><img src=\"x.png\">' ?\r\n\r\nFunction Name:  f");
+        const QString text = u"Delete '<b>x</b><img src=\"x.png\">' ?\r\n\r\nFunction Name:  f"_s;
         withBox([&](QMessageBox &shown) {
             QCOMPARE(shown.textFormat(), Qt::PlainText);
             QCOMPARE(shown.text(), QString(text).remove(u'\r'));
             QCOMPARE(shown.icon(), QMessageBox::Question);
             shown.close();
         });
-        QCOMPARE(prompts.messageBox(text, 36, QStringLiteral("title")), box::idNo);
+        QCOMPARE(prompts.messageBox(text, 36, u"title"_s), box::idNo);
     }
 
     void an_unattended_run_waits_for_nobody()
     {
         WidgetPrompts prompts;
         prompts.unattended(true);
-        QCOMPARE(prompts.messageBox(QStringLiteral("first"), box::critical, QStringLiteral("title")), box::idOk);
-        QCOMPARE(prompts.messageBox(QStringLiteral("second"), box::critical, QStringLiteral("title")), box::idOk);
+        QCOMPARE(prompts.messageBox(u"first"_s, box::critical, u"title"_s), box::idOk);
+        QCOMPARE(prompts.messageBox(u"second"_s, box::critical, u"title"_s), box::idOk);
         prompts.unattended(false);
         const auto visibleText = [] {
             QStringList texts;
@@ -81,31 +82,17 @@ private Q_SLOTS:
                     texts.append(shown->text());
             return texts;
         };
-        QCOMPARE(visibleText(), QStringList(QStringLiteral("first")));
+        QCOMPARE(visibleText(), QStringList(u"first"_s));
         QApplication::activeModalWidget()->close();
-        QTRY_COMPARE(visibleText(), QStringList(QStringLiteral("second")));
+        QTRY_COMPARE(visibleText(), QStringList(u"second"_s));
         QApplication::activeModalWidget()->close();
         QTRY_COMPARE(visibleText(), QStringList());
     }
 
-    void the_pointer_is_a_state()
-    {
-        WidgetPrompts prompts;
-        prompts.pointer(11);
-        prompts.pointer(11);
-        QVERIFY(QApplication::overrideCursor());
-        prompts.pointer(0);
-        QVERIFY(!QApplication::overrideCursor());
-        prompts.pointer(0);
-        QVERIFY(!QApplication::overrideCursor());
-    }
-
     void filters_are_split_at_bars()
     {
-        QCOMPARE(nameFilters(QStringLiteral("Report SQL Query File (*.rqn)|*.rqn")),
-                 QStringList(QStringLiteral("Report SQL Query File (*.rqn)")));
-        QCOMPARE(nameFilters(QStringLiteral("Query | *.rqn|All|*.*;*")),
-                 QStringList({QStringLiteral("Query (*.rqn)"), QStringLiteral("All (*.* *)")}));
+        QCOMPARE(nameFilters(u"Report SQL Query File (*.rqn)|*.rqn"_s), QStringList(u"Report SQL Query File (*.rqn)"_s));
+        QCOMPARE(nameFilters(u"Query | *.rqn|All|*.*;*"_s), QStringList({u"Query (*.rqn)"_s, u"All (*.* *)"_s}));
     }
 };
 

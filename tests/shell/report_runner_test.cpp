@@ -7,6 +7,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 class ReportRunnerTest final : public QObject
 {
@@ -25,25 +26,25 @@ private Q_SLOTS:
     void without_a_query_nothing_is_created()
     {
         Bench bench;
-        bench.runner.RunReport(QStringLiteral("no such identifier"), true);
+        bench.runner.RunReport(u"no such identifier"_s, true);
         QCOMPARE(bench.prompts.shown.size(), std::size_t{1});
-        QCOMPARE(bench.prompts.shown[0].text, QStringLiteral("Please select a Query on order to Generate a Report."));
+        QCOMPARE(bench.prompts.shown[0].text, u"Please select a Query on order to Generate a Report."_s);
         QCOMPARE(bench.prompts.shown[0].style, 48);
-        QCOMPARE(bench.prompts.shown[0].title, QStringLiteral("Select First!!"));
+        QCOMPARE(bench.prompts.shown[0].title, u"Select First!!"_s);
         QVERIFY(bench.components.runs.empty());
     }
 
     void the_report_is_made_under_the_hourglass()
     {
         Bench bench;
-        bench.globals.gstrCurrentQueryFile = QStringLiteral("/a.rqn");
+        bench.globals.gstrCurrentQueryFile = u"/a.rqn"_s;
         bool runningInside = false;
         bench.components.onGenerate = [&] { runningInside = bench.runner.isRunning(); };
-        bench.runner.RunReport(QStringLiteral("Quillmark.Server"), false);
+        bench.runner.RunReport(u"Quillmark.Server"_s, false);
         QCOMPARE(bench.components.runs.size(), std::size_t{1});
         const RecordingComponents::Run run = bench.components.runs[0];
-        QCOMPARE(run.progId, QStringLiteral("Quillmark.Server"));
-        QCOMPARE(run.queryFile, QStringLiteral("/a.rqn"));
+        QCOMPARE(run.progId, u"Quillmark.Server"_s);
+        QCOMPARE(run.queryFile, u"/a.rqn"_s);
         QCOMPARE(run.reserved, 0);
         QVERIFY(!run.interactive && !run.flag);
         QCOMPARE(run.pointer, 11);
@@ -68,23 +69,22 @@ private Q_SLOTS:
         QFETCH(qint32, number);
         QFETCH(bool, told);
         Bench bench;
-        bench.globals.gstrCurrentQueryFile = QStringLiteral("/a.rqn");
+        bench.globals.gstrCurrentQueryFile = u"/a.rqn"_s;
         int pointerAtBox = -1;
         bench.components.onGenerate = [&] {
             if (number == 0)
                 throw std::runtime_error("from outside");
-            raise(number, QStringLiteral("detail"));
+            raise(number, u"detail"_s);
         };
-        bench.runner.RunReport(QStringLiteral("Quillmark.Server"), true);
+        bench.runner.RunReport(u"Quillmark.Server"_s, true);
         pointerAtBox = bench.prompts.pointerShape;
         QCOMPARE(pointerAtBox, 0);
         QCOMPARE(bench.prompts.shown.size(), std::size_t{told ? 1U : 0U});
         if (told) {
-            QCOMPARE(bench.prompts.shown[0].text,
-                     QStringLiteral("An error occured while generating the report.\r\nPlease go to application "
-                                    "log to view detail information about the error."));
+            QCOMPARE(bench.prompts.shown[0].text, u"An error occured while generating the report.\r\nPlease go to application "
+                                                  "log to view detail information about the error."_s);
             QCOMPARE(bench.prompts.shown[0].style, 16);
-            QCOMPARE(bench.prompts.shown[0].title, QStringLiteral("Quillmark Report Generator"));
+            QCOMPARE(bench.prompts.shown[0].title, u"Quillmark Report Generator"_s);
         }
         QVERIFY(!bench.runner.isRunning());
     }
