@@ -24,14 +24,12 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 inline TempPackage serverPackage()
 {
-    return {QStringLiteral("Server"),
-            QStringLiteral("Server Operating System Logs"),
-            QStringLiteral("QuillmarkReports.ServerLogs"),
-            QStringLiteral("Packages/Server/"),
-            QStringLiteral("QuillmarkQueryAccess.ServerLogs"),
-            QStringLiteral("EventLog.db")};
+    return {u"Server"_s,           u"Server Operating System Logs"_s,    u"QuillmarkReports.ServerLogs"_s,
+            u"Packages/Server/"_s, u"QuillmarkQueryAccess.ServerLogs"_s, u"EventLog.db"_s};
 }
 
 /// Made on an installation whose registry entry is in force.
@@ -39,8 +37,8 @@ class WholeProgram
 {
 public:
     explicit WholeProgram(const TempInstallation &installation)
-        : log(installation.path(), QStringLiteral("quillmark")), errors(prompts), registry(installation.path(), &log),
-          engine({installation.path(), QCoreApplication::applicationDirPath() + QStringLiteral("/fonts"), clock, log}),
+        : log(installation.path(), u"quillmark"_s), errors(prompts), registry(installation.path(), &log),
+          engine({installation.path(), QCoreApplication::applicationDirPath() + u"/fonts"_s, clock, log}),
           journal(log, clock, installation.path()), reporting{prompts, engine, queries, layouts, packages,
                                                               clock,   log,    desk,    {},      [this] { return globals.gstrInstallPath; },
                                                               {},      {}}

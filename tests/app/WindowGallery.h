@@ -26,6 +26,8 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// Opens the windows on a temporary installation with one query, one scheduled report and one data source.
 class WindowGallery
 {
@@ -38,24 +40,23 @@ public:
     void showMainWindow()
     {
         ShellHarness shell;
-        const QString group = shell.installation.group(QStringLiteral("Server"), QStringLiteral("Daily")) + kSep;
-        const QString query = shell.installation.write(group + QStringLiteral("Logons.rqn"), queryFile(QStringLiteral("Logons")));
+        const QString group = shell.installation.group(u"Server"_s, u"Daily"_s) + kSep;
+        const QString query = shell.installation.write(group + u"Logons.rqn"_s, queryFile(u"Logons"_s));
         shell.start();
         shell.globals.gcolJobs->push_back(
-            std::make_shared<ScheduledReportJob>(ScheduledReportJob{QStringLiteral("Morning"), query, {QDate(2030, 1, 1), 25'200}, 1, 1}));
+            std::make_shared<ScheduledReportJob>(ScheduledReportJob{u"Morning"_s, query, {QDate(2030, 1, 1), 25'200}, 1, 1}));
         shell.window->schedule().jobs().PopulateJobs();
-        shell.window->catalogue().selection().selectNode(
-            shell.selection().tree().find(QStringLiteral("G/Server Operating System Logs/Daily")));
+        shell.window->catalogue().selection().selectNode(shell.selection().tree().find(u"G/Server Operating System Logs/Daily"_s));
         shell.window->catalogue().refreshSelectedNode();
         shell.selection().selectRow(0);
-        visit(QStringLiteral("frmMain"), *shell.window);
+        visit(u"frmMain"_s, *shell.window);
         for (const char *menu : {"ID_System", "ID_Options", "ID_HelpMenu", "ID_RightClick"})
             visit(QString::fromLatin1(menu), *shell.window->commands().menu(QString::fromLatin1(menu)));
         frmAbout about(shell.installation.path(), nullptr);
         about.setAttribute(Qt::WA_DeleteOnClose, false);
-        visit(QStringLiteral("frmAbout"), about);
+        visit(u"frmAbout"_s, about);
         frmSplash splash(shell.errors, shell.prompts, {[] {}, [] {}, [] {}});
-        visit(QStringLiteral("frmSplash"), splash);
+        visit(u"frmSplash"_s, splash);
     }
 
     void showSettings()
@@ -71,9 +72,9 @@ public:
         ErrorReporter errors(prompts);
         HelpFile help;
         auto source = std::make_shared<QMKDataSource>();
-        source->DatasourceName = QStringLiteral("MSSQL::Payroll.dsf");
+        source->DatasourceName = u"MSSQL::Payroll.dsf"_s;
         auto server = std::make_shared<QMMDSMSSql>();
-        server->ServerName = QStringLiteral("sql1");
+        server->ServerName = u"sql1"_s;
         server->ConnectionType = 1;
         source->Info = server;
         globals.gdicDataSources.Add(source->DatasourceName, source);
@@ -81,24 +82,24 @@ public:
         frmAddNewDataSource addDialog(globals, errors, prompts);
         frmDataSource sources({globals, reader, tester, errors, prompts, help, addDialog});
         QTimer::singleShot(0, &sources, [&] {
-            visitOpen(QStringLiteral("frmDataSource"), sources);
+            visitOpen(u"frmDataSource"_s, sources);
             sources.close();
         });
         sources.showModal();
         QTimer::singleShot(0, &addDialog, [&] {
-            visitOpen(QStringLiteral("frmAddNewDataSource"), addDialog);
+            visitOpen(u"frmAddNewDataSource"_s, addDialog);
             addDialog.close();
         });
         addDialog.showModal();
         frmEmailSettings email(
             globals, [] { return std::make_unique<TomlEmailConfigReader>(); }, errors, prompts, help);
-        visit(QStringLiteral("frmEmailSettings"), email);
+        visit(u"frmEmailSettings"_s, email);
         frmScheduledReport job(globals, errors, prompts, help);
-        job.StartDateString = QStringLiteral("11/21/2026");
-        job.StartTimeString = QStringLiteral("10:00:00");
-        job.FrequencyString = QStringLiteral("Daily");
+        job.StartDateString = u"11/21/2026"_s;
+        job.StartTimeString = u"10:00:00"_s;
+        job.FrequencyString = u"Daily"_s;
         QTimer::singleShot(0, &job, [&] {
-            visitOpen(QStringLiteral("frmScheduledReport"), job);
+            visitOpen(u"frmScheduledReport"_s, job);
             job.cmdDlgSchCancel_Click();
         });
         job.showModal();
@@ -108,42 +109,42 @@ public:
     {
         ReportingFixture reporting;
         const QByteArray sql = "SELECT * FROM events WHERE computer LIKE :computer AND time_generated >= :date_from";
-        const QString file = reporting.query(QStringLiteral("Events"), sql,
+        const QString file = reporting.query(u"Events"_s, sql,
                                              "[period]\nrange = \"all time\"\n[[parameter]]\nname = \"computer\"\ndefault = \"%\"\n"
                                              "[output]\ntype = \"email\"\nformat = \"csv\"\n[output.email]\nto = [\"a@example.org\"]\n");
         {
             frmQueryEditor editor(reporting.services, file, nullptr);
             editor.show();
-            auto *pages = editor.findChild<QTabWidget *>(QStringLiteral("pages"));
+            auto *pages = editor.findChild<QTabWidget *>(u"pages"_s);
             for (int page = 0; page < pages->count(); ++page) {
                 pages->setCurrentIndex(page);
-                visit(QStringLiteral("frmQueryEditor, %1").arg(page), editor);
+                visit(u"frmQueryEditor, %1"_s.arg(page), editor);
             }
         }
         const Query query = *reporting.engine.readQuery(file);
         frmReportParameters parameters(query, {}, reporting.clock, nullptr);
-        visit(QStringLiteral("frmReportParameters"), parameters);
+        visit(u"frmReportParameters"_s, parameters);
         const std::atomic<std::int64_t> rows{1234};
-        frmReportProgress progress(QStringLiteral("Events"), rows, nullptr);
-        visit(QStringLiteral("frmReportProgress"), progress);
-        auto *done = new frmReportDone(QStringLiteral("Events"), file, 3, 4096, {}); // deletes itself
-        visit(QStringLiteral("frmReportDone"), *done);
-        reporting.interface->GenerateReport(reporting.query(QStringLiteral("Screen"), "SELECT * FROM events"), 0, true, false);
+        frmReportProgress progress(u"Events"_s, rows, nullptr);
+        visit(u"frmReportProgress"_s, progress);
+        auto *done = new frmReportDone(u"Events"_s, file, 3, 4096, {}); // deletes itself
+        visit(u"frmReportDone"_s, *done);
+        reporting.interface->GenerateReport(reporting.query(u"Screen"_s, "SELECT * FROM events"), 0, true, false);
         auto *viewer = ReportingFixture::window<frmReportViewer>("frmReportViewer");
         QVERIFY(viewer);
-        visit(QStringLiteral("frmReportViewer"), *viewer);
+        visit(u"frmReportViewer"_s, *viewer);
         reporting.desk.closeViewers();
     }
 
     void showHelp()
     {
         HelpFile help;
-        help.setPath(qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/Report Generator.chm"));
+        help.setPath(qEnvironmentVariable("QM_BIN_DIR") + u"/Report Generator.chm"_s);
         help.showContext(26);
         auto *tabs = help.window()->findChild<QTabWidget *>();
         for (int tab = 0; tab < tabs->count(); ++tab) {
             tabs->setCurrentIndex(tab);
-            visitOpen(QStringLiteral("frmHelp, %1").arg(tab), *help.window());
+            visitOpen(u"frmHelp, %1"_s.arg(tab), *help.window());
         }
     }
 

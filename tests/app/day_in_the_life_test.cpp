@@ -4,6 +4,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -31,10 +32,10 @@ private Q_SLOTS:
     void files_table_job_file_and_ledger_agree_at_the_end_of_the_day()
     {
         const TempInstallation installation({serverPackage()});
-        makeDatabase(installation.packagePath(QStringLiteral("Server")) + QStringLiteral("EventLog.db"));
-        const QString group = installation.group(QStringLiteral("Server"), QStringLiteral("Daily"));
-        const auto query = [&](const QString &name) { return group + kSep + name + QStringLiteral(".rqn"); };
-        for (const QString &name : {QStringLiteral("once"), QStringLiteral("every day")})
+        makeDatabase(installation.packagePath(u"Server"_s) + u"EventLog.db"_s);
+        const QString group = installation.group(u"Server"_s, u"Daily"_s);
+        const auto query = [&](const QString &name) { return group + kSep + name + u".rqn"_s; };
+        for (const QString &name : {u"once"_s, u"every day"_s})
             installation.write(query(name), QString::fromLatin1(kFileQuery).arg(name).toUtf8());
 
         SystemClock clock;
@@ -44,10 +45,10 @@ private Q_SLOTS:
         const auto add = [&](int id, const QString &name, const WallTime &when, int frequencyCode) {
             jobs->push_back(std::make_shared<ScheduledReportJob>(ScheduledReportJob{name, query(name), when, frequencyCode, id}));
         };
-        add(1, QStringLiteral("once"), dueOnce, 0);
-        add(2, QStringLiteral("every day"), dueDaily, 1);
-        add(3, QStringLiteral("lost"), dueLost, 1);
-        const QString jobFile = installation.path() + QStringLiteral("Config") + kSep + QStringLiteral("Jobs.cfg");
+        add(1, u"once"_s, dueOnce, 0);
+        add(2, u"every day"_s, dueDaily, 1);
+        add(3, u"lost"_s, dueLost, 1);
+        const QString jobFile = installation.path() + u"Config"_s + kSep + u"Jobs.cfg"_s;
         TomlJobConfigReader().SaveJobs(jobs, jobFile);
 
         WholeProgram program(installation);
@@ -61,15 +62,14 @@ private Q_SLOTS:
 
         // The one box is about the lost file; it came when that job had become the earliest.
         QCOMPARE(program.prompts.shown.size(), std::size_t{1});
-        QCOMPARE(program.prompts.shown[0].text,
-                 QStringLiteral("The query file for the scheduled Report Job is either missing or corrupt."));
+        QCOMPARE(program.prompts.shown[0].text, u"The query file for the scheduled Report Job is either missing or corrupt."_s);
 
         // Files: each report once.
-        for (const QString &name : {QStringLiteral("once"), QStringLiteral("every day")}) {
-            const QByteArray csv = installation.read(QStringLiteral("Reports/") + name + QStringLiteral(".csv"));
+        for (const QString &name : {u"once"_s, u"every day"_s}) {
+            const QByteArray csv = installation.read(u"Reports/"_s + name + u".csv"_s);
             QCOMPARE(csv.trimmed().split('\n').size(), 4);
         }
-        QCOMPARE(QDir(installation.path() + QStringLiteral("Reports")).entryList(QDir::Files).size(), 2);
+        QCOMPARE(QDir(installation.path() + u"Reports"_s).entryList(QDir::Files).size(), 2);
 
         // Job file: the Single has gone, the others have moved to tomorrow at their own time.
         const auto saved = TomlJobConfigReader().LoadJobs(jobFile);
@@ -86,14 +86,14 @@ private Q_SLOTS:
         // Ledger, newest first: not run, done, done, each started by the schedule.
         const std::vector<LedgerEntry> runs = RunLedger(installation.path()).list();
         QCOMPARE(runs.size(), std::size_t{3});
-        QCOMPARE(runs[0].status, QStringLiteral("not run"));
+        QCOMPARE(runs[0].status, u"not run"_s);
         for (const LedgerEntry &run : runs)
-            QCOMPARE(run.trigger, QStringLiteral("schedule"));
+            QCOMPARE(run.trigger, u"schedule"_s);
         for (const std::size_t i : {std::size_t{1}, std::size_t{2}}) {
-            QCOMPARE(runs[i].status, QStringLiteral("done"));
+            QCOMPARE(runs[i].status, u"done"_s);
             QCOMPARE(runs[i].rows, 3);
         }
-        const QByteArray logText = installation.read(QStringLiteral("Logs/quillmark.log"));
+        const QByteArray logText = installation.read(u"Logs/quillmark.log"_s);
         QVERIFY(logText.contains("was not run: query file missing"));
     }
 };

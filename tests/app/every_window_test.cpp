@@ -1,5 +1,5 @@
 // What holds for every window: a name and a role for each control, a way to each by the Tab key, no text that cannot be translated, a page
-// of the help. With QM_WINDOW_PICTURES=FOLDER a picture of each is kept there to look at; QM_WINDOW_LOOK may say "dark" or "rtl".
+// of the help.
 
 #include "WindowGallery.h"
 
@@ -21,6 +21,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -79,26 +80,6 @@ QSet<const QWidget *> reachedByTab(QWidget &window)
     return reached;
 }
 
-void keepPicture(const QString &name, QWidget &window)
-{
-    const QString folder = qEnvironmentVariable("QM_WINDOW_PICTURES");
-    if (folder.isEmpty())
-        return;
-    QTest::qWait(300);
-    window.grab().save(folder + u'/' + QString(name).replace(QStringLiteral(", "), QStringLiteral("-")) + QStringLiteral(".png"));
-}
-
-QPalette darkPalette()
-{
-    QPalette dark(QColor(45, 48, 54));
-    dark.setColor(QPalette::Base, QColor(30, 32, 36));
-    dark.setColor(QPalette::AlternateBase, QColor(38, 40, 45));
-    dark.setColor(QPalette::Highlight, QColor(47, 129, 216));
-    dark.setColor(QPalette::HighlightedText, Qt::white);
-    dark.setColor(QPalette::Link, QColor(110, 175, 245));
-    return dark;
-}
-
 /// The texts of a window that are the program's own, not the operator's.
 QStringList ownTexts(const QWidget &window)
 {
@@ -133,20 +114,10 @@ class EveryWindowTest final : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase()
-    {
-        const QString look = qEnvironmentVariable("QM_WINDOW_LOOK");
-        if (look == QLatin1String("dark"))
-            QApplication::setPalette(darkPalette());
-        else if (look == QLatin1String("rtl"))
-            QGuiApplication::setLayoutDirection(Qt::RightToLeft);
-    }
-
     void every_control_has_a_name_and_a_role_and_is_reached_by_tab()
     {
         QStringList faults;
         WindowGallery([&](const QString &name, QWidget &window) {
-            keepPicture(name, window);
             if (window.windowType() == Qt::Popup)
                 return;
             const QSet<const QWidget *> reached = reachedByTab(window);
@@ -156,16 +127,16 @@ private Q_SLOTS:
                     continue;
                 ++controls;
                 const QAccessibleInterface *face = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
-                const QString where = name + QStringLiteral(": ") + described(*widget);
+                const QString where = name + u": "_s + described(*widget);
                 if (face->text(QAccessible::Name).isEmpty())
-                    faults << where + QStringLiteral(" has no name");
+                    faults << where + u" has no name"_s;
                 if (face->role() == QAccessible::NoRole || face->role() == QAccessible::Client || face->role() == QAccessible::Pane)
-                    faults << where + QStringLiteral(" has no role");
+                    faults << where + u" has no role"_s;
                 if (!reached.contains(widget) && !isPassedOver(*widget))
-                    faults << where + QStringLiteral(" is not reached by Tab");
+                    faults << where + u" is not reached by Tab"_s;
             }
             if (controls == 0 && name != QLatin1String("frmSplash"))
-                faults << name + QStringLiteral(" has no control");
+                faults << name + u" has no control"_s;
         }).showAll();
         QVERIFY2(faults.isEmpty(), qPrintable(faults.join(u'\n')));
     }
@@ -176,25 +147,25 @@ private Q_SLOTS:
         QCoreApplication::installTranslator(&translator);
         const auto takeAway = qScopeGuard([&] { QCoreApplication::removeTranslator(&translator); });
         // Names and the operator's own words.
-        const QStringList names{QStringLiteral("..."),
-                                QStringLiteral("Aa"),
+        const QStringList names{u"..."_s,
+                                u"Aa"_s,
                                 QString::fromLatin1(kApplicationTitle),
-                                QStringLiteral("MSSQL::Payroll.dsf"),
-                                QStringLiteral("DSN=Events;UID=auditor"),
-                                QStringLiteral("sum(attempts); count"),
-                                QStringLiteral("computer"),
-                                QStringLiteral("computer:"),
-                                QStringLiteral("ID"),
-                                QStringLiteral("Time generated"),
-                                QStringLiteral("Computer"),
-                                QStringLiteral("Attempts"),
-                                QStringLiteral("Message")};
-        const QRegularExpression words(QStringLiteral("\\p{L}{2}"));
+                                u"MSSQL::Payroll.dsf"_s,
+                                u"DSN=Events;UID=auditor"_s,
+                                u"sum(attempts); count"_s,
+                                u"computer"_s,
+                                u"computer:"_s,
+                                u"ID"_s,
+                                u"Time generated"_s,
+                                u"Computer"_s,
+                                u"Attempts"_s,
+                                u"Message"_s};
+        const QRegularExpression words(u"\\p{L}{2}"_s);
         QSet<QString> bare;
         WindowGallery([&](const QString &name, QWidget &window) {
             for (const QString &text : ownTexts(window))
                 if (text.contains(words) && !text.contains(MarkingTranslator::kMark) && !text.startsWith(u'{') && !names.contains(text))
-                    bare.insert(name + QStringLiteral(": ") + text);
+                    bare.insert(name + u": "_s + text);
         }).showAll();
         QStringList found(bare.begin(), bare.end());
         found.sort();
@@ -210,7 +181,7 @@ private Q_SLOTS:
             if (name != QLatin1String("frmMain"))
                 return;
             ++windows;
-            auto *table = window.findChild<QTableView *>(QStringLiteral("dtblScheduleTable"));
+            auto *table = window.findChild<QTableView *>(u"dtblScheduleTable"_s);
             QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
             const QModelIndex path = table->model()->index(0, JobTable::QueryFile);
             const auto *delegate = qobject_cast<QStyledItemDelegate *>(table->itemDelegateForIndex(path));
@@ -229,13 +200,11 @@ private Q_SLOTS:
         } asked;
         ScriptedPrompts prompts;
         ErrorReporter errors(prompts);
-        const QMap<QString, int> expected{{QStringLiteral("frmAbout"), 26},           {QStringLiteral("frmAddNewDataSource"), 24},
-                                          {QStringLiteral("frmQueryEditor"), 101},    {QStringLiteral("frmReportParameters"), 102},
-                                          {QStringLiteral("frmReportProgress"), 103}, {QStringLiteral("frmReportDone"), 103},
-                                          {QStringLiteral("frmReportViewer"), 103}};
+        const QMap<QString, int> expected{
+            {u"frmAbout"_s, 26},           {u"frmAddNewDataSource"_s, 24}, {u"frmQueryEditor"_s, 101}, {u"frmReportParameters"_s, 102},
+            {u"frmReportProgress"_s, 103}, {u"frmReportDone"_s, 103},      {u"frmReportViewer"_s, 103}};
         // These say by themselves that their help file is missing, as their Help button does.
-        const QStringList withButton{QStringLiteral("frmDataSource"), QStringLiteral("frmEmailSettings"),
-                                     QStringLiteral("frmScheduledReport")};
+        const QStringList withButton{u"frmDataSource"_s, u"frmEmailSettings"_s, u"frmScheduledReport"_s};
         QSet<QString> seen;
         WindowGallery gallery([&](const QString &name, QWidget &window) {
             const QString form = name.section(u',', 0, 0);
@@ -245,8 +214,7 @@ private Q_SLOTS:
             asked.contexts.clear();
             int clicks = 0;
             if (withButton.contains(form))
-                connect(window.findChild<QAbstractButton *>(QStringLiteral("cmdHelp")), &QAbstractButton::clicked, this,
-                        [&clicks] { ++clicks; });
+                connect(window.findChild<QAbstractButton *>(u"cmdHelp"_s), &QAbstractButton::clicked, this, [&clicks] { ++clicks; });
             QTest::keyClick(window.focusWidget() ? window.focusWidget() : &window, Qt::Key_F1);
             if (expected.contains(form))
                 QCOMPARE(asked.contexts, QList<int>{expected.value(form)});

@@ -4,6 +4,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 /// Scheduled reports that read from a server over SQL Server's protocol and go out by e-mail, while nobody looks.
 class MailedScheduleTest final : public QObject
@@ -16,7 +17,7 @@ private Q_SLOTS:
         if (!mail.missing().isEmpty())
             QSKIP(qPrintable(mail.missing()));
         QVERIFY2(mail.problem().isEmpty(), qPrintable(mail.problem()));
-        if (const QString missing = missingDriver(QStringLiteral("FreeTDS")); !missing.isEmpty())
+        if (const QString missing = missingDriver(u"FreeTDS"_s); !missing.isEmpty())
             QSKIP(qPrintable(missing));
         const TdsServer database("CREATE TABLE logon (id int, at datetime, account nvarchar(50), failures int);"
                                  "INSERT INTO logon VALUES (1, '2026-11-20 08:00:00', 'Żółw', 5), (2, '2026-11-20 09:30:00', 'carol', 7), "
@@ -24,20 +25,20 @@ private Q_SLOTS:
         QVERIFY2(database.problem().isEmpty(), qPrintable(database.problem()));
 
         const TempInstallation installation({serverPackage()});
-        const QString config = installation.path() + QStringLiteral("Config") + kSep;
+        const QString config = installation.path() + u"Config"_s + kSep;
         QMMDSMSSql source;
         source.ServerName = database.server();
-        source.DatabaseName = QStringLiteral("sales");
+        source.DatabaseName = u"sales"_s;
         source.UserName = QString::fromUtf8(TdsServer::kUser);
         source.Password = QString::fromUtf8(TdsServer::kPassword);
         source.ConnectionType = 1;
-        TomlDataSourceFileReader().WriteDataSource(source, config + QStringLiteral("Logons.dsf"));
-        TomlEmailConfigReader().WriteEmailSettings({QStringLiteral("localhost"), mail.port("starttls"), 5000,
-                                                    QString::fromUtf8(MailServer::kUser), QString::fromUtf8(MailServer::kPassword)},
-                                                   config + QStringLiteral("Email.cfg"));
-        const QString group = installation.group(QStringLiteral("Server"), QStringLiteral("Daily"));
+        TomlDataSourceFileReader().WriteDataSource(source, config + u"Logons.dsf"_s);
+        TomlEmailConfigReader().WriteEmailSettings(
+            {u"localhost"_s, mail.port("starttls"), 5000, QString::fromUtf8(MailServer::kUser), QString::fromUtf8(MailServer::kPassword)},
+            config + u"Email.cfg"_s);
+        const QString group = installation.group(u"Server"_s, u"Daily"_s);
         const auto query = [&](const QByteArray &name, const QByteArray &to) {
-            return installation.write(group + kSep + QString::fromUtf8(name) + QStringLiteral(".rqn"),
+            return installation.write(group + kSep + QString::fromUtf8(name) + u".rqn"_s,
                                       "description = \"" + name +
                                           "\"\ndata_source = \"MSSQL::Logons.dsf\"\n"
                                           "sql = '''SELECT account, failures FROM dbo.logon WHERE failures > 4 ORDER BY id'''\n"
@@ -47,24 +48,23 @@ private Q_SLOTS:
         };
         const WallTime now = SystemClock().wallNow();
         auto jobs = std::make_shared<JobCollection>();
-        jobs->push_back(std::make_shared<ScheduledReportJob>(ScheduledReportJob{
-            QStringLiteral("refused"), query("Refused", "\"550@example.org\", \"boss@example.org\""), secondsFrom(now, 3), 0, 1}));
         jobs->push_back(std::make_shared<ScheduledReportJob>(
-            ScheduledReportJob{QStringLiteral("logons"), query("Logons", "\"audit@example.org\""), secondsFrom(now, 4), 1, 2}));
-        TomlJobConfigReader().SaveJobs(jobs, config + QStringLiteral("Jobs.cfg"));
+            ScheduledReportJob{u"refused"_s, query("Refused", "\"550@example.org\", \"boss@example.org\""), secondsFrom(now, 3), 0, 1}));
+        jobs->push_back(std::make_shared<ScheduledReportJob>(
+            ScheduledReportJob{u"logons"_s, query("Logons", "\"audit@example.org\""), secondsFrom(now, 4), 1, 2}));
+        TomlJobConfigReader().SaveJobs(jobs, config + u"Jobs.cfg"_s);
 
         WholeProgram program(installation);
         program.window->Form_Load();
         program.window->show();
         QTRY_COMPARE_WITH_TIMEOUT(mail.taken(), 2, 20'000);
-        QTRY_COMPARE_WITH_TIMEOUT(RunLedger(installation.path()).list(1).front().status, QStringLiteral("done"), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(RunLedger(installation.path()).list(1).front().status, u"done"_s, 5000);
 
         const TakenMail taken = mail.lastMail();
-        QCOMPARE(taken.envelope[QStringLiteral("to")].toArray(), QJsonArray{QStringLiteral("audit@example.org")});
-        QVERIFY(taken.envelope[QStringLiteral("tls")].toBool());
-        QCOMPARE(taken.message[QStringLiteral("subject")].toString(), QStringLiteral("Logons: 3"));
-        const QString text = QString::fromUtf8(
-            outputOf(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), taken.attachedFile(0), QStringLiteral("-")}));
+        QCOMPARE(taken.envelope[u"to"_s].toArray(), QJsonArray{u"audit@example.org"_s});
+        QVERIFY(taken.envelope[u"tls"_s].toBool());
+        QCOMPARE(taken.message[u"subject"_s].toString(), u"Logons: 3"_s);
+        const QString text = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-layout"_s, taken.attachedFile(0), u"-"_s}));
         for (const char *row : {"Żółw\\s+5", "carol\\s+7", "監査\\s+11"})
             QVERIFY2(text.contains(QRegularExpression(QString::fromUtf8(row))), qPrintable(text));
 
@@ -72,15 +72,14 @@ private Q_SLOTS:
         const std::vector<LedgerEntry> runs = RunLedger(installation.path()).list();
         QCOMPARE(runs.size(), std::size_t{2});
         QCOMPARE(runs[0].deliveries.size(), std::size_t{1});
-        QCOMPARE(runs[0].deliveries[0].state, QStringLiteral("delivered"));
+        QCOMPARE(runs[0].deliveries[0].state, u"delivered"_s);
         QCOMPARE(runs[0].rows, 3);
-        QCOMPARE(runs[1].status, QStringLiteral("failed"));
-        QVERIFY2(runs[1].error.contains(QStringLiteral("550@example.org (refused): 550 5.1.1 No such user here")),
-                 qPrintable(runs[1].error));
-        QCOMPARE(runs[1].deliveries[1].state, QStringLiteral("delivered"));
+        QCOMPARE(runs[1].status, u"failed"_s);
+        QVERIFY2(runs[1].error.contains(u"550@example.org (refused): 550 5.1.1 No such user here"_s), qPrintable(runs[1].error));
+        QCOMPARE(runs[1].deliveries[1].state, u"delivered"_s);
         for (const LedgerEntry &run : runs)
-            QCOMPARE(run.trigger, QStringLiteral("schedule"));
-        const QByteArray log = installation.read(QStringLiteral("Logs/quillmark.log"));
+            QCOMPARE(run.trigger, u"schedule"_s);
+        const QByteArray log = installation.read(u"Logs/quillmark.log"_s);
         QVERIFY2(log.contains("sent to audit@example.org") && !log.contains(MailServer::kPassword), log.constData());
     }
 };
