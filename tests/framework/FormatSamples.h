@@ -2,7 +2,7 @@
 /// Files and values for the tests of the program's own formats.
 #pragma once
 
-#include "core/RuntimeError.h"
+#include "support/ErrorOf.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -12,12 +12,14 @@
 
 namespace qm::test {
 
+using namespace Qt::StringLiterals;
+
 /// A folder for one test; files are given by name.
 class Folder
 {
 public:
-    [[nodiscard]] QString path(const QString &name) const { return m_dir.filePath(name); }
-    [[nodiscard]] QString root() const { return m_dir.path() + u'/'; }
+    [[nodiscard]] QString path(const QString &name) const { return QDir::toNativeSeparators(m_dir.path() + u'/' + name); }
+    [[nodiscard]] QString root() const { return path({}); }
     QString write(const QString &name, const QByteArray &bytes) const
     {
         QFile file(path(name));
@@ -36,49 +38,37 @@ private:
     QTemporaryDir m_dir;
 };
 
-/// The error that \p body throws; number 0 when it throws none.
-template <class Body>
-RuntimeError errorOf(Body &&body)
-{
-    try {
-        body();
-    } catch (const RuntimeError &error) {
-        return error;
-    }
-    return RuntimeError(0, QStringLiteral("no error"));
-}
-
 /// Texts that have broken formats before.
 inline QStringList nastyTexts()
 {
     return {QString(),
-            QStringLiteral(" "),
-            QStringLiteral("plain"),
-            QStringLiteral("\n"),
-            QStringLiteral("\nleading newline"),
-            QStringLiteral("a\r\nb\r\n"),
-            QStringLiteral("a\rb"),
-            QStringLiteral("two\nlines"),
-            QStringLiteral("ends with newline\n"),
-            QStringLiteral("'''"),
-            QStringLiteral("line\nwith ''' inside"),
-            QStringLiteral("line\nends with '"),
-            QStringLiteral("\"\"\""),
-            QStringLiteral("line\nwith \"\"\" and \\ inside"),
-            QStringLiteral("C:\\Program Files\\new\\u0041"),
-            QStringLiteral("# not = a [comment]"),
-            QStringLiteral("tab\there\nand\tthere"),
-            QStringLiteral("Gr\u00FC\u00DFe, \u4E2D\u6587, \u0416"),
-            QStringLiteral("emoji \U0001F600\nsecond \U0001F680"),
-            QStringLiteral("line\u2028separator \u202Ereversed"),
-            QStringLiteral("\uFEFFmark first"),
-            QStringLiteral("\uFEFF\uFEFFtwo marks\n"),
-            QString(QChar(0)) + QStringLiteral("zero") + QChar(0),
-            QStringLiteral("bell\a escape\x1B delete\x7F next\u0085"),
+            u" "_s,
+            u"plain"_s,
+            u"\n"_s,
+            u"\nleading newline"_s,
+            u"a\r\nb\r\n"_s,
+            u"a\rb"_s,
+            u"two\nlines"_s,
+            u"ends with newline\n"_s,
+            u"'''"_s,
+            u"line\nwith ''' inside"_s,
+            u"line\nends with '"_s,
+            u"\"\"\""_s,
+            u"line\nwith \"\"\" and \\ inside"_s,
+            u"C:\\Program Files\\new\\u0041"_s,
+            u"# not = a [comment]"_s,
+            u"tab\there\nand\tthere"_s,
+            u"Gr\u00FC\u00DFe, \u4E2D\u6587, \u0416"_s,
+            u"emoji \U0001F600\nsecond \U0001F680"_s,
+            u"line\u2028separator \u202Ereversed"_s,
+            u"\uFEFFmark first"_s,
+            u"\uFEFF\uFEFFtwo marks\n"_s,
+            QString(QChar(0)) + u"zero"_s + QChar(0),
+            u"bell\a escape\x1B delete\x7F next\u0085"_s,
             QString(QChar(0xD83D)),
-            QString(QChar(0xDE00)) + QChar(0xD83D) + QStringLiteral("\nturned round"),
-            QStringLiteral("\uFDD0D83D and \uFDD0"),
-            QStringLiteral("\uFFFD \uFFFE \uFFFF")};
+            QString(QChar(0xDE00)) + QChar(0xD83D) + u"\nturned round"_s,
+            u"\uFDD0D83D and \uFDD0"_s,
+            u"\uFFFD \uFFFE \uFFFF"_s};
 }
 
 /// The same numbers in every run.

@@ -5,6 +5,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -94,8 +95,8 @@ private Q_SLOTS:
                 (void)TomlLayoutReader().ReadLayout(path);
         });
         QCOMPARE(error.number(), err::invalidFileFormat);
-        QCOMPARE(error.source(), QStringLiteral("QMMPRptFW"));
-        const QString place = QStringLiteral("%1, line %2: ").arg(path, QString::number(line));
+        QCOMPARE(error.source(), u"QMMPRptFW"_s);
+        const QString place = u"%1, line %2: "_s.arg(path, QString::number(line));
         QVERIFY2(error.description().contains(place), qPrintable(error.description()));
         QVERIFY2(error.description().contains(says), qPrintable(error.description()));
     }
@@ -104,20 +105,18 @@ private Q_SLOTS:
     void the_list_and_the_whole_file()
     {
         const Folder folder;
-        const auto listed = [&](const QByteArray &bytes) {
-            return TomlQueryReader().ReadQuery(folder.write(QStringLiteral("q.rqn"), bytes));
-        };
+        const auto listed = [&](const QByteArray &bytes) { return TomlQueryReader().ReadQuery(folder.write(u"q.rqn"_s, bytes)); };
         QCOMPARE(
             listed("description = \"d\"\r\nsql = \"\"\"\r\n# [x]\r\n\"\"\"\r\n[output]\r\ntype = \"email\"\r\n")->OutputSettings.OutputType,
             3);
         QCOMPARE(listed(kQuery + "output = { type = 'file' }\n")->OutputSettings.OutputType, 2);
         QCOMPARE(listed(kQuery + "output.type = 'printer'\n")->OutputSettings.OutputType, 1);
         QCOMPARE(listed(kQuery + "[output]\ntype = 17\n")->OutputSettings.OutputType, 17);
-        QCOMPARE(listed("\xEF\xBB\xBF" + kQuery)->Description, QStringLiteral("d"));
-        QCOMPARE(listed("sql = '''\ndescription = \"no\"\n'''\ndescription = '''\nyes'''\n")->Description, QStringLiteral("yes"));
+        QCOMPARE(listed("\xEF\xBB\xBF" + kQuery)->Description, u"d"_s);
+        QCOMPARE(listed("sql = '''\ndescription = \"no\"\n'''\ndescription = '''\nyes'''\n")->Description, u"yes"_s);
         QCOMPARE(
             listed("sql = 'x'\ndescription = \"\\u00e9\\\\\"\n[other]\ndescription = 'no'\n[[output.x]]\ntype = 'file'\n")->Description,
-            QStringLiteral("\u00e9\\"));
+            u"\u00e9\\"_s);
         const auto refused = [&](const QByteArray &bytes) { return errorOf([&] { (void)listed(bytes); }).number(); };
         QCOMPARE(refused("sql = 'x'\n"), err::invalidFileFormat);
         QCOMPARE(refused("format = 2\n" + kQuery), err::invalidFileFormat);
@@ -125,7 +124,7 @@ private Q_SLOTS:
         QCOMPARE(refused(kQuery + "[output]\ntype = 'fax'\n"), err::invalidFileFormat);
         QCOMPARE(refused("description = 'd'\nsql = '''\nSELECT"), err::invalidFileFormat);
         QCOMPARE(refused(kQuery + "[[parameter]\n"), err::invalidFileFormat);
-        QCOMPARE(errorOf([&] { (void)TomlQueryReader().ReadQuery(folder.path(QStringLiteral("none.rqn"))); }).number(), err::fileNotFound);
+        QCOMPARE(errorOf([&] { (void)TomlQueryReader().ReadQuery(folder.path(u"none.rqn"_s)); }).number(), err::fileNotFound);
     }
 
     void a_truncated_file_never_reads_as_a_shorter_one()
@@ -135,7 +134,7 @@ private Q_SLOTS:
         const QByteArray whole = "format = 1\n\n[[job]]\nid = 1\ndescription = \"d\"\nquery_file = \"q\"\nnext_run = 2026-11-21T14:05:37\n"
                                  "frequency = 2\n";
         for (qsizetype size = 11; size < whole.size() - 2; ++size) {
-            const QString path = folder.write(QStringLiteral("Jobs.cfg"), whole.left(size));
+            const QString path = folder.write(u"Jobs.cfg"_s, whole.left(size));
             const RuntimeError error = errorOf([&] {
                 const auto jobs = reader.LoadJobs(path);
                 // What is left is whole TOML: nothing yet, or all but the optional last line.
@@ -149,36 +148,34 @@ private Q_SLOTS:
     void jobs_that_cannot_be_saved_leave_the_file()
     {
         const Folder folder;
-        const QString path = folder.write(QStringLiteral("Jobs.cfg"), "format = 1\n");
+        const QString path = folder.write(u"Jobs.cfg"_s, "format = 1\n");
         TomlJobConfigReader reader;
         std::shared_ptr<JobCollection> none;
         const RuntimeError unread = errorOf([&] { reader.SaveJobs(none, path); });
         QCOMPARE(unread.number(), err::objectNotSet);
         QVERIFY(unread.description().contains(QLatin1String("Jobs.cfg")));
         auto jobs = std::make_shared<JobCollection>();
-        QCOMPARE(errorOf([&] { reader.SaveJobs(jobs, QStringLiteral("Config/Jobs.cfg")); }).number(), err::pathNotFound);
+        QCOMPARE(errorOf([&] { reader.SaveJobs(jobs, u"Config/Jobs.cfg"_s); }).number(), err::pathNotFound);
         jobs->push_back(std::make_shared<ScheduledReportJob>());
         QCOMPARE(errorOf([&] { reader.SaveJobs(jobs, path); }).number(), err::typeMismatch);
         jobs->assign(1, nullptr);
         QCOMPARE(errorOf([&] { reader.SaveJobs(jobs, path); }).number(), err::objectNotSet);
-        QCOMPARE(folder.names(), QStringList(QStringLiteral("Jobs.cfg")));
-        QCOMPARE(folder.read(QStringLiteral("Jobs.cfg")), QByteArray("format = 1\n"));
+        QCOMPARE(folder.names(), QStringList(u"Jobs.cfg"_s));
+        QCOMPARE(folder.read(u"Jobs.cfg"_s), QByteArray("format = 1\n"));
     }
 
     void data_source_names_stay_in_the_config_folder()
     {
         const Folder folder;
-        QVERIFY(QDir(folder.root()).mkpath(QStringLiteral("Config/sub")));
-        const QStringList names{QStringLiteral("../x.dsf"),     QStringLiteral("..\\x.dsf"), QStringLiteral("sub/x.dsf"),
-                                QStringLiteral("a:b.dsf"),      QStringLiteral("CON.dsf"),   QStringLiteral(".dsf"),
-                                QStringLiteral("MSSQL::x.dsf"), QStringLiteral("x?.dsf")};
+        QVERIFY(QDir(folder.root()).mkpath(u"Config/sub"_s));
+        const QStringList names{u"../x.dsf"_s, u"..\\x.dsf"_s, u"sub/x.dsf"_s,    u"a:b.dsf"_s,
+                                u"CON.dsf"_s,  u".dsf"_s,      u"MSSQL::x.dsf"_s, u"x?.dsf"_s};
         for (const QString &name : names) {
-            const QString path = folder.path(QStringLiteral("Config/") + name);
+            const QString path = folder.path(u"Config/"_s + name);
             QCOMPARE(errorOf([&] { TomlDataSourceFileReader().WriteDataSource(QMMDSOracle(), path); }).number(), err::badFileName);
         }
         QCOMPARE(folder.names(), QStringList());
-        QCOMPARE(errorOf([] { TomlDataSourceFileReader().WriteDataSource(QMMDSOracle(), QStringLiteral("Config/a.dsf")); }).number(),
-                 err::pathNotFound);
+        QCOMPARE(errorOf([] { TomlDataSourceFileReader().WriteDataSource(QMMDSOracle(), u"Config/a.dsf"_s); }).number(), err::pathNotFound);
     }
 };
 

@@ -5,6 +5,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -26,8 +27,8 @@ struct Installation
     Installation()
     {
         const QDir root(folder.root());
-        if (!root.mkpath(QStringLiteral("Components")) || !root.mkpath(QStringLiteral("Logs")) ||
-            !QFile::copy(QStringLiteral(SAMPLE_COMPONENTS), folder.path(QStringLiteral("Components/sample.so"))))
+        if (!root.mkpath(u"Components"_s) || !root.mkpath(u"Logs"_s) ||
+            !QFile::copy(QStringLiteral(SAMPLE_COMPONENTS), folder.path(u"Components/sample.so"_s)))
             qFatal("cannot lay out the installation");
     }
     Folder folder;
@@ -51,20 +52,19 @@ private Q_SLOTS:
             };
         };
         registry.registerReportInterface(QString::fromLatin1(kReportInterfaceFamily), maker("family "));
-        registry.registerReportInterface(QStringLiteral("QuillmarkReports.Mail"), maker("exact "));
+        registry.registerReportInterface(u"QuillmarkReports.Mail"_s, maker("exact "));
         for (const char *const id : {"QuillmarkReports.Files", "quillmarkreports.MAIL", "QuillmarkReports.Mail_2"})
             registry.createReportInterface(QString::fromLatin1(id))->EditQuery({});
-        QCOMPARE(edited, QStringList({QStringLiteral("family QuillmarkReports.Files"), QStringLiteral("exact quillmarkreports.MAIL"),
-                                      QStringLiteral("family QuillmarkReports.Mail_2")}));
+        QCOMPARE(edited,
+                 QStringList({u"family QuillmarkReports.Files"_s, u"exact quillmarkreports.MAIL"_s, u"family QuillmarkReports.Mail_2"_s}));
         for (const char *const id : {"QuillmarkReports.", "QuillmarkReports.a.b", "QuillmarkReports", "XQuillmarkReports.a"})
             QCOMPARE(errorOf([&] { (void)registry.createReportInterface(QString::fromLatin1(id)); }).number(), err::cannotCreateObject);
-        QVERIFY(registry.createQueryAccess(QStringLiteral("QuillmarkQueryAccess.Mail")) != nullptr);
-        QCOMPARE(errorOf([&] { (void)registry.createQueryAccess(QStringLiteral("QuillmarkReports.Mail")); }).number(),
-                 err::cannotCreateObject);
+        QVERIFY(registry.createQueryAccess(u"QuillmarkQueryAccess.Mail"_s) != nullptr);
+        QCOMPARE(errorOf([&] { (void)registry.createQueryAccess(u"QuillmarkReports.Mail"_s); }).number(), err::cannotCreateObject);
 
-        registry.registerReportInterface(QStringLiteral("Contoso.MailReports"), maker("own "));
-        registry.createReportInterface(QStringLiteral("Contoso.MailReports"))->EditQuery({});
-        QCOMPARE(edited.last(), QStringLiteral("own Contoso.MailReports"));
+        registry.registerReportInterface(u"Contoso.MailReports"_s, maker("own "));
+        registry.createReportInterface(u"Contoso.MailReports"_s)->EditQuery({});
+        QCOMPARE(edited.last(), u"own Contoso.MailReports"_s);
     }
 
     void plug_ins_serve_what_their_metadata_names()
@@ -73,38 +73,37 @@ private Q_SLOTS:
         ComponentRegistry registry(installation.folder.root());
         for (const char *const id : {"Contoso.MailReports", "contoso.mailreports", "Fabrikam.Any"}) {
             const auto component = registry.createReportInterface(QString::fromLatin1(id));
-            const RuntimeError error = errorOf([&] { component->EditQuery(QStringLiteral("a target")); });
-            QCOMPARE(error.source(), QStringLiteral("sample plug-in"));
+            const RuntimeError error = errorOf([&] { component->EditQuery(u"a target"_s); });
+            QCOMPARE(error.source(), u"sample plug-in"_s);
         }
-        const auto queries = registry.createQueryAccess(QStringLiteral("Contoso.MailQueries"));
-        QCOMPARE(queries->ReadFile(QStringLiteral("x"))->Description, QStringLiteral("from the plug-in"));
-        QCOMPARE(errorOf([&] { (void)registry.createReportInterface(QStringLiteral("Contoso.MailQueries")); }).number(),
-                 err::cannotCreateObject);
+        const auto queries = registry.createQueryAccess(u"Contoso.MailQueries"_s);
+        QCOMPARE(queries->ReadFile(u"x"_s)->Description, u"from the plug-in"_s);
+        QCOMPARE(errorOf([&] { (void)registry.createReportInterface(u"Contoso.MailQueries"_s); }).number(), err::cannotCreateObject);
     }
 
     void an_unknown_identifier_is_named_and_logged()
     {
         const Installation installation;
-        installation.folder.write(QStringLiteral("Components/broken.so"), "not a library");
-        QVERIFY(QDir(installation.folder.root()).mkpath(QStringLiteral("Components/directory.so")));
+        installation.folder.write(u"Components/broken.so"_s, "not a library");
+        QVERIFY(QDir(installation.folder.root()).mkpath(u"Components/directory.so"_s));
         QString logged;
         {
-            ApplicationLog log(installation.folder.root(), QStringLiteral("test"));
+            ApplicationLog log(installation.folder.root(), u"test"_s);
             ComponentRegistry registry(installation.folder.root(), &log);
-            const RuntimeError error = errorOf([&] { (void)registry.createReportInterface(QStringLiteral("Nobody.Knows")); });
+            const RuntimeError error = errorOf([&] { (void)registry.createReportInterface(u"Nobody.Knows"_s); });
             QCOMPARE(error.number(), err::cannotCreateObject);
-            QCOMPARE(error.source(), QStringLiteral("QMMPRptFW"));
+            QCOMPARE(error.source(), u"QMMPRptFW"_s);
             QVERIFY2(error.description().contains(QLatin1String("\"Nobody.Knows\"")), qPrintable(error.description()));
             QVERIFY2(error.description().contains(QLatin1String("broken.so")), qPrintable(error.description()));
             const RuntimeError none = errorOf([&] { (void)registry.createQueryAccess(QString()); });
             QCOMPARE(none.number(), err::cannotCreateObject);
             QVERIFY2(none.description().contains(QLatin1String("Packages.ini")), qPrintable(none.description()));
         }
-        logged = QString::fromUtf8(installation.folder.read(QStringLiteral("Logs/test.log")));
+        logged = QString::fromUtf8(installation.folder.read(u"Logs/test.log"_s));
         QVERIFY2(logged.contains(QLatin1String("Nobody.Knows")), qPrintable(logged));
 
-        ComponentRegistry bare(installation.folder.path(QStringLiteral("no such folder/")));
-        QCOMPARE(errorOf([&] { (void)bare.createReportInterface(QStringLiteral("Nobody.Knows")); }).number(), err::cannotCreateObject);
+        ComponentRegistry bare(installation.folder.path(u"no such folder/"_s));
+        QCOMPARE(errorOf([&] { (void)bare.createReportInterface(u"Nobody.Knows"_s); }).number(), err::cannotCreateObject);
     }
 };
 

@@ -6,6 +6,7 @@
 
 using namespace qm;
 using namespace qm::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -55,38 +56,38 @@ private Q_SLOTS:
             QByteArray text = kHandWritten;
             if (windowsLines)
                 text.replace("\n", "\r\n");
-            const QString path = folder.write(QStringLiteral("q.rqn"), text);
+            const QString path = folder.write(u"q.rqn"_s, text);
             auto query = TomlQueryAccess().ReadFile(path);
-            QCOMPARE(query->parameters.at(1).defaultValue, QStringLiteral("5"));
+            QCOMPARE(query->parameters.at(1).defaultValue, u"5"_s);
             QCOMPARE(query->sql.count(u'\n'), 2);
             QVERIFY(!query->sql.contains(u'\r'));
-            query->Description = QStringLiteral("Logons, \"failed\"");
-            query->parameters.at(1).defaultValue = QStringLiteral("7");
-            query->sql = QStringLiteral("SELECT 1\nFROM event\n");
+            query->Description = u"Logons, \"failed\""_s;
+            query->parameters.at(1).defaultValue = u"7"_s;
+            query->sql = u"SELECT 1\nFROM event\n"_s;
             TomlQueryAccess().WriteFile(*query, path);
             text.replace("\"Failed logons by account\"", "\"Logons, \\\"failed\\\"\"");
             text.replace("default = 5", "default = \"7\"");
             const QByteArray end = windowsLines ? "\r\n" : "\n";
             const qsizetype from = text.indexOf("SELECT account");
             text.replace(from, text.indexOf("'''" + end + "[sql_for]") - from, "SELECT 1" + end + "FROM event" + end);
-            QCOMPARE(folder.read(QStringLiteral("q.rqn")), text);
+            QCOMPARE(folder.read(u"q.rqn"_s), text);
         }
     }
 
     void unknown_keys_survive_a_change_of_structure()
     {
         const Folder folder;
-        const QString path = folder.write(QStringLiteral("q.rqn"), kHandWritten);
+        const QString path = folder.write(u"q.rqn"_s, kHandWritten);
         auto query = TomlQueryAccess().ReadFile(path);
         query->parameters.erase(query->parameters.begin() + 1);
-        query->parameters.at(0).label = QStringLiteral("Account");
+        query->parameters.at(0).label = u"Account"_s;
         query->period.used = false;
         TomlQueryAccess().WriteFile(*query, path);
-        const QByteArray text = folder.read(QStringLiteral("q.rqn"));
+        const QByteArray text = folder.read(u"q.rqn"_s);
         const auto again = TomlQueryAccess().ReadFile(path);
         QCOMPARE(again->parameters.size(), std::size_t{1});
         QVERIFY(!again->period.used);
-        QCOMPARE(again->sqlFor.value(QStringLiteral("oracle")), QStringLiteral("SELECT 'Gr\u00FC\u00DFe' FROM dual"));
+        QCOMPARE(again->sqlFor.value(u"oracle"_s), u"SELECT 'Gr\u00FC\u00DFe' FROM dual"_s);
         for (const char *const kept : {"[x_owner]", "since = 2020-01-01", "x_hint = \"a wildcard\"", "x_color = \"blue\"",
                                        "building = [1, 2.5, \"c\"]", "sql = '''\nSELECT account"})
             QVERIFY2(text.contains(kept), text.constData());
@@ -98,69 +99,69 @@ private Q_SLOTS:
         const Folder folder;
         TomlLayoutReader layouts;
         const QString path =
-            folder.write(QStringLiteral("l.rpt"), "title = 'T' # shown\n[[column]]\nfield = 'a'\nx_note = 1\n[[column]]\nfield = 'b'\n"
-                                                  "[[group]]\nfield = 'a'\n[[group.subtotal]]\nfield = 'b'\nx_bold = true\n[x]\ny = 'z'\n");
+            folder.write(u"l.rpt"_s, "title = 'T' # shown\n[[column]]\nfield = 'a'\nx_note = 1\n[[column]]\nfield = 'b'\n"
+                                     "[[group]]\nfield = 'a'\n[[group.subtotal]]\nfield = 'b'\nx_bold = true\n[x]\ny = 'z'\n");
         ReportLayout layout = layouts.ReadLayout(path);
-        layout.title = QStringLiteral("U");
+        layout.title = u"U"_s;
         layouts.WriteLayout(layout, path);
-        QVERIFY(folder.read(QStringLiteral("l.rpt")).startsWith("title = \"U\" # shown\n[[column]]\n"));
+        QVERIFY(folder.read(u"l.rpt"_s).startsWith("title = \"U\" # shown\n[[column]]\n"));
         layout = layouts.ReadLayout(path);
         std::swap(layout.columns.at(0), layout.columns.at(1));
-        layout.columns.push_back(LayoutColumn{.field = QStringLiteral("c"), .caption = {}, .format = {}});
+        layout.columns.push_back(LayoutColumn{.field = u"c"_s, .caption = {}, .format = {}});
         layouts.WriteLayout(layout, path);
-        const QByteArray text = folder.read(QStringLiteral("l.rpt"));
+        const QByteArray text = folder.read(u"l.rpt"_s);
         QVERIFY2(text.contains("field = \"a\"\nx_note = 1\n") && text.contains("x_bold = true") && text.contains("[x]\ny = \"z\""),
                  text.constData());
-        QCOMPARE(layouts.ReadLayout(path).columns.at(2).field, QStringLiteral("c"));
+        QCOMPARE(layouts.ReadLayout(path).columns.at(2).field, u"c"_s);
     }
 
     void sql_stays_readable()
     {
         const Folder folder;
         Query query;
-        query.Description = QStringLiteral("d");
-        query.sql = QStringLiteral("SELECT '%'\n\tFROM \"event\" -- C:\\x\n");
-        TomlQueryAccess().WriteFile(query, folder.path(QStringLiteral("a.rqn")));
-        QVERIFY(folder.read(QStringLiteral("a.rqn")).contains("sql = '''\nSELECT '%'\n\tFROM \"event\" -- C:\\x\n'''\n"));
-        query.sql = QStringLiteral("SELECT '''quoted'''\nFROM \"event\"\n");
-        TomlQueryAccess().WriteFile(query, folder.path(QStringLiteral("b.rqn")));
-        QVERIFY(folder.read(QStringLiteral("b.rqn")).contains("sql = \"\"\"\nSELECT '''quoted'''\nFROM \\\"event\\\"\n\"\"\"\n"));
+        query.Description = u"d"_s;
+        query.sql = u"SELECT '%'\n\tFROM \"event\" -- C:\\x\n"_s;
+        TomlQueryAccess().WriteFile(query, folder.path(u"a.rqn"_s));
+        QVERIFY(folder.read(u"a.rqn"_s).contains("sql = '''\nSELECT '%'\n\tFROM \"event\" -- C:\\x\n'''\n"));
+        query.sql = u"SELECT '''quoted'''\nFROM \"event\"\n"_s;
+        TomlQueryAccess().WriteFile(query, folder.path(u"b.rqn"_s));
+        QVERIFY(folder.read(u"b.rqn"_s).contains("sql = \"\"\"\nSELECT '''quoted'''\nFROM \\\"event\\\"\n\"\"\"\n"));
     }
 
     void another_querys_file_is_never_overwritten()
     {
         const Folder folder;
-        const QString mine = folder.write(QStringLiteral("Mine.rqn"), kHandWritten);
-        const QString other = folder.write(QStringLiteral("Other.rqn"), "description = 'other'\nsql = 'x'\n");
+        const QString mine = folder.write(u"Mine.rqn"_s, kHandWritten);
+        const QString other = folder.write(u"Other.rqn"_s, "description = 'other'\nsql = 'x'\n");
         const auto query = TomlQueryAccess().ReadFile(mine);
         const auto numberFor = [&](const QString &name) {
             return errorOf([&] { TomlQueryAccess().WriteFile(*query, folder.path(name)); }).number();
         };
-        QCOMPARE(numberFor(QStringLiteral("Other.rqn")), err::fileAlreadyExists);
-        QCOMPARE(numberFor(QStringLiteral("OTHER.rqn")), err::fileAlreadyExists);
+        QCOMPARE(numberFor(u"Other.rqn"_s), err::fileAlreadyExists);
+        QCOMPARE(numberFor(u"OTHER.rqn"_s), err::fileAlreadyExists);
         for (const char *const bad : {".rqn", "  .rqn", "a*b.rqn", "a:b.rqn", "CON.rqn", "a<.rqn"})
             QCOMPARE(numberFor(QString::fromLatin1(bad)), err::badFileName);
-        QCOMPARE(folder.read(QStringLiteral("Other.rqn")), QByteArray("description = 'other'\nsql = 'x'\n"));
+        QCOMPARE(folder.read(u"Other.rqn"_s), QByteArray("description = 'other'\nsql = 'x'\n"));
         // The own file under another spelling stays one file; a new name is a new file.
-        QCOMPARE(numberFor(QStringLiteral("MINE.rqn")), 0);
-        QCOMPARE(numberFor(QStringLiteral("New.rqn")), 0);
-        QCOMPARE(folder.names(), QStringList({QStringLiteral("Mine.rqn"), QStringLiteral("New.rqn"), QStringLiteral("Other.rqn")}));
+        QCOMPARE(numberFor(u"MINE.rqn"_s), 0);
+        QCOMPARE(numberFor(u"New.rqn"_s), 0);
+        QCOMPARE(folder.names(), QStringList({u"Mine.rqn"_s, u"New.rqn"_s, u"Other.rqn"_s}));
         QVERIFY(QFile::exists(other));
     }
 
     void a_description_never_leads_into_another_folder()
     {
         const Folder folder;
-        QVERIFY(QDir(folder.root()).mkpath(QStringLiteral("Group")) && QDir(folder.root()).mkpath(QStringLiteral("Logons")));
-        folder.write(QStringLiteral("Logons/All.rqn"), kHandWritten);
-        auto query = TomlQueryAccess().ReadFile(folder.path(QStringLiteral("Logons/All.rqn")));
+        QVERIFY(QDir(folder.root()).mkpath(u"Group"_s) && QDir(folder.root()).mkpath(u"Logons"_s));
+        folder.write(u"Logons/All.rqn"_s, kHandWritten);
+        auto query = TomlQueryAccess().ReadFile(folder.path(u"Logons/All.rqn"_s));
         for (const char *const description : {"../Group/x", "..\\Group\\x", "Group/x"}) {
             query->Description = QString::fromLatin1(description);
-            const QString path = folder.root() + (query->Description.startsWith(u'.') ? QStringLiteral("Logons/") : QString()) +
-                                 query->Description + QStringLiteral(".rqn");
+            const QString path =
+                folder.root() + (query->Description.startsWith(u'.') ? u"Logons/"_s : QString()) + query->Description + u".rqn"_s;
             QCOMPARE(errorOf([&] { TomlQueryAccess().WriteFile(*query, path); }).number(), err::badFileName);
         }
-        query->Description = QStringLiteral("Logons/All");
+        query->Description = u"Logons/All"_s;
         TomlQueryAccess().WriteFile(*query, query->QueryFile);
         QCOMPARE(TomlQueryReader().ReadQuery(query->QueryFile)->Description, query->Description);
     }
@@ -168,22 +169,22 @@ private Q_SLOTS:
     void what_could_not_be_read_back_is_not_written()
     {
         const Folder folder;
-        const QString path = folder.write(QStringLiteral("q.rqn"), kHandWritten);
+        const QString path = folder.write(u"q.rqn"_s, kHandWritten);
         const auto summary = TomlQueryReader().ReadQuery(path);
         QCOMPARE(errorOf([&] { TomlQueryAccess().WriteFile(*summary, path); }).number(), err::invalidProcedureCall);
         auto query = TomlQueryAccess().ReadFile(path);
-        query->parameters.at(0).name = QStringLiteral("two words");
+        query->parameters.at(0).name = u"two words"_s;
         const RuntimeError error = errorOf([&] { TomlQueryAccess().WriteFile(*query, path); });
         QCOMPARE(error.number(), err::invalidProcedureCall);
         QVERIFY(error.description().contains(QLatin1String("two words")));
-        QCOMPARE(folder.read(QStringLiteral("q.rqn")), kHandWritten);
+        QCOMPARE(folder.read(u"q.rqn"_s), kHandWritten);
     }
 
     void packages()
     {
         const Folder folder;
-        QVERIFY(QDir(folder.root()).mkpath(QStringLiteral("Inst")));
-        const QString ini = folder.write(QStringLiteral("Inst/Packages.ini"),
+        QVERIFY(QDir(folder.root()).mkpath(u"Inst"_s));
+        const QString ini = folder.write(u"Inst/Packages.ini"_s,
                                          "\xEF\xBB\xBF[Framework]\r\nVersion=8.0\r\n"
                                          "[Package.2]\r\nName=Mail Server Logs\r\nInterface=QuillmarkReports.Mail\r\nInstallPath=Mail\\\r\n"
                                          "QueryAccess=QuillmarkQueryAccess.Mail\r\nDatabase=Data\\Mail.db\r\n"
@@ -192,20 +193,20 @@ private Q_SLOTS:
         IniPackageConfigReader reader;
         const auto packages = reader.ReadPackages(ini);
         QCOMPARE(packages.size(), std::size_t{3});
-        QCOMPARE(packages[0]->PackageName, QStringLiteral("Mail Server Logs"));
-        QCOMPARE(packages[0]->Interface, QStringLiteral("QuillmarkReports.Mail"));
-        QCOMPARE(packages[0]->QueryAccess, QStringLiteral("QuillmarkQueryAccess.Mail"));
-        QCOMPARE(packages[0]->InstallPath, folder.path(QStringLiteral("Inst/Mail/")));
-        QCOMPARE(packages[0]->Database, folder.path(QStringLiteral("Inst/Mail/Data/Mail.db")));
-        QCOMPARE(packages[1]->InstallPath, QStringLiteral("/srv/a, b/"));
+        QCOMPARE(packages[0]->PackageName, u"Mail Server Logs"_s);
+        QCOMPARE(packages[0]->Interface, u"QuillmarkReports.Mail"_s);
+        QCOMPARE(packages[0]->QueryAccess, u"QuillmarkQueryAccess.Mail"_s);
+        QCOMPARE(packages[0]->InstallPath, folder.path(u"Inst/Mail/"_s));
+        QCOMPARE(packages[0]->Database, folder.path(u"Inst/Mail/Data/Mail.db"_s));
+        QCOMPARE(packages[1]->InstallPath, QDir::toNativeSeparators(u"/srv/a, b/"_s));
         QCOMPARE(packages[1]->Interface, QString());
-        QCOMPARE(packages[1]->Database, QStringLiteral("/srv/a, b/EventLog.db"));
-        QCOMPARE(packages[2]->PackageName, QStringLiteral("Mail Server Logs"));
-        QCOMPARE(packages[2]->InstallPath, folder.path(QStringLiteral("Shared/")));
-        QCOMPARE(packages[2]->Database, QStringLiteral("/data/x.db"));
+        QCOMPARE(packages[1]->Database, QDir::toNativeSeparators(u"/srv/a, b/EventLog.db"_s));
+        QCOMPARE(packages[2]->PackageName, u"Mail Server Logs"_s);
+        QCOMPARE(packages[2]->InstallPath, folder.path(u"Shared/"_s));
+        QCOMPARE(packages[2]->Database, QDir::toNativeSeparators(u"/data/x.db"_s));
 
         const auto failure = [&](const QByteArray &bytes) {
-            const QString path = folder.write(QStringLiteral("Bad.ini"), bytes);
+            const QString path = folder.write(u"Bad.ini"_s, bytes);
             const RuntimeError error = errorOf([&] { (void)reader.ReadPackages(path); });
             return error.description().contains(path) ? error.number() : -1;
         };
@@ -213,7 +214,7 @@ private Q_SLOTS:
         QCOMPARE(failure("[Framework]\nVersion=8\n"), err::invalidFileFormat);
         QCOMPARE(failure("[Package.1]\nInstallPath=x\n"), err::invalidFileFormat);
         QCOMPARE(failure("[Package.1]\nName=x\n"), err::invalidFileFormat);
-        const QString missing = folder.path(QStringLiteral("None.ini"));
+        const QString missing = folder.path(u"None.ini"_s);
         const RuntimeError error = errorOf([&] { (void)reader.ReadPackages(missing); });
         QCOMPARE(error.number(), err::fileNotFound);
         QVERIFY(error.description().contains(missing) && error.description().contains(QLatin1String("InstallPath")));
@@ -221,14 +222,15 @@ private Q_SLOTS:
 
     void paths()
     {
-        QCOMPARE(packageFolderOf(QStringLiteral("/srv/Mail/Query Groups/Logons/a.rqn")), QStringLiteral("/srv/Mail/"));
-        QCOMPARE(packageFolderOf(QStringLiteral("C:\\Inst\\Mail\\query groups\\Logons\\a.rqn")), QStringLiteral("C:\\Inst\\Mail\\"));
-        QCOMPARE(packageFolderOf(QStringLiteral("/p/Query Groups/Query Groups/a.rqn")), QStringLiteral("/p/"));
-        QCOMPARE(packageFolderOf(QStringLiteral("/Query Groups/Mail/Query Groups/x/a.rqn")), QStringLiteral("/Query Groups/Mail/"));
-        QCOMPARE(packageFolderOf(QStringLiteral("/p/Query Groups/a.rqn")), QStringLiteral("/p/"));
-        QCOMPARE(packageFolderOf(QStringLiteral("/p/Query Groups/x/y/a.rqn")), QStringLiteral("/p/"));
-        QCOMPARE(packageFolderOf(QStringLiteral("/p/Query Groups")), QString());
-        QCOMPARE(packageFolderOf(QStringLiteral("a.rqn")), QString());
+        for (const auto &[file, folder] : {std::pair{"/srv/Mail/Query Groups/Logons/a.rqn", "/srv/Mail/"},
+                                           {"C:\\Inst\\Mail\\query groups\\Logons\\a.rqn", "C:\\Inst\\Mail\\"},
+                                           {"/p/Query Groups/Query Groups/a.rqn", "/p/"},
+                                           {"/Query Groups/Mail/Query Groups/x/a.rqn", "/Query Groups/Mail/"},
+                                           {"/p/Query Groups/a.rqn", "/p/"},
+                                           {"/p/Query Groups/x/y/a.rqn", "/p/"},
+                                           {"/p/Query Groups", ""},
+                                           {"a.rqn", ""}})
+            QCOMPARE(packageFolderOf(QString::fromLatin1(file)), QString::fromLatin1(folder));
 
         const auto package = [](const char *path) {
             auto info = std::make_shared<PackageInfo>();
@@ -236,14 +238,14 @@ private Q_SLOTS:
             return info;
         };
         const std::vector<std::shared_ptr<PackageInfo>> all{package(""), package("/srv/"), package("/srv/Mail/"), package("/srv/Ma/")};
-        QCOMPARE(packageOf(QStringLiteral("/SRV/mail/Query Groups/x/a.rqn"), all), all[2]);
-        QCOMPARE(packageOf(QStringLiteral("/srv/Mailbox/Query Groups/x/a.rqn"), all), all[1]);
-        QCOMPARE(packageOf(QStringLiteral("/opt/a.rqn"), all), nullptr);
+        QCOMPARE(packageOf(u"/SRV/mail/Query Groups/x/a.rqn"_s, all), all[2]);
+        QCOMPARE(packageOf(u"/srv/Mailbox/Query Groups/x/a.rqn"_s, all), all[1]);
+        QCOMPARE(packageOf(u"/opt/a.rqn"_s, all), nullptr);
 
-        QCOMPARE(resolveLayoutPath(QString(), QStringLiteral("/p/")), QString());
-        QCOMPARE(resolveLayoutPath(QStringLiteral("Layouts\\a.rpt"), QStringLiteral("/p/")), QStringLiteral("/p/Layouts/a.rpt"));
-        QCOMPARE(resolveLayoutPath(QStringLiteral("../Shared/a.rpt"), QStringLiteral("/p/q")), QStringLiteral("/p/Shared/a.rpt"));
-        QCOMPARE(resolveLayoutPath(QStringLiteral("/x/a.rpt"), QStringLiteral("/p/")), QStringLiteral("/x/a.rpt"));
+        QCOMPARE(resolveLayoutPath(QString(), u"/p/"_s), QString());
+        QCOMPARE(resolveLayoutPath(u"Layouts\\a.rpt"_s, u"/p/"_s), QDir::toNativeSeparators(u"/p/Layouts/a.rpt"_s));
+        QCOMPARE(resolveLayoutPath(u"../Shared/a.rpt"_s, u"/p/q"_s), QDir::toNativeSeparators(u"/p/Shared/a.rpt"_s));
+        QCOMPARE(resolveLayoutPath(u"/x/a.rpt"_s, u"/p/"_s), QDir::toNativeSeparators(u"/x/a.rpt"_s));
     }
 };
 
