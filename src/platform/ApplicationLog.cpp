@@ -14,6 +14,16 @@ namespace {
 constexpr std::size_t kFileSize = 5U << 20U;
 constexpr std::size_t kOldFiles = 5;
 
+/// \p path in the form that the log's library opens.
+spdlog::filename_t fileName(const QString &path)
+{
+#ifdef Q_OS_WIN
+    return path.toStdWString();
+#else
+    return QFile::encodeName(path).toStdString();
+#endif
+}
+
 /// \p text on one line: what would break the line, move the cursor or change the reading direction is written as an escape.
 std::string escaped(const QString &text)
 {
@@ -50,7 +60,7 @@ ApplicationLog::ApplicationLog(const QString &installPath, const QString &progra
         return; // making the folders here would put them in the wrong place
     try {
         const QString path = installPath + QStringLiteral("Logs") + kSep + program + QStringLiteral(".log");
-        auto file = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(QFile::encodeName(path).toStdString(), kFileSize, kOldFiles);
+        auto file = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(fileName(path), kFileSize, kOldFiles);
         m_sink = std::make_unique<Sink>(Sink{spdlog::logger(program.toStdString(), std::move(file))});
         m_sink->logger.set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %P %l: %v");
         m_sink->logger.flush_on(spdlog::level::trace);

@@ -26,6 +26,15 @@ bool removeEmptyLock(QLockFile &lock, const QString &path)
 
 constexpr int kLastBreath = 300; ///< ms; a holder that was just killed lets go within them
 
+/// Letter case says nothing in a computer's name, and the lock may hold its short form of at most 15 characters.
+bool isThisComputer(const QString &host)
+{
+    constexpr qsizetype shortName = 15;
+    const QString name = QSysInfo::machineHostName();
+    return host.compare(name, Qt::CaseInsensitive) == 0 ||
+           (host.size() == shortName && name.startsWith(host, Qt::CaseInsensitive) && kSep == u'\\');
+}
+
 } // namespace
 
 struct InstanceLock::State
@@ -62,8 +71,7 @@ InstanceLock::Result InstanceLock::acquire()
     QString host;
     QString program;
     const bool known = m_state->lock.getLockInfo(&process, &host, &program);
-    return known && host == QSysInfo::machineHostName() && RaiseChannel::isOwnFile(m_state->path) ? Result::HeldBySameUser
-                                                                                                  : Result::HeldByOther;
+    return known && isThisComputer(host) && RaiseChannel::isOwnFile(m_state->path) ? Result::HeldBySameUser : Result::HeldByOther;
 }
 
 QString InstanceLock::holder() const

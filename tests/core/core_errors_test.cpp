@@ -110,7 +110,7 @@ private Q_SLOTS:
         prompts.pointerShape = 11;
         trap(errors, kSave, [&] {
             const ResetOnExit guard{prompts.pointerShape};
-            raise(err::permissionDenied);
+            qm::raise(err::permissionDenied);
         });
         QCOMPARE(prompts.pointerShape, 0); // the reporter had the last word
     }
@@ -131,9 +131,9 @@ private Q_SLOTS:
     {
         test::ScriptedPrompts prompts;
         ErrorReporter errors(prompts);
-        QCOMPARE(trapSilently([]() -> int { raise(err::overflow); }), 0);
+        QCOMPARE(trapSilently([]() -> int { qm::raise(err::overflow); }), 0);
         const auto attempt = [&](std::int32_t number) {
-            trapExcept(errors, kSave, {err::cancelledByOperator, err::dialogCancelled}, [&] { raise(number); });
+            trapExcept(errors, kSave, {err::cancelledByOperator, err::dialogCancelled}, [&] { qm::raise(number); });
         };
         attempt(err::dialogCancelled);
         attempt(err::cancelledByOperator);
@@ -149,7 +149,7 @@ private Q_SLOTS:
         BrokenPrompts prompts;
         ErrorReporter errors(prompts);
         QCOMPARE(errors.ReportError(QStringLiteral("M"), 36), 0);
-        trap(errors, kSave, [] { raise(err::overflow); });
+        trap(errors, kSave, [] { qm::raise(err::overflow); });
     }
 
     void dictionaries_keep_order_and_tell_letter_case_apart()

@@ -7,7 +7,8 @@ target_link_libraries(qm_writers PUBLIC PkgConfig::FRIBIDI PkgConfig::LIBDEFLATE
 set(QM_FONT_FOLDER ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/fonts)
 set(QM_FONT_OUTPUTS)
 function(qm_ship_file variable source_name output_name)
-    find_file(${variable} ${source_name} PATH_SUFFIXES ${ARGN} REQUIRED)
+    # Of the machine that builds, also in a cross-build: the file is copied, not linked.
+    find_file(${variable} ${source_name} PATHS /usr/local /usr PATH_SUFFIXES ${ARGN} REQUIRED NO_CMAKE_FIND_ROOT_PATH)
     set(output ${QM_FONT_FOLDER}/${output_name})
     add_custom_command(OUTPUT ${output} COMMAND ${CMAKE_COMMAND} -E copy ${${variable}} ${output} DEPENDS ${${variable}} VERBATIM)
     set(QM_FONT_OUTPUTS ${QM_FONT_OUTPUTS} ${output} PARENT_SCOPE)

@@ -1,0 +1,266 @@
+// The platform on Windows: paths in both spellings, access lists, the machine-wide registry and the kernel's objects.
+
+#include "core/Clock.h"
+#include "platform/ApplicationLog.h"
+#include "platform/Files.h"
+#include "platform/InstanceLock.h"
+#include "platform/RaiseChannel.h"
+#include "platform/Registry.h"
+#include "platform/Sha256.h"
+#include "platform/SystemDueTimer.h"
+#include "platform/SystemFileWindows.h"
+#include "support/ErrorOf.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <aclapi.h>
+#include <sddl.h>
+
+using namespace qm;
+using test::errorOf;
+using test::numberOf;
+
+class PlatformWindowsTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_folder->isValid());
+        m_at = QDir::toNativeSeparators(m_folder->path()) + kSep;
+    }
+
+    void a_listing_takes_what_the_mask_names_in_one_order()
+    {
+        for (const char *name : {"b.rqn", "A.RQN", "10.rqn", "9.rqn", "x.rqnold", "secret.rqn", "inner.rqn\\"})
+            make(QString::fromLatin1(name));
+        make(u"\u00e9\u4e2d.rqn"_qs);
+        SetFileAttributesW(win::native(m_at + u"secret.rqn"_qs).c_str(), FILE_ATTRIBUTE_HIDDEN);
+        files::setFileAttributes(m_at + u"9.rqn"_qs, attr::readOnly);
+
+        const QStringList shown{u"10.rqn"_qs, u"9.rqn"_qs, u"A.RQN"_qs, u"b.rqn"_qs, u"\u00e9\u4e2d.rqn"_qs};
+        QCOMPARE(files::list(m_at, u"*.rqn"_qs, attr::normal), shown);
+        QCOMPARE(files::list(m_folder->path(), u"*.rqn"_qs, attr::normal), shown);
+        QVERIFY(files::list(m_at, u"*"_qs, attr::hidden).contains(u"secret.rqn"_qs));
+        QVERIFY(files::list(m_at, u"*"_qs, attr::directory).contains(u"inner.rqn"_qs));
+        QCOMPARE(files::list(m_at + u"nowhere"_qs, u"*"_qs, 63), QStringList());
+        QCOMPARE(files::list(m_at + u"b.rqn"_qs, u"*"_qs, 63), QStringList());
+        QCOMPARE(files::fileAttributes(m_at + u"9.rqn"_qs) & attr::readOnly, int{attr::readOnly});
+    }
+
+    void names_are_found_in_any_letter_case_and_without_wildcards()
+    {
+        make(u"Logons.rqn"_qs);
+        QCOMPARE(files::existingSpelling(m_at + u"LOGONS.RQN"_qs), m_at + u"Logons.rqn"_qs);
+        QVERIFY(files::fileExists(m_folder->path() + u"/logons.rqn"_qs));
+        QVERIFY(!files::fileExists(m_at + u"*.rqn"_qs));
+        QVERIFY(!files::entryExists(m_at + u"Logon?.rqn"_qs));
+        QVERIFY(!files::fileExists(m_at) && files::entryExists(m_at));
+        QVERIFY(files::sameFile(m_at + u"Logons.rqn"_qs, m_folder->path() + u"/LOGONS.RQN"_qs));
+        QVERIFY(files::entryExists(u"C:\\"_qs));
+    }
+
+    void operations_fail_with_the_classic_numbers()
+    {
+        make(u"a.rqn"_qs);
+        make(u"b.rqn"_qs);
+        QCOMPARE(numberOf([&] { files::rename(m_at + u"a.rqn"_qs, m_at + u"B.RQN"_qs); }), 58);
+        QCOMPARE(numberOf([&] { files::rename(m_at + u"none"_qs, m_at + u"c"_qs); }), 53);
+        QCOMPARE(numberOf([&] { files::rename(m_at + u"a.rqn"_qs, m_at + u"no\\c.rqn"_qs); }), 76);
+        QCOMPARE(numberOf([&] { files::rename(m_at + u"a.rqn"_qs, m_at + u"a?b"_qs); }), 52);
+        QCOMPARE(numberOf([&] { files::copy(m_at + u"none"_qs, m_at + u"c"_qs); }), 53);
+        QCOMPARE(numberOf([&] { files::kill(m_folder->path()); }), 75);
+        QCOMPARE(numberOf([&] { files::makeFolder(m_at + u"no\\deep"_qs); }), 76);
+        QCOMPARE(numberOf([&] { files::removeFolder(m_at + u"none"_qs); }), 76);
+        QCOMPARE(numberOf([&] { (void)files::readAll(m_at + u"none"_qs); }), 53);
+        QCOMPARE(numberOf([&] { (void)files::readAll(m_at); }), 75);
+        files::makeFolder(m_at + u"Daily"_qs);
+        QCOMPARE(numberOf([&] { files::makeFolder(m_at + u"DAILY\\"_qs); }), 75);
+        make(u"Daily\\x"_qs);
+        const RuntimeError notEmpty = errorOf([&] { files::removeFolder(m_at + u"Daily"_qs); });
+        QCOMPARE(notEmpty.number(), 75);
+        QVERIFY2(notEmpty.description().contains(u"not empty"), notEmpty.what());
+        QCOMPARE(numberOf([&] { files::setCurrentFolder(m_at + u"none"_qs); }), 76);
+    }
+
+    void renaming_may_change_the_letter_case_only()
+    {
+        make(u"logons.rqn"_qs, "text");
+        files::rename(m_at + u"logons.rqn"_qs, m_at + u"Logons.rqn"_qs);
+        QCOMPARE(files::list(m_at, u"*"_qs, attr::normal), QStringList{u"Logons.rqn"_qs});
+        files::rename(m_folder->path() + u"/Logons.rqn"_qs, m_at + u"other.rqn"_qs);
+        QCOMPARE(files::readAll(m_at + u"other.rqn"_qs), QByteArray("text"));
+    }
+
+    void read_only_files_are_neither_deleted_nor_replaced()
+    {
+        make(u"a.rqn"_qs, "old");
+        make(u"b.rqn"_qs, "new");
+        files::setFileAttributes(m_at + u"a.rqn"_qs, attr::readOnly);
+        QCOMPARE(numberOf([&] { files::kill(m_at + u"a.rqn"_qs); }), 75);
+        QCOMPARE(numberOf([&] { files::saveAtomically(m_at + u"a.rqn"_qs, "new"); }), 75);
+        QCOMPARE(numberOf([&] { files::copy(m_at + u"b.rqn"_qs, m_at + u"A.RQN"_qs); }), 75);
+        QCOMPARE(files::readAll(m_at + u"a.rqn"_qs), QByteArray("old"));
+        files::setFileAttributes(m_at + u"a.rqn"_qs, attr::normal);
+        files::copy(m_at + u"b.rqn"_qs, m_at + u"A.RQN"_qs);
+        QCOMPARE(files::list(m_at, u"*"_qs, attr::normal), (QStringList{u"a.rqn"_qs, u"b.rqn"_qs}));
+        QCOMPARE(files::readAll(m_at + u"a.rqn"_qs), QByteArray("new"));
+    }
+
+    void a_save_is_whole_and_leaves_no_temporary_file()
+    {
+        const QByteArray bytes(3'000'000, 'q');
+        files::saveAtomically(m_at + u"Jobs.cfg"_qs, bytes);
+        files::saveAtomically(m_folder->path() + u"/JOBS.CFG"_qs, "short");
+        QCOMPARE(files::readAll(m_at + u"Jobs.cfg"_qs), QByteArray("short"));
+        QCOMPARE(files::list(m_at, u"*"_qs, 63), QStringList{u"Jobs.cfg"_qs});
+        QCOMPARE(numberOf([&] { files::saveAtomically(m_at + u"no\\x.cfg"_qs, "x"); }), 76);
+        QCOMPARE(numberOf([&] { files::saveAtomically(m_at + u"CON"_qs, "x"); }), 52);
+        // A program that keeps the file open for itself stops the save, and the file stays as it was.
+        {
+            const win::Handle other(
+                CreateFileW(win::native(m_at + u"Jobs.cfg"_qs).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+            QVERIFY(other.isOpen());
+            QCOMPARE(numberOf([&] { files::saveAtomically(m_at + u"Jobs.cfg"_qs, "next"); }), 75);
+        }
+        QCOMPARE(files::readAll(m_at + u"Jobs.cfg"_qs), QByteArray("short"));
+        QCOMPARE(files::setAside(m_at + u"Jobs.cfg"_qs), m_at + u"Jobs.cfg.unreadable-1"_qs);
+    }
+
+    void a_secret_file_lets_in_nobody_in_general()
+    {
+        files::saveAtomically(m_at + u"open.cfg"_qs, "x");
+        files::saveAtomically(m_at + u"secret.cfg"_qs, "x", files::Privacy::Secret);
+        QVERIFY(!everybodyMayRead(m_at + u"secret.cfg"_qs));
+        files::saveAtomically(m_at + u"secret.cfg"_qs, "y", files::Privacy::Secret);
+        QVERIFY(!everybodyMayRead(m_at + u"secret.cfg"_qs));
+        files::saveAtomically(m_at + u"open.cfg"_qs, "x", files::Privacy::Secret); // equal bytes, but secret from now on
+        QVERIFY(!everybodyMayRead(m_at + u"open.cfg"_qs));
+        QCOMPARE(files::readAll(m_at + u"secret.cfg"_qs), QByteArray("y"));
+    }
+
+    void paths_may_be_longer_than_260_characters()
+    {
+        QString deep = m_at;
+        for (int i = 0; i < 4; ++i) {
+            deep += QString(80, u'd') + kSep;
+            files::makeFolder(deep);
+        }
+        files::saveAtomically(deep + u"x.rqn"_qs, "deep");
+        QCOMPARE(files::readAll(deep + u"X.rqn"_qs), QByteArray("deep"));
+        QCOMPARE(files::list(deep, u"*.rqn"_qs, 0), QStringList{u"x.rqn"_qs});
+        files::kill(deep + u"x.rqn"_qs);
+    }
+
+    void the_registry_is_the_machines()
+    {
+        const QString key = u"SOFTWARE\\Tarrowind\\Quillmark test"_qs;
+        setRegistryString(key, u"InstallPath"_qs, u"C:\\Data \u00e9\u4e2d\\"_qs);
+        QCOMPARE(registryString(key, u"installpath"_qs), u"C:\\Data \u00e9\u4e2d\\"_qs);
+        const RuntimeError missing = errorOf([&] { (void)registryString(key, u"Other"_qs); });
+        QCOMPARE(missing.number(), 53);
+        QVERIFY2(missing.description().contains(u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Tarrowind"), missing.what());
+        const DWORD number = 3;
+        RegSetKeyValueW(HKEY_LOCAL_MACHINE, win::wide(key), L"Level", REG_DWORD, &number, sizeof number);
+        QCOMPARE(numberOf([&] { (void)registryString(key, u"Level"_qs); }), 13);
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, win::wide(key));
+        QCOMPARE(numberOf([&] { (void)registryString(key, u"InstallPath"_qs); }), 53);
+    }
+
+    void a_private_profile_reads_windows_line_ends()
+    {
+        make(u"Packages.ini"_qs, "[Server Logs]\r\nPath = \"Packages\\Server\"\r\n");
+        QCOMPARE(privateProfileString(m_at + u"packages.ini"_qs, u"SERVER LOGS"_qs, u"path"_qs).value_or(QString()),
+                 u"Packages\\Server"_qs);
+    }
+
+    void a_second_start_raises_the_first_window()
+    {
+        files::makeFolder(m_at + u"Config"_qs);
+        InstanceLock first(m_at);
+        QCOMPARE(first.acquire(), InstanceLock::Result::Acquired);
+        QSignalSpy raised(&first, &InstanceLock::raiseRequested);
+        InstanceLock second(m_at);
+        QVERIFY2(second.acquire() == InstanceLock::Result::HeldBySameUser, qPrintable(second.holder()));
+        second.askHolderToRaise();
+        QVERIFY(raised.wait(5000));
+        RaiseChannel::ask(m_at + u"elsewhere.lock"_qs);
+        QVERIFY(!raised.wait(200));
+    }
+
+    void the_timer_fires_on_its_second()
+    {
+        SystemDueTimer timer;
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        timer.SetDueTime(localNow(-5));
+        QCOMPARE(mature.count(), 0);
+        QVERIFY(mature.wait(2000));
+        timer.SetDueTime(localNow(3600)); // replaced by the next line
+        timer.SetDueTime(localNow(2));
+        QVERIFY(mature.wait(5000));
+        const QTime now = QTime::currentTime();
+        QVERIFY2(now.msec() < 250, qPrintable(now.toString(u"ss.zzz"_qs)));
+        QVERIFY(!mature.wait(1500));
+    }
+
+    void checksums_and_the_log()
+    {
+        Sha256 sum;
+        sum.update("a");
+        QVERIFY(sum.hex() != u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"_qs);
+        sum.update("bc");
+        QCOMPARE(sum.hex(), u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"_qs);
+
+        const QString installation = m_at + u"Inst \u4e2d"_qs + kSep;
+        files::makeFolder(installation);
+        ApplicationLog(installation, u"quillmark"_qs).info(u"one\r\nline"_qs);
+        const QByteArray line = files::readAll(installation + u"Logs\\quillmark.log"_qs);
+        QVERIFY2(line.trimmed().endsWith("one\\r\\nline") && line.count('\n') == 1, line.constData());
+    }
+
+private:
+    void make(const QString &name, const QByteArray &bytes = "x") const
+    {
+        if (name.endsWith(kSep)) {
+            QVERIFY(QDir().mkpath(m_at + name));
+            return;
+        }
+        QFile file(m_at + name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+
+    static WallTime localNow(int later) { return toLocalWallTime(std::chrono::system_clock::now() + std::chrono::seconds(later)); }
+
+    /// Whether the access list of \p path gives anything to everybody or to the users in general.
+    static bool everybodyMayRead(const QString &path)
+    {
+        PACL list = nullptr;
+        PSECURITY_DESCRIPTOR descriptor = nullptr;
+        if (GetNamedSecurityInfoW(win::native(path).c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list, nullptr,
+                                  &descriptor) != ERROR_SUCCESS ||
+            list == nullptr)
+            return true;
+        bool open = false;
+        for (DWORD i = 0; i < list->AceCount; ++i) {
+            void *ace = nullptr;
+            if (!GetAce(list, i, &ace) || static_cast<ACE_HEADER *>(ace)->AceType != ACCESS_ALLOWED_ACE_TYPE)
+                continue;
+            PSID sid = &static_cast<ACCESS_ALLOWED_ACE *>(ace)->SidStart;
+            open = open || IsWellKnownSid(sid, WinWorldSid) || IsWellKnownSid(sid, WinBuiltinUsersSid) ||
+                   IsWellKnownSid(sid, WinAuthenticatedUserSid);
+        }
+        LocalFree(descriptor);
+        return open;
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_at;
+};
+
+QTEST_MAIN(PlatformWindowsTest)
+#include "platform_windows_test.moc"
