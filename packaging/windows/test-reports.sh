@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Generates every sample report with quillmark-report.exe under Wine and with the program of this machine, from one trial installation,
+# and compares: CSV byte for byte, XLSX and PDF by the rows or text in them.
+#   packaging/windows/test-reports.sh [WINDOWS_BUILD] [LINUX_BUILD]      (defaults build/win and build/release)
+set -euo pipefail
+. "$(dirname "$0")/common.sh"
+. "$here/wine.sh"
+windows=$(realpath "${1:-$project/build/win}")
+linux=$(realpath "${2:-$project/build/release}")
+[ -x "$linux/bin/quillmark-report" ] && [ -x "$linux/bin/quillmark-trial" ] \
+  || fail "build this machine's programs first: scripts/build.sh release quillmark-report quillmark-trial"
+need_wine
+need_packages python3-openpyxl poppler-utils
+
+trial=$(mktemp -d "${TMPDIR:-/tmp}/quillmark-windows-XXXXXX")
+trap 'rm -rf "$trial"' EXIT
+export TZ=Europe/Berlin
+"$linux/bin/quillmark-trial" --to "$trial/trial/" --samples "$project/samples" >"$trial/trial.log" 2>&1 \
+  || { cat "$trial/trial.log" >&2; fail "the trial installation could not be made"; }
+
+# rows FILE: what a spreadsheet or a reader of the page sees, without the time it was made.
+rows() {
+  case $1 in
+    *.xlsx) /usr/bin/python3 - "$1" <<'PY'
+import sys, openpyxl
+for sheet in openpyxl.load_workbook(sys.argv[1], read_only=True):
+    for row in sheet.iter_rows(values_only=True):
+        print(sheet.title, row)
+PY
+      ;;
+    *.pdf) pdftotext -layout "$1" - ;;
+  esac | sed -E 's/[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}(:[0-9]{2})?/TIME/g'
+}
+
+reports=0
+differ=()
+while IFS= read -r query; do
+  for format in csv xlsx pdf; do
+    ours=$trial/linux.$format
+    theirs=$trial/windows.$format
+    rm -f "$ours" "$theirs"
+    # Wine knows no name of the zone, which PDF and XLSX state; in UTC neither program writes one.
+    [ $format = csv ] && export TZ=Europe/Berlin || export TZ=UTC
+    "$linux/bin/quillmark-report" --format $format --output "$ours" "$query" >"$trial/ours.log" 2>&1 || true
+    run_wine 120 "$windows/bin/quillmark-report.exe" --format $format --output "$(windows_path "$theirs")" "$(windows_path "$query")" \
+      >"$trial/theirs.log" 2>&1 || true
+    reports=$((reports + 1))
+    if [ ! -f "$ours" ] || [ ! -f "$theirs" ]; then
+      differ+=("$(basename "$query") $format: not generated: $(tail -n 1 "$trial/ours.log") / $(tail -n 1 "$trial/theirs.log")")
+    elif [ $format = csv ]; then
+      cmp -s "$ours" "$theirs" || differ+=("$(basename "$query") csv: the bytes differ")
+    else
+      diff <(rows "$ours") <(rows "$theirs") >"$trial/diff" || differ+=("$(basename "$query") $format: $(head -n 3 "$trial/diff" | tr '\n' ' ')")
+    fi
+  done
+done < <(find "$trial/trial" -name '*.rqn' | sort)
+
+say "$reports reports generated twice, ${#differ[@]} differ"
+if [ "${#differ[@]}" -gt 0 ]; then
+  printf '  %s\n' "${differ[@]}" >&2
+  exit 1
+fi
+[ "$reports" -gt 0 ] || fail "the trial installation holds no query"
