@@ -9,6 +9,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// \p name as the file name of a plug-in of this platform.
+QString library(const char *name)
+{
+    return QLatin1String(name) + u'.' + QFileInfo(QStringLiteral(SAMPLE_COMPONENTS)).suffix();
+}
+
 class RecordingInterface final : public ReportInterface
 {
 public:
@@ -28,7 +34,7 @@ struct Installation
     {
         const QDir root(folder.root());
         if (!root.mkpath(u"Components"_s) || !root.mkpath(u"Logs"_s) ||
-            !QFile::copy(QStringLiteral(SAMPLE_COMPONENTS), folder.path(u"Components/sample.so"_s)))
+            !QFile::copy(QStringLiteral(SAMPLE_COMPONENTS), folder.path(u"Components/"_s + library("sample"))))
             qFatal("cannot lay out the installation");
     }
     Folder folder;
@@ -84,8 +90,8 @@ private Q_SLOTS:
     void an_unknown_identifier_is_named_and_logged()
     {
         const Installation installation;
-        installation.folder.write(u"Components/broken.so"_s, "not a library");
-        QVERIFY(QDir(installation.folder.root()).mkpath(u"Components/directory.so"_s));
+        installation.folder.write(u"Components/"_s + library("broken"), "not a library");
+        QVERIFY(QDir(installation.folder.root()).mkpath(u"Components/"_s + library("directory")));
         QString logged;
         {
             ApplicationLog log(installation.folder.root(), u"test"_s);
@@ -94,7 +100,7 @@ private Q_SLOTS:
             QCOMPARE(error.number(), err::cannotCreateObject);
             QCOMPARE(error.source(), u"QMMPRptFW"_s);
             QVERIFY2(error.description().contains(QLatin1String("\"Nobody.Knows\"")), qPrintable(error.description()));
-            QVERIFY2(error.description().contains(QLatin1String("broken.so")), qPrintable(error.description()));
+            QVERIFY2(error.description().contains(library("broken")), qPrintable(error.description()));
             const RuntimeError none = errorOf([&] { (void)registry.createQueryAccess(QString()); });
             QCOMPARE(none.number(), err::cannotCreateObject);
             QVERIFY2(none.description().contains(QLatin1String("Packages.ini")), qPrintable(none.description()));
