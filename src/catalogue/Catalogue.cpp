@@ -14,14 +14,17 @@ namespace qm {
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr char kListMessage[] = "Unanticipated error occured while populating the list view control.";
-constexpr Procedure kPopulateTreeView{"PopulateTreeView", "Error occured while populating the tree view control."};
-constexpr Procedure kPopulateGroups{"PopulateGroups", "Error occured while populating the groups."};
+constexpr char kListMessage[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured while populating the list view control.");
+constexpr Procedure kPopulateTreeView{"PopulateTreeView",
+                                      QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while populating the tree view control.")};
+constexpr Procedure kPopulateGroups{"PopulateGroups", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while populating the groups.")};
 constexpr Procedure kPopulateGroupsInListView{"PopulateGroupsInListView", kListMessage, kModule};
 constexpr Procedure kPopulateQueriesInListView{"PopulateQueriesInListView", kListMessage, kModule};
-constexpr Procedure kGetQueryAccess{"GetQueryAccess", "Error occured in function GetQueryAccess"};
-constexpr Procedure kNodeClick{"tvTreeView_NodeClick", "Unanticipated error occured in the User Interface", kModule};
-constexpr Procedure kCollapse{"tvTreeView_Collapse", "Unexpected error occured in the user interface.", kModule};
+constexpr Procedure kGetQueryAccess{"GetQueryAccess", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured in function GetQueryAccess")};
+constexpr Procedure kNodeClick{"tvTreeView_NodeClick",
+                               QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface"), kModule};
+constexpr Procedure kCollapse{"tvTreeView_Collapse", QT_TRANSLATE_NOOP("qm::Procedure", "Unexpected error occured in the user interface."),
+                              kModule};
 
 bool isBelow(QModelIndex index, const QModelIndex &ancestor)
 {

@@ -5,16 +5,19 @@
 #include "core/ErrorReporter.h"
 #include "framework/Readers.h"
 
+#include <QtGlobal>
+
 namespace qm {
 
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface");
 constexpr Procedure kTreeKeyUp{"tvTreeView_KeyUp", kUnanticipated, kModule};
 constexpr Procedure kListMouseDown{"lvListView_MouseDown", kUnanticipated, kModule};
 constexpr Procedure kListKeyDown{"lvListView_KeyDown", kUnanticipated, kModule};
-constexpr Procedure kListDblClick{"lvListView_DblClick", "Error occured in the listview control", kModule};
+constexpr Procedure kListDblClick{"lvListView_DblClick", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured in the listview control"),
+                                  kModule};
 
 } // namespace
 

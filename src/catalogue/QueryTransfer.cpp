@@ -5,14 +5,16 @@
 #include "core/Prompts.h"
 #include "platform/Files.h"
 
+#include <QCoreApplication>
+
 namespace qm {
 
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
-constexpr Procedure kCopyFile{"CopyFile", "Error occured while copying a query.", kModule};
-constexpr Procedure kMoveFile{"MoveFile", "Error occured while pasting a query.", kModule};
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface");
+constexpr Procedure kCopyFile{"CopyFile", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while copying a query."), kModule};
+constexpr Procedure kMoveFile{"MoveFile", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while pasting a query."), kModule};
 constexpr Procedure kDragOver{"tvTreeView_DragOver", kUnanticipated, kModule};
 constexpr Procedure kDragDrop{"tvTreeView_DragDrop", kUnanticipated, kModule};
 
@@ -64,8 +66,8 @@ bool QueryTransfer::CopyFile()
     return trap(m_errors, kCopyFile, [&] {
         const TreeNode target = m_selection.node();
         if (m_pending.sourcePackage.compare(m_selection.parentNode().tag, Qt::CaseInsensitive) != 0) {
-            m_prompts.messageBox(QStringLiteral("Cannot copy queries across event log packages."), box::ok | box::exclamation,
-                                 QString::fromLatin1(kApplicationTitle));
+            m_prompts.messageBox(QCoreApplication::translate("qm::QueryTransfer", "Cannot copy queries across event log packages."),
+                                 box::ok | box::exclamation, QString::fromLatin1(kApplicationTitle));
             return false;
         }
         const QString folder = targetFolder(target) + kSep;
@@ -85,12 +87,14 @@ void QueryTransfer::MoveFile()
         const TreeNode target = m_selection.node();
         const QString title = QString::fromLatin1(kApplicationTitle);
         if (m_pending.sourceGroup == target.tag + target.text) {
-            m_prompts.messageBox(QStringLiteral("Cannot cut and paste into the same Group"), box::ok | box::exclamation, title);
+            m_prompts.messageBox(QCoreApplication::translate("qm::QueryTransfer", "Cannot cut and paste into the same Group"),
+                                 box::ok | box::exclamation, title);
             return;
         }
         if (m_pending.sourcePackage != m_selection.parentNode().tag) {
-            m_prompts.messageBox(QStringLiteral("Cannot cut and paste queries across event log packages."), box::ok | box::exclamation,
-                                 title);
+            m_prompts.messageBox(
+                QCoreApplication::translate("qm::QueryTransfer", "Cannot cut and paste queries across event log packages."),
+                box::ok | box::exclamation, title);
             return;
         }
         const QString folder = targetFolder(target) + kSep;

@@ -8,16 +8,23 @@
 #include <QDir>
 #include <QSet>
 
+#include <QCoreApplication>
+
 namespace qm {
 
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr Procedure kAddNewGroup{"AddNewGroup", "Unanticipated error occured while adding query groups.", kModule};
-constexpr Procedure kDeleteGroup{"DeleteGroup", "Unanticipated error occured while deleting query groups.", kModule};
-constexpr Procedure kCheckIfValidGroupName{"CheckIfValidGroupName", "Error occured while trying to check for valid group name", kModule};
-constexpr Procedure kDetermineNumber{"DetermineNumber", "An error occured while generating a name for the new group", kModule};
-constexpr Procedure kAfterLabelEdit{"tvTreeView_AfterLabelEdit", "Error occured while modifying the group name", kModule};
+constexpr Procedure kAddNewGroup{"AddNewGroup",
+                                 QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured while adding query groups."), kModule};
+constexpr Procedure kDeleteGroup{"DeleteGroup",
+                                 QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured while deleting query groups."), kModule};
+constexpr Procedure kCheckIfValidGroupName{
+    "CheckIfValidGroupName", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to check for valid group name"), kModule};
+constexpr Procedure kDetermineNumber{
+    "DetermineNumber", QT_TRANSLATE_NOOP("qm::Procedure", "An error occured while generating a name for the new group"), kModule};
+constexpr Procedure kAfterLabelEdit{"tvTreeView_AfterLabelEdit",
+                                    QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while modifying the group name"), kModule};
 
 constexpr qsizetype kLongestName = 101;
 constexpr int kCandidates = 1000;
@@ -123,18 +130,22 @@ bool ReportGroups::CheckIfValidGroupName(const QString &packageFolder, const QSt
         const QString title = QString::fromLatin1(kApplicationTitle);
         bool valid = false;
         if (newName.size() > kLongestName) {
-            m_prompts.messageBox(QStringLiteral("Report Group Name is too large"), box::ok | box::critical, title);
+            m_prompts.messageBox(QCoreApplication::translate("qm::ReportGroups", "Report Group Name is too large"), box::ok | box::critical,
+                                 title);
         } else if (holdsForbiddenCharacter(newName)) {
-            m_prompts.messageBox(QStringLiteral("Report Group Name cannot have the following characters: ,  \\ / :  ? < > | ."),
+            m_prompts.messageBox(QCoreApplication::translate(
+                                     "qm::ReportGroups", "Report Group Name cannot have the following characters: ,  \\ / :  ? < > | ."),
                                  box::ok | box::critical, title);
         } else {
             valid = true;
         }
         // Asked in every case: one bad name can earn two messages.
         if (isNameTaken(packageFolder, newName)) {
-            m_prompts.messageBox(QStringLiteral("The Group Name '") + newName +
-                                     QStringLiteral("' is currently being used by another Group. Please choose another name."),
-                                 box::ok | box::exclamation, title);
+            m_prompts.messageBox(
+                QCoreApplication::translate("qm::ReportGroups",
+                                            "The Group Name '%1' is currently being used by another Group. Please choose another name.")
+                    .arg(newName),
+                box::ok | box::exclamation, title);
             return false;
         }
         if (const QString reason = files::whyNotAName(newName); valid && !reason.isEmpty())

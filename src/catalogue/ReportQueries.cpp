@@ -9,20 +9,27 @@
 
 #include <QDir>
 
+#include <QCoreApplication>
+
 namespace qm {
 
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
-constexpr Procedure kAddNewReportQuery{"AddNewReportQuery", "Unanticipated error occured while creating a new query.", kModule};
-constexpr Procedure kModifyReportQuery{"ModifyReportQuery", "Error occured while trying to modify the report query", kModule};
-constexpr Procedure kDeleteReportQuery{"DeleteReportQuery", "Error occured while trying to delete the report query", kModule};
-constexpr Procedure kRenameReportQuery{"RenameReportQuery", "Error occured while trying to rename the report query", kModule};
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface");
+constexpr Procedure kAddNewReportQuery{
+    "AddNewReportQuery", QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured while creating a new query."), kModule};
+constexpr Procedure kModifyReportQuery{
+    "ModifyReportQuery", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to modify the report query"), kModule};
+constexpr Procedure kDeleteReportQuery{
+    "DeleteReportQuery", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to delete the report query"), kModule};
+constexpr Procedure kRenameReportQuery{
+    "RenameReportQuery", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to rename the report query"), kModule};
 constexpr Procedure kRenameNewFile{"RenameNewFileAsDescription", kUnanticipated, kModule};
 constexpr Procedure kDetermineQueryName{"DetermineQueryName", kUnanticipated, "frmKOSMAMain.frm"};
-constexpr Procedure kAfterLabelEdit{"lvListView_AfterLabelEdit_EH", "Unexpected error occured", kModule};
-constexpr Procedure kImport{"Import", "Error occured while trying to save the Query File", kModule};
+constexpr Procedure kAfterLabelEdit{"lvListView_AfterLabelEdit_EH", QT_TRANSLATE_NOOP("qm::Procedure", "Unexpected error occured"),
+                                    kModule};
+constexpr Procedure kImport{"Import", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to save the Query File"), kModule};
 
 constexpr int kCandidates = 1000;
 constexpr QStringView kRemoved = u"\\/:\"?<>|";
@@ -176,7 +183,9 @@ QString ReportQueries::chooseImportTarget(const TreeNode &group)
             raise(err::dialogCancelled);
         if (comparable(*chosen).contains(inside))
             return *chosen;
-        m_errors.ReportError(QStringLiteral("Report Query has to be saved in the same report package group."), box::critical);
+        m_errors.ReportError(
+            QCoreApplication::translate("qm::ReportQueries", "Report Query has to be saved in the same report package group."),
+            box::critical);
     }
 }
 
@@ -187,8 +196,9 @@ void ReportQueries::Import()
         const QString source = m_selection.row().tag;
         QString target = chooseImportTarget(group);
         while (files::fileExists(target)) {
-            const int answer = m_errors.ReportError(QStringLiteral("Report Query File name already in use.Please choose another name."),
-                                                    box::okCancel | box::question);
+            const int answer = m_errors.ReportError(
+                QCoreApplication::translate("qm::ReportQueries", "Report Query File name already in use.Please choose another name."),
+                box::okCancel | box::question);
             if (answer != box::idOk)
                 return;
             target = chooseImportTarget(group);

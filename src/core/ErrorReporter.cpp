@@ -2,9 +2,20 @@
 
 #include "core/Prompts.h"
 
+#include <QCoreApplication>
+
 #include <new>
 
 namespace qm {
+
+namespace {
+
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("qm::ErrorReporter", text);
+}
+
+} // namespace
 
 int ErrorReporter::ReportError(const QString &message, const QString &functionName, const QString &source, std::int32_t errorNumber,
                                const QString &description, int style) noexcept
@@ -13,15 +24,15 @@ int ErrorReporter::ReportError(const QString &message, const QString &functionNa
         const QString line = QStringLiteral("\r\n");
         QString text = message;
         if (!functionName.isEmpty())
-            text += line + line + QStringLiteral("Function Name:  ") + functionName;
+            text += line + line + translated("Function Name:  ") + functionName;
         if (!source.isEmpty())
-            text += line + QStringLiteral("Source:  ") + source;
+            text += line + translated("Source:  ") + source;
         if (errorNumber != 0)
-            text += line + QStringLiteral("Error No:  ") + QString::number(errorNumber);
+            text += line + translated("Error No:  ") + QString::number(errorNumber);
         if (!description.isEmpty())
-            text += line + QStringLiteral("Error Description:  ") + description;
+            text += line + translated("Error Description:  ") + description;
         if (errorNumber != 0 && style == box::critical)
-            text += line + line + QStringLiteral("Important: Please contact Tarrowind - Technical Support with the above details");
+            text += line + line + translated("Important: Please contact Tarrowind - Technical Support with the above details");
         const int pressed = m_prompts.messageBox(text, style, QString::fromLatin1(kApplicationTitle));
         m_prompts.pointer(0);
         return pressed;
@@ -33,7 +44,7 @@ int ErrorReporter::ReportError(const QString &message, const QString &functionNa
 void ErrorReporter::reportCurrent(const Procedure &procedure) noexcept
 {
     const RuntimeError error = currentError();
-    ReportError(QString::fromUtf8(procedure.message), QString::fromUtf8(procedure.name),
+    ReportError(QCoreApplication::translate("qm::Procedure", procedure.message), QString::fromUtf8(procedure.name),
                 procedure.source == nullptr ? error.source() : QString::fromUtf8(procedure.source), error.number(), error.description(),
                 box::critical);
 }

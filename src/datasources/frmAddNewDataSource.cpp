@@ -17,7 +17,8 @@
 namespace qm {
 
 namespace {
-constexpr Procedure kOk{"cmdOK_Click", "Unanticipated error occured in the user interface.", "frmAddNewDataSource.frm"};
+constexpr Procedure kOk{"cmdOK_Click", QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the user interface."),
+                        "frmAddNewDataSource.frm"};
 } // namespace
 
 frmAddNewDataSource::frmAddNewDataSource(const Globals &globals, ErrorReporter &errors, Prompts &prompts, QWidget *parent)

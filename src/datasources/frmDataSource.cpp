@@ -24,13 +24,14 @@ namespace qm {
 namespace {
 
 constexpr char kModule[] = "frmDataSource.frm";
-constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface");
 constexpr Procedure kLoad{"Form_Load", kUnanticipated, kModule};
 constexpr Procedure kChoose{"cboDataSource_Click", kUnanticipated, kModule};
 constexpr Procedure kAddNew{"cmdAddNew_Click", kUnanticipated, kModule};
 constexpr Procedure kSave{"cmdSave_Click", kUnanticipated, kModule};
 constexpr Procedure kTest{"cmdTest_Click", kUnanticipated, kModule};
-constexpr Procedure kHelp{"cmdHelp_Click", "Error occured while displaying the help file.", "frmAddDataSource.frm"};
+constexpr Procedure kHelp{"cmdHelp_Click", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while displaying the help file."),
+                          "frmAddDataSource.frm"};
 
 } // namespace
 

@@ -21,10 +21,10 @@ namespace qm {
 namespace {
 
 constexpr char kModule[] = "frmEmailSettings.frm";
-constexpr char kUnexpected[] = "Unexpected error occured on the user interface.";
+constexpr char kUnexpected[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unexpected error occured on the user interface.");
 constexpr Procedure kOk{"cmdOK_Click", kUnexpected, kModule};
 constexpr Procedure kAllValid{"AllValid", kUnexpected, kModule};
-constexpr Procedure kHelp{"cmdHelp_Click", "Error occured while displaying the help file.", kModule};
+constexpr Procedure kHelp{"cmdHelp_Click", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while displaying the help file."), kModule};
 
 void zeroWhenEmpty(QLineEdit &field)
 {

@@ -12,7 +12,8 @@ namespace qm {
 
 namespace {
 
-constexpr Procedure kHelpContents{"HelpContentsClicked", "Error occured while trying to display Help.", "frmMain.frm"};
+constexpr Procedure kHelpContents{"HelpContentsClicked", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to display Help."),
+                                  "frmMain.frm"};
 
 struct WindowContext
 {

@@ -7,6 +7,8 @@
 
 #include <QScopeGuard>
 
+#include <QCoreApplication>
+
 namespace qm {
 
 namespace {
@@ -40,8 +42,8 @@ void ReportRunner::generate(const QString &interfaceId, bool interactive)
     // The query may be chosen anew while the report is made.
     const QString queryFile = m_globals.gstrCurrentQueryFile;
     if (queryFile.isEmpty()) {
-        m_prompts.messageBox(QStringLiteral("Please select a Query on order to Generate a Report."), box::ok | box::exclamation,
-                             QStringLiteral("Select First!!"));
+        m_prompts.messageBox(QCoreApplication::translate("qm::ReportRunner", "Please select a Query on order to Generate a Report."),
+                             box::ok | box::exclamation, QStringLiteral("Select First!!"));
         return;
     }
     const auto pointer = qScopeGuard([&] { m_prompts.pointer(kDefaultPointer); });
@@ -54,8 +56,9 @@ void ReportRunner::tellFailure(const RuntimeError &error)
 {
     if (error.number() == err::noOutputByRule || error.number() == err::cancelledByOperator)
         return;
-    m_prompts.messageBox(QStringLiteral("An error occured while generating the report.\r\n"
-                                        "Please go to application log to view detail information about the error."),
+    m_prompts.messageBox(QCoreApplication::translate("qm::ReportRunner",
+                                                     "An error occured while generating the report.\r\n"
+                                                     "Please go to application log to view detail information about the error."),
                          box::ok | box::critical, QString::fromLatin1(kApplicationTitle));
 }
 

@@ -10,7 +10,7 @@ namespace qm {
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface");
 constexpr Procedure kLfDblClick{"dtblScheduleTable_LfDblClick", kUnanticipated, kModule};
 constexpr Procedure kKeyDown{"dtblScheduleTable_KeyDown", kUnanticipated, kModule};
 constexpr Procedure kRtClick{"dtblScheduleTable_RtClick", kUnanticipated, kModule};

@@ -13,14 +13,18 @@
 #include <algorithm>
 #include <limits>
 
+#include <QCoreApplication>
+
 namespace qm {
 
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr Procedure kSetTimer{"SetTimer", "Error occured while setting the Timer.", kModule};
-constexpr Procedure kRescheduleJob{"RescheduleJob", "Error occured while rescheduling Report Job", kModule};
-constexpr Procedure kTick{"tmrScheduleTimer_Timer", "Internal Error occured in the report scheduler", kModule};
+constexpr Procedure kSetTimer{"SetTimer", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while setting the Timer."), kModule};
+constexpr Procedure kRescheduleJob{"RescheduleJob", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while rescheduling Report Job"),
+                                   kModule};
+constexpr Procedure kTick{"tmrScheduleTimer_Timer", QT_TRANSLATE_NOOP("qm::Procedure", "Internal Error occured in the report scheduler"),
+                          kModule};
 
 /// Rounds in which one job may come up without moving before the chain is ended.
 constexpr int kStandstillRounds = 3;
@@ -173,8 +177,9 @@ ScheduleTimer::Afterwards ScheduleTimer::runOrReportMissing(const ScheduledRepor
     }
     m_services.journal.notRun(job, QStringLiteral("query file missing"));
     if (++m_lngMissingCount == 1) {
-        m_services.prompts.messageBox(QStringLiteral("The query file for the scheduled Report Job is either missing or corrupt."),
-                                      box::ok | box::exclamation, QString::fromLatin1(kApplicationTitle));
+        m_services.prompts.messageBox(
+            QCoreApplication::translate("qm::ScheduleTimer", "The query file for the scheduled Report Job is either missing or corrupt."),
+            box::ok | box::exclamation, QString::fromLatin1(kApplicationTitle));
         return Afterwards::Stop;
     }
     return Afterwards::SetTimer;

@@ -11,12 +11,16 @@
 #include <algorithm>
 #include <limits>
 
+#include <QCoreApplication>
+
 namespace qm {
 
 namespace {
 
-constexpr Procedure kPopulateJobs{"PopulateJobs", "Error occured while populating the scheduled report jobs."};
-constexpr Procedure kAddNewScheduledJob{"AddNewScheduledJob", "Error occured while trying to add a new report schedule job", "frmMain.frm"};
+constexpr Procedure kPopulateJobs{"PopulateJobs",
+                                  QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while populating the scheduled report jobs.")};
+constexpr Procedure kAddNewScheduledJob{
+    "AddNewScheduledJob", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to add a new report schedule job"), "frmMain.frm"};
 
 /// 1 + the largest number in use, 1 when there is none. \throws RuntimeError 6 when the numbers are used up.
 std::int32_t nextJobId(const JobCollection &jobs)
@@ -149,8 +153,9 @@ void ScheduledJobs::DeleteScheduledJob()
     static_cast<void>(requireJobs(m_services.globals));
     JobTable &table = m_services.table;
     const std::int32_t id = table.row(table.selectedRow()).jobId;
-    const int answer = m_services.prompts.messageBox(QStringLiteral("Are you sure you want to delete this scheduled job?"),
-                                                     box::yesNo | box::question, QString::fromLatin1(kApplicationTitle));
+    const int answer = m_services.prompts.messageBox(
+        QCoreApplication::translate("qm::ScheduledJobs", "Are you sure you want to delete this scheduled job?"), box::yesNo | box::question,
+        QString::fromLatin1(kApplicationTitle));
     // The schedule goes on behind the question: delete the job that was asked about, wherever its row is by now.
     if (const std::optional<int> index = table.rowOfJob(id); answer == box::idYes && index) {
         JobCollection &jobs = requireJobs(m_services.globals);

@@ -25,12 +25,14 @@ namespace qm {
 namespace {
 
 constexpr char kModule[] = "frmReportScheduleJob.frm"; // not the dialog's own name
-constexpr char kUnanticipated[] = "Unanticipated error occured within the application";
-constexpr Procedure kLoad{"frmReportScheduleJob::Form_Load", "Error occured while loading form", kModule};
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured within the application");
+constexpr Procedure kLoad{"frmReportScheduleJob::Form_Load", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while loading form"),
+                          kModule};
 constexpr Procedure kQueryFile{"cmdQueryFile_Click", kUnanticipated, kModule};
 constexpr Procedure kOk{"cmdDlgSchOK_Click", kUnanticipated, kModule};
 constexpr Procedure kCancel{"cmdDlgSchCancel_Click", kUnanticipated, kModule};
-constexpr Procedure kHelp{"cmdHelp_Click", "Error occured while displaying the help file.", "frmScheduledReport.frm"};
+constexpr Procedure kHelp{"cmdHelp_Click", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while displaying the help file."),
+                          "frmScheduledReport.frm"};
 
 QLocale pickerLocale()
 {

@@ -8,12 +8,15 @@
 #include "shell/Commands.h"
 #include "shell/SelectionCommands.h"
 
+#include <QCoreApplication>
+
 namespace qm {
 
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr Procedure kListMouseMove{"lvListView_MouseMove", "Unanticipated error occured in the User Interface", kModule};
+constexpr Procedure kListMouseMove{"lvListView_MouseMove",
+                                   QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface"), kModule};
 
 QString id(const char *identifier)
 {
@@ -127,9 +130,9 @@ void CatalogueCommands::deleteInList()
 void CatalogueCommands::deleteSelectedGroup()
 {
     const TreeNode node = m_selection.node();
-    const int answer =
-        m_errors.ReportError(QStringLiteral("Are you sure you want to delete '") + node.text + QStringLiteral("' and all its Contents?"),
-                             box::yesNo | box::question);
+    const int answer = m_errors.ReportError(QCoreApplication::translate("qm::CatalogueCommands", "Are you sure you want to delete '") +
+                                                node.text + QStringLiteral("' and all its Contents?"),
+                                            box::yesNo | box::question);
     if (answer != box::idYes)
         return;
     if (isLevel(node.key, selection::group))
@@ -142,7 +145,8 @@ void CatalogueCommands::deleteSelectedQuery()
 {
     const ListRow row = m_selection.row();
     const int answer =
-        m_errors.ReportError(QStringLiteral("Are you sure you want to delete the report query '") + row.text + QStringLiteral("' ?"),
+        m_errors.ReportError(QCoreApplication::translate("qm::CatalogueCommands", "Are you sure you want to delete the report query '") +
+                                 row.text + QStringLiteral("' ?"),
                              box::yesNo | box::question);
     if (answer != box::idYes)
         return;

@@ -14,7 +14,7 @@ namespace qm {
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface");
 
 constexpr Procedure interfaceProcedure(const char *name)
 {

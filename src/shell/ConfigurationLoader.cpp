@@ -4,12 +4,14 @@
 #include "framework/Readers.h"
 #include "platform/Files.h"
 
+#include <QtGlobal>
+
 namespace qm {
 
 namespace {
 
-constexpr Procedure kReadReportConfigurations{"ReadReportConfigurations",
-                                              "Error occured while reading the reports configuration information."};
+constexpr Procedure kReadReportConfigurations{
+    "ReadReportConfigurations", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while reading the reports configuration information.")};
 
 /// The record as one of its class; a fresh empty one when it is not.
 template <class Record>

@@ -2,13 +2,15 @@
 
 #include "core/ErrorReporter.h"
 
+#include <QtGlobal>
+
 namespace qm {
 
 namespace {
 constexpr char kModule[] = "frmMain.frm";
-constexpr Procedure kModify{"Modify", "Error occured while trying to modify the item", kModule};
-constexpr Procedure kRename{"Rename", "Error occured while trying to Rename the item", kModule};
-constexpr Procedure kDelete{"Delete", "Error occured while trying to delete the item", kModule};
+constexpr Procedure kModify{"Modify", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to modify the item"), kModule};
+constexpr Procedure kRename{"Rename", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to Rename the item"), kModule};
+constexpr Procedure kDelete{"Delete", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to delete the item"), kModule};
 } // namespace
 
 void SelectionCommands::run(Verb verb) const

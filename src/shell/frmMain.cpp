@@ -33,11 +33,12 @@ namespace qm {
 namespace {
 
 constexpr char kModule[] = "frmMain.frm";
-constexpr char kUnanticipated[] = "Unanticipated error occured in the User Interface";
-constexpr Procedure kFormLoad{"Form_Load", "Error occured while loading the form."};
+constexpr char kUnanticipated[] = QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface");
+constexpr Procedure kFormLoad{"Form_Load", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while loading the form.")};
 constexpr Procedure kRestoreFromTray{"RestoreFromTray", kUnanticipated, kModule};
 constexpr Procedure kTrayDoubleClick{"TrayIcon_LeftDoubleClick", kUnanticipated, kModule};
-constexpr Procedure kHelpContents{"HelpContentsClicked", "Error occured while trying to display Help.", kModule};
+constexpr Procedure kHelpContents{"HelpContentsClicked", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to display Help."),
+                                  kModule};
 
 constexpr QSize kFirstSize(1180, 760);
 constexpr int kTreeWidth = 300;

@@ -14,7 +14,7 @@ namespace qm {
 
 namespace {
 
-constexpr char kMessage[] = "Error while trying to load the splash screen form.";
+constexpr char kMessage[] = QT_TRANSLATE_NOOP("qm::Procedure", "Error while trying to load the splash screen form.");
 constexpr char kModule[] = "frmSplash.frm";
 constexpr Procedure kFormLoad{"Form_Load", kMessage, kModule};
 constexpr Procedure kTimer1{"Timer1_Timer", kMessage, kModule};
