@@ -223,7 +223,7 @@ private Q_SLOTS:
         QCOMPARE(files::lastPart(u"/a\\b/c"_qs), u"c"_qs);
     }
 
-    void a_folder_of_100000_files_lists_at_once()
+    void a_folder_of_100000_files_lists_in_order()
     {
         constexpr int count = 100000;
         for (int i = 0; i < count; ++i) {
@@ -231,15 +231,10 @@ private Q_SLOTS:
             QVERIFY(file >= 0);
             ::close(file);
         }
-        QElapsedTimer timer;
-        timer.start();
         const QStringList names = files::list(m_at, u"*.rqn"_qs, attr::normal);
-        const qint64 listed = timer.restart();
         QVERIFY(!files::fileExists(m_at + u"not there.rqn"_qs));
-        qInfo("listed %d files in %lld ms, missed one in %lld ms", count, listed, timer.elapsed());
         QCOMPARE(names.size(), count);
         QVERIFY(std::is_sorted(names.begin(), names.end(), [](const QString &a, const QString &b) { return files::orderedBefore(a, b); }));
-        QVERIFY(listed < 5000);
     }
 
 private:

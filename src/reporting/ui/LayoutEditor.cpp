@@ -226,6 +226,7 @@ QWidget *LayoutEditor::buildTotals()
     auto form = new QFormLayout;
     form->addRow(tr("Totals of the report:"), m_totals);
     auto layout = new QVBoxLayout(page);
+    layout->addWidget(hint(tr("Groups and totals are kept in the layout file. Reports do not show them yet."), page));
     layout->addWidget(m_groups, 1);
     layout->addLayout(buttons);
     layout->addLayout(form);
@@ -255,6 +256,7 @@ QWidget *LayoutEditor::buildChart()
     m_other = new QCheckBox(tr("Sum the rest as \"Other\""), page);
     connect(m_other, &QCheckBox::toggled, this, &LayoutEditor::changed);
     auto form = new QFormLayout(page);
+    form->addRow(hint(tr("A chart is kept in the layout file. Reports do not show it yet."), page));
     form->addRow(tr("Chart:"), m_chartKind);
     form->addRow(tr("Title:"), m_chartTitle);
     form->addRow(tr("Categories:"), m_category);
