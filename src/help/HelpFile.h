@@ -3,22 +3,14 @@
 #pragma once
 
 #include "core/HelpViewer.h"
-
-#include <QString>
-
-#include <memory>
+#include "help/HelpDisplay.h"
 
 namespace qm {
 
-class frmHelp;
-
-/// Knows where the help file is and shows its pages.
+/// Knows where the help file is and has it shown.
 class HelpFile final : public HelpViewer
 {
 public:
-    HelpFile();
-    ~HelpFile() override;
-
     void setPath(const QString &path) { m_path = path; }
     [[nodiscard]] const QString &path() const { return m_path; }
     /// Where the help window's look is kept for this user; empty: nowhere.
@@ -29,14 +21,13 @@ public:
     /// An unknown context number opens the page to begin with.
     void showContext(int context) override;
     void closeWindow();
-    /// The help window; null while none was opened.
-    [[nodiscard]] frmHelp *window() const { return m_window.get(); }
+    /// The program's own help window; null while none was opened, and where the system shows its own.
+    [[nodiscard]] QWidget *window() const { return m_display ? m_display->window() : nullptr; }
 
 private:
     QString m_path;
     QString m_stateFile;
-    QString m_shownPath;
-    std::unique_ptr<frmHelp> m_window;
+    std::unique_ptr<HelpDisplay> m_display; ///< made when help is first asked for
 };
 
 } // namespace qm

@@ -1,11 +1,12 @@
 #include "shell/Icons.h"
 
-#include "shell/PictureEngine.h"
+#include "pictures/PictureIcon.h"
 
 /// Resources of a static library are linked in by name; the macro needs the global namespace.
 static void initShellResources()
 {
     Q_INIT_RESOURCE(shell);
+    Q_INIT_RESOURCE(qm_shell_pictures);
 }
 
 namespace qm::icons {
@@ -18,7 +19,7 @@ QString resource(const QString &name)
 
 QIcon icon(const QString &name)
 {
-    return QIcon(new PictureEngine(resource(QStringLiteral("icons/%1.svg").arg(name)))); // owned by the icon
+    return pictureIcon(resource(QStringLiteral("icons/") + name));
 }
 
 ImageList imageList()
@@ -34,7 +35,7 @@ ImageList imageList()
 
 QIcon applicationIcon()
 {
-    return QIcon(resource(QStringLiteral("icons/quillmark.svg")));
+    return icon(QStringLiteral("quillmark"));
 }
 
 } // namespace qm::icons

@@ -2,6 +2,7 @@
 
 #include "core/ErrorReporter.h"
 #include "core/Prompts.h"
+#include "pictures/Picture.h"
 #include "shell/Icons.h"
 
 #include <QGuiApplication>
@@ -50,7 +51,7 @@ void frmSplash::buildControls()
 {
     auto *Image1 = label(QStringLiteral("Image1"), {}, this);
     Image1->setContentsMargins(0, 0, 0, 0);
-    Image1->setPixmap(QIcon(icons::resource(QStringLiteral("splash.svg"))).pixmap(kPictureSize, devicePixelRatioF()));
+    Image1->setPixmap(Picture(icons::resource(QStringLiteral("splash"))).pixmap(kPictureSize, devicePixelRatioF()));
     auto *Label3 = label(QStringLiteral("Label3"), tr("SQL Report Generator"), this);
     QFont font = Label3->font();
     font.setPointSizeF(font.pointSizeF() * 1.7);

@@ -7,7 +7,7 @@
 #include "datasources/frmDataSource.h"
 #include "email/frmEmailSettings.h"
 #include "help/HelpFile.h"
-#include "help/frmHelp.h"
+#include "help/viewer/frmHelp.h"
 #include "reporting/ui/frmQueryEditor.h"
 #include "reporting/ui/frmReportDone.h"
 #include "reporting/ui/frmReportParameters.h"

@@ -2,7 +2,7 @@
 
 #include "HelpCopy.h"
 
-#include "help/HelpBook.h"
+#include "help/viewer/HelpBook.h"
 #include "support/ErrorOf.h"
 
 #include <QDirIterator>

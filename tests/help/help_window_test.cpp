@@ -3,8 +3,8 @@
 #include "HelpCopy.h"
 
 #include "help/HelpFile.h"
-#include "help/HelpText.h"
-#include "help/frmHelp.h"
+#include "help/viewer/HelpText.h"
+#include "help/viewer/frmHelp.h"
 #include "support/ErrorOf.h"
 
 #include <QAction>
@@ -37,7 +37,7 @@ struct Shown
         help.showContext(26);
         QVERIFY(QTest::qWaitForWindowActive(help.window()));
     }
-    [[nodiscard]] frmHelp &window() const { return *help.window(); }
+    [[nodiscard]] frmHelp &window() const { return *qobject_cast<frmHelp *>(help.window()); }
     [[nodiscard]] HelpText &text() const { return *window().findChild<HelpText *>(); }
     [[nodiscard]] QTreeWidget &tree(const char *name) const { return *window().findChild<QTreeWidget *>(QString::fromLatin1(name)); }
     [[nodiscard]] QLineEdit &line(const char *name) const { return *window().findChild<QLineEdit *>(QString::fromLatin1(name)); }
@@ -78,7 +78,7 @@ private Q_SLOTS:
         const Shown shown;
         QCOMPARE(shown.text().page(), u"window.html"_s);
         QCOMPARE(shown.listed(), u"The main window"_s);
-        const frmHelp *first = shown.help.window();
+        const QWidget *first = shown.help.window();
         const_cast<HelpFile &>(shown.help).showContext(54);
         QCOMPARE(shown.help.window(), first);
         QCOMPARE(shown.listed(), u"Scheduled reports"_s);
@@ -201,7 +201,7 @@ private Q_SLOTS:
             Q_EMIT shown.text().anchorClicked(QUrl(QString::fromLatin1(link)));
         QCOMPARE(desktop.opened, QStringList({u"https"_s, u"mailto"_s}));
         QCOMPARE(shown.text().source(), before);
-        for (const char *address : {"file:///etc/passwd", "http://127.0.0.1:1/x.png", "qrc:/help/icons/back.svg"})
+        for (const char *address : {"file:///etc/passwd", "http://127.0.0.1:1/x.png", "qrc:/help/icons/back"})
             QVERIFY(!shown.text().loadResource(QTextDocument::ImageResource, QUrl(QString::fromLatin1(address))).isValid());
         shown.window().showPage(u"nowhere.html"_s);
         QVERIFY(shown.text().toPlainText().startsWith(u"This page is missing"_s));

@@ -3,8 +3,8 @@
 
 #include "CommandOffice.h"
 
-#include "help/HelpText.h"
-#include "help/frmHelp.h"
+#include "help/viewer/HelpText.h"
+#include "help/viewer/frmHelp.h"
 #include "shell/CommandTable.h"
 #include "shell/frmAbout.h"
 

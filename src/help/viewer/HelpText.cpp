@@ -1,6 +1,6 @@
-#include "help/HelpText.h"
+#include "help/viewer/HelpText.h"
 
-#include "help/HelpBook.h"
+#include "help/viewer/HelpBook.h"
 
 #include <QDesktopServices>
 #include <QEvent>

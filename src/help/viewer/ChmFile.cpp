@@ -1,4 +1,4 @@
-#include "help/ChmFile.h"
+#include "help/viewer/ChmFile.h"
 
 #include "core/RuntimeError.h"
 #include "platform/Files.h"

@@ -1,4 +1,4 @@
-#include "help/HelpBook.h"
+#include "help/viewer/HelpBook.h"
 
 #include "core/RuntimeError.h"
 

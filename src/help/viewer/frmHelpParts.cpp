@@ -1,7 +1,8 @@
 // The help window's controls.
 
-#include "help/HelpText.h"
-#include "help/frmHelp.h"
+#include "help/viewer/HelpText.h"
+#include "help/viewer/frmHelp.h"
+#include "pictures/PictureIcon.h"
 
 #include <QAction>
 #include <QLabel>
@@ -20,7 +21,7 @@
 /// Resources of a static library are linked in by name; the macro needs the global namespace.
 static void initHelpResources()
 {
-    Q_INIT_RESOURCE(help);
+    Q_INIT_RESOURCE(qm_help_pictures);
 }
 
 namespace qm {
@@ -34,7 +35,7 @@ constexpr int kSideWidth = 280, kPageWidth = 700;
 QIcon helpIcon(const char *name)
 {
     initHelpResources();
-    return QIcon(QStringLiteral(":/help/icons/%1.svg").arg(QLatin1String(name)));
+    return pictureIcon(QStringLiteral(":/help/icons/") + QLatin1String(name));
 }
 
 template <class View>

@@ -2,7 +2,7 @@
 /// The window that shows the help file.
 #pragma once
 
-#include "help/HelpBook.h"
+#include "help/viewer/HelpBook.h"
 
 #include <QMainWindow>
 

@@ -1,6 +1,6 @@
-#include "help/frmHelp.h"
+#include "help/viewer/frmHelp.h"
 
-#include "help/HelpText.h"
+#include "help/viewer/HelpText.h"
 
 #include <QCloseEvent>
 #include <QKeyEvent>

@@ -2,7 +2,7 @@
 /// What a help file holds: its pages, contents tree, index and context numbers.
 #pragma once
 
-#include "help/ChmFile.h"
+#include "help/viewer/ChmFile.h"
 
 #include <QHash>
 #include <QString>
