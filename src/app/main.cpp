@@ -16,6 +16,7 @@
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ReportDesk.h"
 #include "shell/Icons.h"
+#include "shell/Style.h"
 #include "shell/WidgetPrompts.h"
 #include "shell/frmMain.h"
 #include "shell/frmSplash.h"
@@ -150,6 +151,7 @@ int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
+    chooseStyle();
     QApplication::setWindowIcon(icons::applicationIcon());
     QApplication::setDesktopFileName(QStringLiteral("quillmark"));
     QApplication::setQuitOnLastWindowClosed(false);

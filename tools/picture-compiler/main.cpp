@@ -66,20 +66,25 @@ int main(int argc, char *argv[])
     QPicture recording;
     QPainter painter(&recording);
     drawing.render(&painter, QRectF(QPointF(), box));
+    recording.setBoundingRect(QRect(QPoint(), box.toSize())); // it is written when painting ends
     painter.end();
-    recording.setBoundingRect(QRect(QPoint(), box.toSize()));
     QByteArray bytes;
     QBuffer buffer(&bytes);
     if (!buffer.open(QIODevice::WriteOnly) || !recording.save(&buffer))
         return fail(source, QStringLiteral("it could not be recorded"));
 
     QPicture played;
-    played.setData(bytes.constData(), static_cast<uint>(bytes.size()));
+    QBuffer again(&bytes);
+    if (!again.open(QIODevice::ReadOnly) || !played.load(&again))
+        return fail(source, QStringLiteral("its recording could not be read back"));
+    const QSizeF size(played.boundingRect().size());
+    if (size != box)
+        return fail(source, QStringLiteral("its view box must begin at 0 and have whole numbers"));
     for (const int width : {16, 20, 24, 33, 48, 480}) {
-        const QSize size(width, static_cast<int>(width * box.height() / box.width()));
-        const QImage wanted = drawn(size, [&](QPainter &p) { drawing.render(&p, QRectF(QPointF(), size)); });
-        const QImage got = drawn(size, [&](QPainter &p) {
-            p.scale(size.width() / box.width(), size.height() / box.height());
+        const QSize shown(width, static_cast<int>(width * size.height() / size.width()));
+        const QImage wanted = drawn(shown, [&](QPainter &p) { drawing.render(&p, QRectF(QPointF(), shown)); });
+        const QImage got = drawn(shown, [&](QPainter &p) {
+            p.scale(shown.width() / size.width(), shown.height() / size.height());
             played.play(&p);
         });
         if (const int difference = largestDifference(wanted, got); difference > kTolerance)
