@@ -32,12 +32,17 @@ function(qm_add_module name)
     target_link_libraries(qm_${name} PUBLIC ${arg_LINK} PRIVATE qm_build)
 endfunction()
 
-# qm_add_tool(name LINK target...): tools/<name>/*.cpp as the program <name>.
+# qm_describe_program(name text): what the system shows about an executable. Only Windows keeps that in the file; cmake/Windows.cmake does it.
+function(qm_describe_program)
+endfunction()
+
+# qm_add_tool(name DESCRIPTION text LINK target...): tools/<name>/*.cpp as the program <name>.
 function(qm_add_tool name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION" "LINK")
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.h)
     add_executable(${name} ${sources})
     target_link_libraries(${name} PRIVATE ${arg_LINK} qm_build)
+    qm_describe_program(${name} "${arg_DESCRIPTION}")
 endfunction()
 
 # qm_add_test(name [DISPLAY] [TIMEOUT seconds] LINK target...): tests/<name>.cpp as one QtTest program.
