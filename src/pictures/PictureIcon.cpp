@@ -14,7 +14,7 @@ namespace qm {
 
 namespace {
 
-constexpr double kDisabledOpacity = 0.4;
+constexpr float kDisabledOpacity = 0.4F;
 
 class PictureEngine final : public QIconEngine
 {
@@ -44,9 +44,11 @@ public:
         picture = QPixmap(size);
         picture.fill(Qt::transparent);
         QPainter painter(&picture);
-        if (m_ink == Ink::Own && mode == QIcon::Disabled)
-            painter.setOpacity(kDisabledOpacity);
         m_picture->paint(painter, picture.rect());
+        if (m_ink == Ink::Own && mode == QIcon::Disabled) { // afterwards: a drawing sets opacities of its own
+            painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+            painter.fillRect(picture.rect(), QColor::fromRgbF(0, 0, 0, kDisabledOpacity));
+        }
         if (over.alpha() > 0) {
             painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
             painter.fillRect(picture.rect(), over);

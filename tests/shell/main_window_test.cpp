@@ -2,11 +2,15 @@
 
 #include "CommandOffice.h"
 
+#include "shell/Icons.h"
 #include "shell/frmSplash.h"
 
+#include <QDir>
 #include <QLabel>
 #include <QSplitter>
 #include <QStatusBar>
+
+#include <algorithm>
 
 using namespace qm;
 using namespace qm::test;
@@ -195,6 +199,22 @@ private Q_SLOTS:
         QVERIFY(QApplication::sendEvent(bar->widgetForAction(&office.tool("ID_Cut")), &help));
         for (const QWidget *widget : QApplication::topLevelWidgets())
             QVERIFY(!widget->inherits("QTipLabel") || !widget->isVisible());
+    }
+
+    void every_picture_shows_whether_its_tool_may_be_used()
+    {
+        const QStringList names = QDir(icons::resource(u"icons"_s)).entryList(QDir::Files);
+        QVERIFY(names.size() > 20);
+        for (const QString &name : names) {
+            const auto strongest = [&](QIcon::Mode mode) {
+                const QImage picture = icons::icon(name).pixmap(24, mode).toImage().convertToFormat(QImage::Format_Alpha8);
+                int alpha = 0;
+                for (int y = 0; y < picture.height(); ++y)
+                    alpha = std::max(alpha, int{*std::max_element(picture.constScanLine(y), picture.constScanLine(y) + picture.width())});
+                return alpha;
+            };
+            QVERIFY2(strongest(QIcon::Normal) > 200 && strongest(QIcon::Disabled) < 128, qPrintable(name));
+        }
     }
 
     void without_a_notification_area_the_window_is_only_minimised()
