@@ -46,7 +46,13 @@ bool belongsToInstallation(const QString &path, const QString &installPath)
     const QFileInfo file(path);
     if (installPath.isEmpty() || !file.exists() || !kSuffixes.contains(file.suffix().toLower().section(u'-', 0, 0)))
         return false;
-    return !QDir(QDir(installPath).canonicalPath()).relativeFilePath(file.canonicalFilePath()).startsWith(QStringLiteral(".."));
+    const QString relative = QDir(QDir(installPath).canonicalPath()).relativeFilePath(file.canonicalFilePath());
+    return QDir::isRelativePath(relative) && !relative.startsWith(QStringLiteral("..")); // another drive has no relative path
+}
+
+QString nativeAbsolute(const QString &path)
+{
+    return QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath());
 }
 
 QString wallText(const WallTime &wall)
@@ -62,7 +68,7 @@ QString dayText(QDate day)
 } // namespace
 
 ReportRun::ReportRun(const EngineServices &services, const QString &queryFile, const RunOptions &options)
-    : m_services(services), m_options(options), m_queryFile(QFileInfo(queryFile).absoluteFilePath()), m_limits(options.cancel, 0s),
+    : m_services(services), m_options(options), m_queryFile(nativeAbsolute(queryFile)), m_limits(options.cancel, 0s),
       m_ledger(services.installPath)
 {
 }
@@ -174,8 +180,8 @@ void ReportRun::spareInputs(const QString &target) const
         isInput = isInput || (!input.isEmpty() && file.exists() && file == QFileInfo(input));
     if (isInput || belongsToInstallation(target, m_services.installPath))
         failReport(QStringLiteral("The report cannot replace %1: %2. Name another output file.")
-                       .arg(file.absoluteFilePath(), isInput ? QStringLiteral("it is made from that file")
-                                                             : QStringLiteral("that file belongs to the installation")));
+                       .arg(nativeAbsolute(target), isInput ? QStringLiteral("it is made from that file")
+                                                            : QStringLiteral("that file belongs to the installation")));
 }
 
 void ReportRun::choosePeriod(const QStringList &used)
@@ -254,7 +260,7 @@ void ReportRun::deliver(RowSource &source, const RowSample &sample, const Report
     const OutputSettings &settings = m_query->OutputSettings;
     std::optional<FileDelivery> delivery;
     if (m_target == Target::ExactFile)
-        delivery.emplace(QFileInfo(*m_options.outputFile).absoluteFilePath(), m_format, settings, m_services.fontFolder);
+        delivery.emplace(nativeAbsolute(*m_options.outputFile), m_format, settings, m_services.fontFolder);
     else
         delivery.emplace(nameOutput(), m_format, settings, m_services.fontFolder);
     m_result.outputFile = m_entry.outputFile = makeFile(*delivery, source, sample, plan).path;
