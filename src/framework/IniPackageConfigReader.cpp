@@ -18,6 +18,7 @@ constexpr char kSectionPrefix[] = "Package.";
 
 std::shared_ptr<PackageInfo> readPackage(const QString &path, const QString &section, const QString &folder)
 {
+    // On Windows too by our own reader: the system's takes the file's UTF-8 for the machine's code page, and cuts.
     const auto value = [&](const char *key) {
         return privateProfileString(path, section, QString::fromLatin1(key)).value_or(QString()).trimmed();
     };

@@ -8,13 +8,23 @@ namespace qm {
 
 namespace {
 
-/// The text of an INI file: by its byte-order mark, else UTF-8, else Latin-1.
+/// Text from before UTF-8.
+QString decodedOld(const QByteArray &bytes)
+{
+#ifdef _WIN32
+    return QString::fromLocal8Bit(bytes); // the machine's code page, as its editors wrote it
+#else
+    return QString::fromLatin1(bytes);
+#endif
+}
+
+/// The text of an INI file: by its byte-order mark, else UTF-8, else the older way.
 QString decoded(const QByteArray &bytes)
 {
     const auto encoding = QStringConverter::encodingForData(bytes);
     QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
     const QString text = decoder(bytes);
-    return decoder.hasError() && !encoding ? QString::fromLatin1(bytes) : text;
+    return decoder.hasError() && !encoding ? decodedOld(bytes) : text;
 }
 
 /// The lines of \p text without their ends (LF, CR LF or CR).

@@ -21,6 +21,10 @@ inline constexpr char kRegistryKey[] = "SOFTWARE\\Tarrowind\\Quillmark\\Report F
 /// Writes one value and keeps every other line. \throws RuntimeError 5 for a line break in a part; what saving throws.
 void setPrivateProfileString(const QString &path, const QString &section, const QString &key, const QString &value);
 
+/// A short value as the system's private-profile function gives it: at most 254 characters, cut at the first zero character, empty when
+/// file, section or key is missing. On Windows GetPrivateProfileStringA reads it, elsewhere privateProfileString.
+[[nodiscard]] QString shortProfileString(const QString &path, const QString &section, const QString &key);
+
 /// The string value \p name under \p key of the machine-wide hive. Elsewhere than on Windows the hive is "tarrowind/registry.ini" in the
 /// user's, then the system's XDG configuration folders. \throws RuntimeError 53 / 13 with the place looked at and what to do when it is
 /// missing or not a string.

@@ -19,17 +19,12 @@ namespace qm {
 
 namespace {
 
-/// Characters that fit in the buffer which the value is read into.
-constexpr int kLongestValue = 254;
 constexpr int kIconSize = 64;
 constexpr int kLicenceColumns = 80, kLicenceRows = 24;
 
 QString frameworkValue(const QString &installPath, const char *key)
 {
-    const QString value =
-        privateProfileString(installPath + QStringLiteral("Packages.ini"), QStringLiteral("Framework"), QString::fromLatin1(key))
-            .value_or(QString());
-    return value.left(kLongestValue).section(QChar(u'\0'), 0, 0);
+    return shortProfileString(installPath + QStringLiteral("Packages.ini"), QStringLiteral("Framework"), QString::fromLatin1(key));
 }
 
 QLabel *plainLabel(const QString &text, QWidget *parent)

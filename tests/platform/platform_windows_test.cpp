@@ -178,6 +178,37 @@ private Q_SLOTS:
                  u"Packages\\Server"_qs);
     }
 
+    void a_short_profile_value_is_the_systems_whatever_the_file_is_written_in()
+    {
+        const QString text =
+            u"[Other]\r\nVersion=no\r\n[Framework]\r\nVersion = \" 8.50 Gr\u00f6\u00dfe \u2013\" \r\nversion=second\r\nLong="_qs +
+            QString(300, u'x') + u"\r\n"_qs;
+        const QString value = u" 8.50 Gr\u00f6\u00dfe \u2013"_qs;
+        const QByteArray utf16(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
+        const std::pair<const char *, QByteArray> files[] = {{"utf8", text.toUtf8()},
+                                                             {"codepage", text.toLocal8Bit()},
+                                                             {"utf16", "\xff\xfe" + utf16},
+                                                             {"utf8mark", "\xef\xbb\xbf" + text.mid(text.indexOf(u"[Framework")).toUtf8()}};
+        for (const auto &[name, bytes] : files) {
+            const QString file = m_at + QLatin1StringView(name) + u"\u6f22.ini"_qs, plain = m_at + QLatin1StringView(name) + u".ini"_qs;
+            make(file.mid(m_at.size()), bytes); // a name that the code page does not hold
+            make(plain.mid(m_at.size()), bytes);
+            for (const QString &path : {file, plain}) {
+                QCOMPARE(shortProfileString(path, u"FRAMEWORK"_qs, u"version"_qs), value);
+                QCOMPARE(shortProfileString(path, u"Framework"_qs, u"Build"_qs), QString());
+                QCOMPARE(shortProfileString(path, u"Framework"_qs, u"Long"_qs), QString(254, u'x'));
+            }
+        }
+        // What is written next is what is read next, by a relative name too.
+        setPrivateProfileString(m_at + u"utf8.ini"_qs, u"Framework"_qs, u"Version"_qs, u"9"_qs);
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(m_at));
+        const QString relative = shortProfileString(u"utf8.ini"_qs, u"Framework"_qs, u"Version"_qs);
+        QDir::setCurrent(before);
+        QCOMPARE(relative, u"9"_qs);
+        QCOMPARE(shortProfileString(m_at + u"none.ini"_qs, u"Framework"_qs, u"Version"_qs), QString());
+    }
+
     void a_second_start_raises_the_first_window()
     {
         files::makeFolder(m_at + u"Config"_qs);
