@@ -3,6 +3,7 @@
 #include "core/RuntimeError.h"
 #include "framework/ComponentPlugin.h"
 #include "framework/QueryFiles.h"
+#include "framework/SystemComponents.h"
 #include "platform/ApplicationLog.h"
 #include "platform/Files.h"
 
@@ -85,41 +86,64 @@ std::vector<ComponentPlugin *> ComponentRegistry::pluginsFor(const QString &prog
     return plugins;
 }
 
-template <class Component, class Maker, class FromPlugin>
+template <class Component, class Maker, class FromPlugin, class FromSystem>
 std::unique_ptr<Component> ComponentRegistry::create(const QString &progId, const std::vector<Entry<Maker>> &entries, const char *kind,
-                                                     FromPlugin fromPlugin)
+                                                     FromPlugin fromPlugin, FromSystem fromSystem)
 {
     for (const bool families : {false, true})
         for (const Entry<Maker> &entry : entries)
             if (isFamily(entry.identifier) == families && serves(entry.identifier, progId))
                 return entry.make(progId);
     QStringList troubles;
-    if (!progId.isEmpty())
+    if (!progId.isEmpty()) {
         for (ComponentPlugin *const plugin : pluginsFor(progId, troubles))
             if (std::unique_ptr<Component> component = fromPlugin(*plugin))
                 return component;
-    QString detail = progId.isEmpty()
-                         ? QStringLiteral("the package names no %1. Add its identifier to \"Packages.ini\".").arg(QString::fromLatin1(kind))
-                         : QStringLiteral("\"%1\": no %2 has this identifier, neither built in nor among the plug-ins in %3. Correct it in "
-                                          "\"Packages.ini\", or install the plug-in.")
-                               .arg(progId, QString::fromLatin1(kind), m_componentsFolder);
+        try {
+            if (std::unique_ptr<Component> component = fromSystem())
+                return component;
+        } catch (const RuntimeError &error) {
+            logNotCreated(error.description());
+            throw;
+        }
+    }
+    const QString detail = unknown(progId, QString::fromLatin1(kind), troubles);
+    logNotCreated(detail);
+    raise(err::cannotCreateObject, detail, kFrameworkSource);
+}
+
+QString ComponentRegistry::unknown(const QString &progId, const QString &kind, const QStringList &troubles) const
+{
+    if (progId.isEmpty())
+        return QStringLiteral("the package names no %1. Add its identifier to \"Packages.ini\".").arg(kind);
+    QString detail = QStringLiteral("\"%1\": no %2 has this identifier, neither built in nor among the plug-ins in %3")
+                         .arg(progId, kind, m_componentsFolder);
+    const QString system = systemComponentsPlace();
+    detail += system.isEmpty() ? QStringLiteral(". Correct it in \"Packages.ini\", or install the plug-in.")
+                               : QStringLiteral(" nor %1. Correct it in \"Packages.ini\", or install the component.").arg(system);
     if (!troubles.isEmpty())
         detail += u' ' + troubles.join(QStringLiteral("; "));
+    return detail;
+}
+
+void ComponentRegistry::logNotCreated(const QString &why) const
+{
     if (m_log != nullptr)
-        m_log->error(QStringLiteral("component not created: ") + detail);
-    raise(err::cannotCreateObject, detail, kFrameworkSource);
+        m_log->error(QStringLiteral("component not created: ") + why);
 }
 
 std::unique_ptr<ReportInterface> ComponentRegistry::createReportInterface(const QString &progId)
 {
-    return create<ReportInterface>(progId, m_reportInterfaces, "report interface",
-                                   [&](ComponentPlugin &plugin) { return plugin.createReportInterface(progId); });
+    return create<ReportInterface>(
+        progId, m_reportInterfaces, "report interface", [&](ComponentPlugin &plugin) { return plugin.createReportInterface(progId); },
+        [&] { return systemReportInterface(progId, m_log); });
 }
 
 std::unique_ptr<QueryAccess> ComponentRegistry::createQueryAccess(const QString &progId)
 {
-    return create<QueryAccess>(progId, m_queryAccesses, "query access component",
-                               [&](ComponentPlugin &plugin) { return plugin.createQueryAccess(progId); });
+    return create<QueryAccess>(
+        progId, m_queryAccesses, "query access component", [&](ComponentPlugin &plugin) { return plugin.createQueryAccess(progId); },
+        [&] { return systemQueryAccess(progId); });
 }
 
 } // namespace qm

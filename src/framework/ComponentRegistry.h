@@ -1,5 +1,5 @@
 /// \file
-/// The components that packages name: built in, then plug-ins.
+/// The components that packages name: built in, then plug-ins, then the operating system's.
 #pragma once
 
 #include "framework/Components.h"
@@ -16,7 +16,8 @@ class ComponentPlugin;
 inline constexpr char kReportInterfaceFamily[] = "QuillmarkReports.*";
 inline constexpr char kQueryAccessFamily[] = "QuillmarkQueryAccess.*";
 
-/// Creates components: registered identifiers first, then registered families, then the plug-ins of the "Components" folder.
+/// Creates components: registered identifiers first, then registered families, then the plug-ins of the "Components" folder, then what the
+/// operating system knows (COM on Windows).
 ///
 /// Identifiers are compared without letter case. Query access components of kQueryAccessFamily are registered from the start; the report
 /// interface is registered by the program, for it lives above this library. Objects are made per use. Used on one thread.
@@ -44,9 +45,12 @@ private:
         QString identifier;
         Maker make;
     };
-    template <class Component, class Maker, class FromPlugin>
+    template <class Component, class Maker, class FromPlugin, class FromSystem>
     std::unique_ptr<Component> create(const QString &progId, const std::vector<Entry<Maker>> &entries, const char *kind,
-                                      FromPlugin fromPlugin);
+                                      FromPlugin fromPlugin, FromSystem fromSystem);
+    /// What to say when nothing serves \p progId.
+    [[nodiscard]] QString unknown(const QString &progId, const QString &kind, const QStringList &troubles) const;
+    void logNotCreated(const QString &why) const;
     /// The plug-ins whose metadata names \p progId; what went wrong with a file is added to \p troubles.
     std::vector<ComponentPlugin *> pluginsFor(const QString &progId, QStringList &troubles) const;
 
