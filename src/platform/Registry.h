@@ -25,11 +25,11 @@ void setPrivateProfileString(const QString &path, const QString &section, const 
 /// file, section or key is missing. On Windows GetPrivateProfileStringA reads it, elsewhere privateProfileString.
 [[nodiscard]] QString shortProfileString(const QString &path, const QString &section, const QString &key);
 
-/// The string value \p name under \p key of the machine-wide hive. Elsewhere than on Windows the hive is "tarrowind/registry.ini" in the
-/// user's, then the system's XDG configuration folders. \throws RuntimeError 53 / 13 with the place looked at and what to do when it is
-/// missing or not a string.
+/// The string value \p name under \p key of the machine-wide hive, else of the user's own. Elsewhere than on Windows the hive is
+/// "tarrowind/registry.ini" in the user's, then the system's XDG configuration folders. \throws RuntimeError 53 / 13 with the place looked
+/// at and what to do when it is missing or not a string.
 [[nodiscard]] QString registryString(const QString &key, const QString &name);
-/// Writes it (installation and trial set-up only).
+/// Writes it (installation and trial set-up only): for the machine; for the user where only an administrator may and the machine has none.
 void setRegistryString(const QString &key, const QString &name, const QString &value);
 
 /// The installation folder: value "InstallPath" of kRegistryKey, unchanged.

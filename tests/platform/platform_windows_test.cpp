@@ -167,7 +167,13 @@ private Q_SLOTS:
         const DWORD number = 3;
         RegSetKeyValueW(HKEY_LOCAL_MACHINE, win::wide(key), L"Level", REG_DWORD, &number, sizeof number);
         QCOMPARE(numberOf([&] { (void)registryString(key, u"Level"_qs); }), 13);
+        // The user's own value counts only where the machine has none.
+        const std::wstring own = L"C:\\Own\\";
+        RegSetKeyValueW(HKEY_CURRENT_USER, win::wide(key), L"InstallPath", REG_SZ, own.c_str(), static_cast<DWORD>((own.size() + 1) * 2));
+        QCOMPARE(registryString(key, u"InstallPath"_qs), u"C:\\Data \u00e9\u4e2d\\"_qs);
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, win::wide(key));
+        QCOMPARE(registryString(key, u"InstallPath"_qs), u"C:\\Own\\"_qs);
+        RegDeleteTreeW(HKEY_CURRENT_USER, win::wide(key));
         QCOMPARE(numberOf([&] { (void)registryString(key, u"InstallPath"_qs); }), 53);
     }
 
