@@ -9,7 +9,7 @@ set -euo pipefail
 build=${QM_WINDOWS_BUILD:-$project/build/win}
 
 tests=(core_errors_test core_walltime_test platform_windows_test framework_round_trip_test framework_bad_files_test
-  framework_query_files_test framework_components_test com_components_test next_run_test schedule_behaviour_test schedule_model_test)
+  framework_query_files_test framework_components_test com_components_test com_window_test next_run_test schedule_behaviour_test schedule_model_test)
 
 QM_WINDOWS_WORK=$work "$project/packaging/windows/configure.sh" "$build"
 ninja -C "$build" -j"$jobs" "${tests[@]}" quillmark-report quillmark-trial quillmark-import

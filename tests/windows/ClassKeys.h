@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <objbase.h>
+#undef interface // a keyword of COM's headers, a name of ours
 
 namespace qm::test {
 
