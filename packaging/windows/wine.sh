@@ -8,7 +8,7 @@ windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 # need_wine: installs Wine and makes the prefix the first time.
 need_wine() {
-  need_packages wine wine64 xvfb xauth fonts-dejavu-core fonts-liberation
+  need_packages wine wine64 xvfb xauth fonts-dejavu-core
   [ ! -f "$WINEPREFIX/.ready" ] || return 0
   say "making a Wine prefix"
   mkdir -p "$(dirname "$WINEPREFIX")"
@@ -16,10 +16,12 @@ need_wine() {
   xvfb-run -a wine winecfg /v win10 >/dev/null 2>&1
   # Without a window manager each shown window would wait two seconds for one.
   wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f >/dev/null 2>&1
+  # Not every font of this machine comes out whole there ("I" of Liberation Sans is lost).
   local face
   for face in Arial 'Segoe UI' Tahoma 'MS Shell Dlg' 'MS Shell Dlg 2' Verdana; do
-    wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v "$face" /t REG_SZ /d 'Liberation Sans' /f >/dev/null 2>&1
+    wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v "$face" /t REG_SZ /d 'DejaVu Sans' /f >/dev/null 2>&1
   done
+  wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v 'Courier New' /t REG_SZ /d 'DejaVu Sans Mono' /f >/dev/null 2>&1
   settle
   touch "$WINEPREFIX/.ready"
 }
