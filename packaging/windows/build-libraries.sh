@@ -3,6 +3,7 @@
 #   packaging/windows/build-libraries.sh
 # Environment: QM_WINDOWS_WORK  where to work (default build/windows); the prefix is its folder "prefix"
 #              JOBS             parallel compilations (default 2)
+# Nine minutes on two busy cores, sources fetched. Ends with status 77 when the archive does not give a source.
 # fribidi is under the LGPL and stays a DLL of its own, curl is one because its users need no list of system libraries then; the others
 # are linked in. Windows itself gives ODBC, TLS (Schannel), SHA-256 (CNG), fonts and help.
 set -euo pipefail
@@ -12,6 +13,8 @@ need_packages g++-mingw-w64-x86-64-posix cmake ninja-build make gcc dpkg-dev xz-
 need_sources
 mkdir -p "$prefix/lib/pkgconfig" "$prefix/include" "$prefix/bin" "$work/log" "$work/done"
 compiler=$triplet-gcc-posix
+# No library names a folder of this machine.
+export CFLAGS="-O2 -DNDEBUG -ffile-prefix-map=$work=." CXXFLAGS="-O2 -DNDEBUG -ffile-prefix-map=$work=."
 
 # pkgconfig NAME VERSION LIBS [CFLAGS]
 pkgconfig() {
@@ -26,7 +29,7 @@ archive() {
   mkdir -p "$work/obj/$name"
   for source in "$@"; do
     object=$work/obj/$name/$(echo "${source%.c}" | tr / _).o
-    $compiler -O2 "${flags[@]}" -c "$source" -o "$object"
+    $compiler $CFLAGS "${flags[@]}" -c "$source" -o "$object"
     objects+=("$object")
   done
   rm -f "$prefix/lib/lib$name.a"
@@ -59,7 +62,9 @@ build_libdeflate() {
 }
 
 build_sqlite3() {
-  ./configure --disable-tcl --disable-readline && make sqlite3.c sqlite3.h # the amalgamation, made by this machine's tools
+  # The amalgamation, made by this machine's tools.
+  env -u CFLAGS ./configure --disable-tcl --disable-readline
+  make sqlite3.c sqlite3.h
   flags=(-DSQLITE_THREADSAFE=1 -DSQLITE_ENABLE_COLUMN_METADATA -DSQLITE_ENABLE_FTS3 -DSQLITE_ENABLE_FTS3_PARENTHESIS
     -DSQLITE_ENABLE_FTS5 -DSQLITE_ENABLE_RTREE -DSQLITE_ENABLE_JSON1 -DSQLITE_ENABLE_DBSTAT_VTAB -DSQLITE_ENABLE_STMTVTAB
     -DSQLITE_ENABLE_MATH_FUNCTIONS -DSQLITE_MAX_VARIABLE_NUMBER=250000 -DSQLITE_USE_URI)
@@ -76,7 +81,7 @@ build_expat() {
   local source=.
   [ -f CMakeLists.txt ] || source=expat
   sed -i 's/^#cmakedefine XML_DTD$/#cmakedefine XML_DTD 1/' $source/expat_config.h.cmake
-  cmake_library $source -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF -DEXPAT_BUILD_DOCS=OFF -DEXPAT_SHARED_LIBS=OFF -DCMAKE_C_FLAGS=-DXML_GE=1
+  cmake_library $source -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF -DEXPAT_BUILD_DOCS=OFF -DEXPAT_SHARED_LIBS=OFF "-DCMAKE_C_FLAGS=$CFLAGS -DXML_GE=1"
   pkgconfig expat "$(sed -n 's/^#define XML_M[A-Z]*_VERSION //p' $source/lib/expat.h | tr '\n' . | sed 's/\.$//')" -lexpat -DXML_STATIC
 }
 
@@ -124,7 +129,7 @@ library() {
 if [ ! -f "$work/done/toml++" ]; then
   cp -r /usr/include/toml++ "$prefix/include/"
   printf '#define TOML_IMPLEMENTATION\n#include <toml++/toml.h>\n' >"$work/toml.cpp"
-  $triplet-g++-posix -std=c++20 -O2 -DTOML_HEADER_ONLY=0 -I"$prefix/include" -c "$work/toml.cpp" -o "$work/toml.o"
+  $triplet-g++-posix -std=c++20 $CXXFLAGS -DTOML_HEADER_ONLY=0 -I"$prefix/include" -c "$work/toml.cpp" -o "$work/toml.o"
   $triplet-gcc-ar-posix rcs "$prefix/lib/libtomlplusplus.a" "$work/toml.o"
   pkgconfig tomlplusplus "$(dpkg-query -W -f '${Version}' libtomlplusplus-dev | sed 's/-.*//')" -ltomlplusplus -DTOML_HEADER_ONLY=0
   touch "$work/done/toml++"

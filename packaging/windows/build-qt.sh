@@ -3,7 +3,7 @@
 #   packaging/windows/build-qt.sh
 # Environment: QM_WINDOWS_WORK  where to work (default build/windows); result: its folder "qt-mingw" and "qt-mingw.tar.xz"
 #              JOBS             parallel compilations (default 2)
-# About half an hour on two cores, 2 GB of disk. The packed folder may be unpacked anywhere.
+# About half an hour on two cores, 2 GB of disk. Ends with status 77 when the archive does not give a source. The packed folder may be unpacked anywhere.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -29,6 +29,8 @@ off=(pkg_config vulkan dbus icu zstd glib network ssl concurrent xml tabletevent
   sql_psql sql_mysql sql_oci sql_ibase sql_db2)
 switches=("${off[@]/#/-DFEATURE_}")
 switches=("${switches[@]/%/=OFF}")
+# No library names a folder of this machine.
+export CFLAGS="-ffile-prefix-map=$work=." CXXFLAGS="-ffile-prefix-map=$work=."
 say "configuring"
 cmake -S "$work/src/qt6-base" -B "$work/qt-build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$here/toolchain.cmake" -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_INSTALL_PREFIX="$qt" -DBUILD_SHARED_LIBS=ON -DQT_HOST_PATH=/usr \

@@ -5,6 +5,7 @@
 #              QM_QT_ARCHIVE    a packed Qt made by build-qt.sh; without one, ../shared/windows/qt-mingw.tar.xz is taken if it is there,
 #                               else Qt is built from Debian's source (half an hour)
 #              JOBS             parallel compilations (default 2)
+# Ends with status 77 when something is missing that the archive does not give now: then nothing is wrong with the program.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 build=${1:-$project/build/win}

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Makes the per-machine set-up of the folder that pack.sh has packed; pack.sh calls it.
+#   packaging/windows/installer.sh BUILD_FOLDER OUTPUT_FOLDER
+# setup.nsi tells what the set-up does and its options.
+set -euo pipefail
+. "$(dirname "$0")/common.sh"
+build=$(realpath "$1")
+out=$(realpath "$2")
+need_packages nsis
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
+folder=$out/Quillmark-$version
+[ -f "$folder/quillmark.exe" ] || fail "$folder is not packed; run packaging/windows/pack.sh"
+
+# What is installed is the folder without what the zip alone needs.
+stage=$(mktemp -d)
+trap 'rm -rf "$stage"' EXIT
+cp -rp "$folder" "$stage/program"
+rm "$stage/program/Try Quillmark.cmd"
+
+# Uninstalling removes these and nothing else.
+(
+  cd "$stage/program"
+  find . -type f -printf '%P\n' | LC_ALL=C sort | tr / '\\' | sed 's/.*/Delete "$INSTDIR\\&"/'
+  find . -mindepth 1 -type d -printf '%P\n' | LC_ALL=C sort -r | tr / '\\' | sed 's/.*/RMDir "$INSTDIR\\&"/'
+) >"$stage/files.nsh"
+
+setup=$out/Quillmark-$version-setup.exe
+SOURCE_DATE_EPOCH=$(stat -c %Y "$folder") makensis -V2 -WX -INPUTCHARSET UTF8 -DVERSION="$version" -DFOLDER="$stage/program" -DFILES="$stage/files.nsh" \
+  -DICON="$build/resources/quillmark.ico" -DKILOBYTES="$(du -sk --apparent-size "$stage/program" | cut -f1)" -DOUTPUT="$setup" "$here/setup.nsi" >"$out/setup.log" 2>&1 \
+  || { tail -20 "$out/setup.log" >&2; fail "the set-up was not made"; }
+rm "$out/setup.log"
