@@ -150,17 +150,17 @@ check "it is in the start menu" test -f "$shortcut"
 check "the installed programs generate CSV, XLSX and PDF" three_formats "$programs" "$data"
 
 run 600 "$programs\\quillmark.exe" >/dev/null 2>&1 &
+window=$!
 check "the installed window shows" until_so 60 shows_window setup
 sleep 10
 check "the installed program still runs" runs "$programs"
 shows_window setup || true
 check "installing over a running program is refused" ends_with 2 install
 check "nothing was changed by that" installed
-check "uninstalling a running program is refused" until_so 60 runs "$programs"
-run 120 "$programs\\uninstall.exe" /S >/dev/null 2>&1 || true
-sleep 3
+check "uninstalling a running program is refused" ends_with 2 run 120 "$programs\\uninstall.exe" /S "_?=$programs"
 check "nothing was removed by that" installed
 check "the installed program ends when asked to" closes "$programs"
+check "without an error" wait $window
 settle
 
 printf '; kept by hand\r\n' >>"$(unix "$data")/Packages.ini"
