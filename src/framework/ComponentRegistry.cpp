@@ -136,7 +136,7 @@ std::unique_ptr<ReportInterface> ComponentRegistry::createReportInterface(const 
 {
     return create<ReportInterface>(
         progId, m_reportInterfaces, "report interface", [&](ComponentPlugin &plugin) { return plugin.createReportInterface(progId); },
-        [&] { return systemReportInterface(progId, m_log); });
+        [&] { return systemReportInterface(progId, m_log, m_systemWork); });
 }
 
 std::unique_ptr<QueryAccess> ComponentRegistry::createQueryAccess(const QString &progId)

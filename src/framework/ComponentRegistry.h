@@ -3,13 +3,13 @@
 #pragma once
 
 #include "framework/Components.h"
+#include "framework/SystemComponents.h"
 
 #include <functional>
 #include <vector>
 
 namespace qm {
 
-class ApplicationLog;
 class ComponentPlugin;
 
 /// Families of identifiers that the product itself serves; each package has an identifier of its own.
@@ -38,6 +38,11 @@ public:
     [[nodiscard]] std::unique_ptr<ReportInterface> createReportInterface(const QString &progId) override;
     [[nodiscard]] std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override;
 
+    /// Whether a component of the operating system is at work with its editor, or with a report. Its windows are none of this program's, so
+    /// nothing but this keeps the operator from starting something else meanwhile.
+    [[nodiscard]] bool isEditing() const { return m_systemWork.edits > 0; }
+    [[nodiscard]] bool isGenerating() const { return m_systemWork.reports > 0; }
+
 private:
     template <class Maker>
     struct Entry
@@ -56,6 +61,7 @@ private:
 
     QString m_componentsFolder;
     ApplicationLog *m_log;
+    ComponentWork m_systemWork;
     std::vector<Entry<ReportInterfaceMaker>> m_reportInterfaces;
     std::vector<Entry<QueryAccessMaker>> m_queryAccesses;
 };

@@ -2,7 +2,7 @@
 
 namespace qm {
 
-std::unique_ptr<ReportInterface> systemReportInterface(const QString &, ApplicationLog *)
+std::unique_ptr<ReportInterface> systemReportInterface(const QString &, ApplicationLog *, ComponentWork &)
 {
     return nullptr;
 }

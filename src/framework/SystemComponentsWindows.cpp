@@ -14,16 +14,34 @@ using automation::Object;
 
 namespace {
 
+/// One more as long as it lives.
+class Counted final
+{
+public:
+    explicit Counted(int &count) : m_count(count) { ++m_count; }
+    ~Counted() { --m_count; }
+    Counted(const Counted &) = delete;
+    Counted &operator=(const Counted &) = delete;
+
+private:
+    int &m_count;
+};
+
 class ComReportInterface final : public ReportInterface
 {
 public:
-    ComReportInterface(Object object, QString progId, ApplicationLog *log)
-        : m_object(std::move(object)), m_progId(std::move(progId)), m_log(log)
+    ComReportInterface(Object object, QString progId, ApplicationLog *log, ComponentWork &work)
+        : m_object(std::move(object)), m_progId(std::move(progId)), m_log(log), m_work(work)
     {
     }
-    void EditQuery(const QString &target) override { m_object.call(QStringLiteral("EditQuery"), {target}); }
+    void EditQuery(const QString &target) override
+    {
+        const Counted atWork(m_work.edits);
+        m_object.call(QStringLiteral("EditQuery"), {target});
+    }
     void GenerateReport(const QString &queryFile, int reserved, bool interactive, bool flag) override
     {
+        const Counted atWork(m_work.reports);
         try {
             m_object.call(QStringLiteral("GenerateReport"), {queryFile, reserved, interactive, flag});
         } catch (const RuntimeError &error) {
@@ -48,6 +66,7 @@ private:
     Object m_object;
     QString m_progId;
     ApplicationLog *m_log;
+    ComponentWork &m_work;
 };
 
 /// The query objects that were read are kept: only the component knows all that is in one.
@@ -112,11 +131,11 @@ private:
 
 } // namespace
 
-std::unique_ptr<ReportInterface> systemReportInterface(const QString &progId, ApplicationLog *log)
+std::unique_ptr<ReportInterface> systemReportInterface(const QString &progId, ApplicationLog *log, ComponentWork &work)
 {
     const Apartment apartment; // the component has one of its own from then on
     std::optional<Object> object = Object::create(progId);
-    return object ? std::make_unique<ComReportInterface>(*std::move(object), progId, log) : nullptr;
+    return object ? std::make_unique<ComReportInterface>(*std::move(object), progId, log, work) : nullptr;
 }
 
 std::unique_ptr<QueryAccess> systemQueryAccess(const QString &progId)

@@ -285,7 +285,8 @@ void frmMain::closeEvent(QCloseEvent *event)
 
 bool frmMain::mayRunCommand() const
 {
-    return !QApplication::activeModalWidget() && !m_services.isProducingRows();
+    const bool isEditing = m_services.isEditing && m_services.isEditing();
+    return !QApplication::activeModalWidget() && !m_services.isProducingRows() && !isEditing;
 }
 
 void frmMain::hideToNotificationArea()

@@ -47,6 +47,7 @@ struct MainWindowServices
     std::function<QString()> getInstallPath;
     std::function<std::unique_ptr<DueTimer>()> makeDueTimer;
     std::function<bool()> isProducingRows;        ///< whether a report is being made right now
+    std::function<bool()> isEditing = {};         ///< whether a package's editor is open that has no window here; may be empty
     std::function<void()> closeViewers;           ///< closes the windows that reports opened
     std::function<void()> endProgram;             ///< called when the window was closed
     ConnectionTester *connectionTester = nullptr; ///< null: data sources cannot be edited

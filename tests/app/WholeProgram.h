@@ -45,25 +45,26 @@ public:
     {
         registry.registerReportInterface(QString::fromLatin1(kReportInterfaceFamily),
                                          [this](const QString &) { return makePackageReportInterface(reporting); });
-        window = std::make_unique<frmMain>(MainWindowServices{.globals = globals,
-                                                              .errors = errors,
-                                                              .prompts = prompts,
-                                                              .clock = clock,
-                                                              .components = registry,
-                                                              .help = help,
-                                                              .journal = journal,
-                                                              .jobReader = jobReader,
-                                                              .readers = {[] { return std::make_unique<IniPackageConfigReader>(); },
-                                                                          [] { return std::make_unique<TomlJobConfigReader>(); },
-                                                                          [] { return std::make_unique<TomlEmailConfigReader>(); },
-                                                                          [] { return std::make_shared<TomlDataSourceFileReader>(); }},
-                                                              .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
-                                                              .getInstallPath = [] { return GetInstallPath(); },
-                                                              .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
-                                                              .isProducingRows = [this] { return desk.isProducingRows(); },
-                                                              .closeViewers = [this] { desk.closeViewers(); },
-                                                              .endProgram = [] {},
-                                                              .stateFile = {}});
+        window = std::make_unique<frmMain>(MainWindowServices{
+            .globals = globals,
+            .errors = errors,
+            .prompts = prompts,
+            .clock = clock,
+            .components = registry,
+            .help = help,
+            .journal = journal,
+            .jobReader = jobReader,
+            .readers = {[] { return std::make_unique<IniPackageConfigReader>(); }, [] { return std::make_unique<TomlJobConfigReader>(); },
+                        [] { return std::make_unique<TomlEmailConfigReader>(); },
+                        [] { return std::make_shared<TomlDataSourceFileReader>(); }},
+            .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
+            .getInstallPath = [] { return GetInstallPath(); },
+            .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
+            .isProducingRows = [this] { return desk.isProducingRows() || registry.isGenerating(); },
+            .isEditing = [this] { return registry.isEditing(); },
+            .closeViewers = [this] { desk.closeViewers(); },
+            .endProgram = [] {},
+            .stateFile = {}});
     }
 
     ApplicationLog log;

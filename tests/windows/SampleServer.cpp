@@ -118,6 +118,19 @@ HRESULT WINAPI fillIn(EXCEPINFO *info)
     return S_OK;
 }
 
+/// Hands messages on for a quarter of a second.
+void linger()
+{
+    constexpr DWORD howLong = 250, step = 10; // ms
+    for (const ULONGLONG end = GetTickCount64() + howLong; GetTickCount64() < end;) {
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, step, QS_ALLINPUT);
+        for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) {
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
+    }
+}
+
 /// Fails as the first word of \p text that is known says; S_OK when none is.
 HRESULT failed(const std::wstring &text, EXCEPINFO &info)
 {
@@ -224,6 +237,8 @@ public:
             const std::wstring target = call.text(0);
             if (const HRESULT code = failed(target, *call.info); code != S_OK)
                 return code;
+            if (target.find(kLingering) != std::wstring::npos)
+                linger();
             if (target.ends_with(L'\\'))
                 return writeText(target + L"By the component.rqn", L"description = \"By the component\"\nsql = \"SELECT 1 AS one\"\n");
             return writeText(target, L"# edited by the component\n", std::ios::app);
@@ -231,6 +246,8 @@ public:
         member(L"GenerateReport", [](const Call &call) {
             if (const HRESULT code = failed(call.text(0), *call.info); code != S_OK)
                 return code;
+            if (call.text(0).find(kLingering) != std::wstring::npos)
+                linger();
             std::wstring record;
             for (std::size_t i = 0; i < call.arguments.size(); ++i)
                 record += call.shown(i) + L'\n';

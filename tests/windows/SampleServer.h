@@ -16,6 +16,9 @@ inline constexpr GUID kQueriesClass = {0x5d3c0b0e, 0x77a1, 0x4f0a, {0x9e, 0x41, 
 /// fail as the word in "Initial Catalog" says.
 inline constexpr GUID kConnectionClass = {0x5d3c0b0e, 0x77a1, 0x4f0a, {0x9e, 0x41, 0x0c, 0x5e, 0x1d, 0x32, 0xa9, 0x03}};
 
+/// Has EditQuery and GenerateReport hand messages on for a while, as a window of theirs would.
+inline constexpr wchar_t kLingering[] = L"lingering";
+
 /// Words that make a call fail.
 namespace failing {
 inline constexpr wchar_t described[] = L"described"; ///< classic error 53 with text and source, told only when asked for

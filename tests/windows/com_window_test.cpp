@@ -5,6 +5,7 @@
 #include "catalogue/CatalogueKeys.h"
 
 #include <QLineEdit>
+#include <QTimer>
 
 using namespace qm;
 using namespace qm::test;
@@ -113,6 +114,30 @@ private Q_SLOTS:
         const QString log = QString::fromUtf8(installation.read(u"Logs/quillmark.log"_s));
         QVERIFY2(log.contains(u"described.rqn: SampleServer.Reports reported error 53 (Sample Prüfer): Prüfung"_s), qPrintable(log));
         QCOMPARE(office.program.prompts.shown.size(), std::size_t{2});
+    }
+
+    void while_a_component_is_at_work_the_window_neither_closes_nor_starts_something_else()
+    {
+        const TempInstallation installation({{u"Server"_s, u"Server Operating System Logs"_s, u"SampleServer.Reports"_s,
+                                              u"Packages/Server/"_s, u"SampleServer.Queries"_s, u"EventLog.db"_s}});
+        const QString daily = QDir::toNativeSeparators(installation.group(u"Server"_s, u"Daily"_s)) + kSep;
+        installation.write(daily + u"lingering.rqn"_s, query(u"lingering"_s));
+        Office office(installation);
+        for (const char *const id : {"ID_Modify", "ID_Generate"}) {
+            bool tried = false;
+            QTimer::singleShot(50, office.program.window.get(), [&] {
+                tried = office.program.registry.isEditing() || office.program.registry.isGenerating();
+                office.program.window->commands().tool(u"ID_Delete"_s)->trigger();
+                office.program.window->close();
+            });
+            office.command(id, u"lingering"_s);
+            QVERIFY2(tried, id);
+            QVERIFY2(office.program.window->isVisible(), id);
+            QVERIFY2(office.program.prompts.shown.empty(), qPrintable(office.lastBox()));
+        }
+        QVERIFY(installation.read(daily + u"lingering.rqn"_s).endsWith("# edited by the component\n"));
+        QVERIFY(!installation.read(daily + u"lingering.rqn.generated"_s).isNull());
+        QVERIFY(office.program.window->close());
     }
 
 private:
