@@ -22,6 +22,12 @@ bool isProviderMissing(std::int32_t number)
     return std::find(numbers.begin(), numbers.end(), static_cast<std::uint32_t>(number)) != numbers.end();
 }
 
+/// Whether ADO's own parts are not all registered: TYPE_E_LIBNOTREGISTERED.
+bool isAdoIncomplete(std::int32_t number)
+{
+    return static_cast<std::uint32_t>(number) == 0x8002801DU;
+}
+
 /// Opens and closes the connection by ADO. \returns why ADO has no way to the server at all; empty when it was opened.
 /// \throws RuntimeError with what the provider reported.
 QString openByAdo(const QString &connectionString, std::chrono::milliseconds deadline)
@@ -41,6 +47,8 @@ QString openByAdo(const QString &connectionString, std::chrono::milliseconds dea
         if (isProviderMissing(error.number()))
             return QStringLiteral("The provider \"%1\" is not installed on this machine for %2-bit programs: %3")
                 .arg(odbc::parseAdo(connectionString).value(u"Provider"), QString::number(sizeof(void *) * 8), error.description());
+        if (isAdoIncomplete(error.number()))
+            return QStringLiteral("ADO is not completely installed on this machine: %1").arg(error.description());
         throw;
     }
     (void)attempt([&] { connection->call(QStringLiteral("Close")); });

@@ -52,7 +52,9 @@ QString wordsOf(HRESULT code)
 {
     const QString hex = QStringLiteral("0x%1").arg(static_cast<quint32>(code), 8, 16, QLatin1Char('0')).toUpper().replace(u'X', u'x');
     const QString words = systemWords(static_cast<DWORD>(code));
-    return words.isEmpty() ? QStringLiteral("error ") + hex : words + QStringLiteral(" (") + hex + u')';
+    // For a code that it does not know Qt makes up words that are the code again.
+    return words.isEmpty() || words.contains(hex, Qt::CaseInsensitive) ? QStringLiteral("error ") + hex
+                                                                       : words + QStringLiteral(" (") + hex + u')';
 }
 
 /// The text of a failure that came without words of its own.
