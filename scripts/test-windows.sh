@@ -29,4 +29,6 @@ done
 [ "${#failed[@]}" -eq 0 ] || fail "failed under Wine: ${failed[*]}"
 
 "$project/packaging/windows/test-reports.sh" "$build"
+QM_WINDOWS_WORK=$work "$project/packaging/windows/pack.sh" "$build"
+QM_WINDOWS_WORK=$work "$project/packaging/windows/test-package.sh" "$build"
 say "what is covered passes; docs/windows.md names what is not"

@@ -376,6 +376,8 @@ Function LayOutData
     StrCpy $R0 " --rows 0"
   ${EndIf}
   !insertmacro Run "The packages could not be laid out in $Data." '"$INSTDIR\quillmark-trial.exe" --to "$Data"$R0'
+  ; The help beside the program is shown then, the new one after an upgrade too.
+  Delete "$Data\Report Generator.chm"
 FunctionEnd
 
 Section

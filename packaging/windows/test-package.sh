@@ -152,6 +152,7 @@ check "it registers the installation folder" in_registry "$framework" InstallPat
 check "it is in the list of installed apps" in_registry "$entry" DisplayVersion "$version"
 check "with a command that asks nothing" in_registry "$entry" QuietUninstallString "\"$programs\\uninstall.exe\" /S"
 check "it is in the start menu" test -f "$shortcut"
+check "the help is beside the program alone" not test -e "$(unix "$data")/Report Generator.chm"
 check "the installed programs generate CSV, XLSX and PDF" three_formats "$programs" "$data"
 
 run 600 "$programs\\quillmark.exe" >/dev/null 2>&1 &

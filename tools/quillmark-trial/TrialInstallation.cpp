@@ -37,12 +37,20 @@ QByteArray packagesIni()
     return text;
 }
 
-constexpr char kReadMe[] = R"(Quillmark trial installation
+constexpr char kAboutSamples[] = R"(Quillmark trial installation
 ============================
 
 The events in this installation are SAMPLE DATA: made by a generator, about an invented company.
 None of them happened. Every row says "sample data" in its column data_source.
+)";
 
+constexpr char kAboutNoEvents[] = R"(Quillmark installation
+======================
+
+The event databases of this installation are empty: import your own logs.
+)";
+
+constexpr char kReadMe[] = R"(
   Packages.ini                          the three event-log packages
   Packages/<word>/Query Groups/...      report groups and report queries (.rqn)
   Packages/<word>/Layouts/...           report layouts (.rpt)
@@ -50,7 +58,7 @@ None of them happened. Every row says "sample data" in its column data_source.
   Config/                               scheduled reports, e-mail settings, data sources
   Reports/                              reports that go to a file
   Logs/                                 the application log and the record of all runs
-  Report Generator.chm                  the help
+  Report Generator.chm                  the help, unless it is beside the program
 
 To report on your own logs, import them into a new database and put that in the place of EventLog.db:
 
@@ -161,7 +169,7 @@ void TrialInstallation::copySamples() const
 
 void TrialInstallation::writeTexts() const
 {
-    files::saveAtomically(m_path + QStringLiteral("README.txt"), kReadMe);
+    files::saveAtomically(m_path + QStringLiteral("README.txt"), QByteArray(m_options.rows > 0 ? kAboutSamples : kAboutNoEvents) + kReadMe);
     // Last, as the program looks for this file: an installation that was not finished is none.
     files::saveAtomically(m_path + QStringLiteral("Packages.ini"), packagesIni());
 }
