@@ -63,6 +63,8 @@ source_version() {
 }
 licence() { with_line_ends "$2" >"$folder/licences/$1.txt"; }
 with_line_ends "$here/third-party.txt" >"$folder/THIRD-PARTY.txt"
+printf '%s\r\n' '' "They were built from Debian's source packages (https://deb.debian.org/debian, https://snapshot.debian.org) by the scripts in packaging/windows:" \
+  >>"$folder/THIRD-PARTY.txt"
 for package in curl expat fmtlib fribidi harfbuzz libdeflate spdlog sqlite3 zlib; do
   licence "$package" "$work/src/$package/debian/copyright"
   printf '  %-24s %s\r\n' "$package" "$(source_version "$package")" >>"$folder/THIRD-PARTY.txt"

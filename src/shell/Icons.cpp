@@ -5,7 +5,7 @@
 /// Resources of a static library are linked in by name; the macro needs the global namespace.
 static void initShellResources()
 {
-    Q_INIT_RESOURCE(shell);
+    Q_INIT_RESOURCE(qm_shell_texts);
     Q_INIT_RESOURCE(qm_shell_pictures);
 }
 
