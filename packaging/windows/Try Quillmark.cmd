@@ -4,6 +4,8 @@ setlocal
 set "KEY=SOFTWARE\Tarrowind\Quillmark\Report Framework\8.50.000"
 set "TRIAL=%LOCALAPPDATA%\Quillmark Trial"
 
+if not exist "%~dp0quillmark.exe" goto alone
+
 reg query "HKLM\%KEY%" /v InstallPath /reg:64 >nul 2>&1
 if not errorlevel 1 goto open
 reg query "HKCU\%KEY%" /v InstallPath /reg:64 >nul 2>&1
@@ -21,6 +23,11 @@ if errorlevel 1 goto failed
 :open
 start "" "%~dp0quillmark.exe"
 exit /b 0
+
+:alone
+echo The program is not beside this file. Unpack the whole zip into a folder and start it from there.
+pause
+exit /b 1
 
 :failed
 echo The trial installation was not made. Remove the cause and start this again.

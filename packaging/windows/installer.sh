@@ -6,7 +6,7 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 build=$(realpath "$1")
 out=$(realpath "$2")
-need_packages nsis
+need_packages nsis imagemagick librsvg2-bin
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 folder=$out/Quillmark-$version
 [ -f "$folder/quillmark.exe" ] || fail "$folder is not packed; run packaging/windows/pack.sh"
@@ -17,6 +17,10 @@ trap 'rm -rf "$stage"' EXIT
 cp -rp "$folder" "$stage/program"
 rm "$stage/program/Try Quillmark.cmd"
 
+# The picture beside the first and the last page, twice as large as shown for fine screens.
+rsvg-convert --width 176 --height 176 --output "$stage/mark.png" "$project/src/shell/icons/quillmark.svg"
+convert -size 328x628 gradient:'#f2f6fc'-'#c9daf2' "$stage/mark.png" -gravity north -geometry +0+120 -composite -type truecolor "BMP3:$stage/side.bmp"
+
 # Uninstalling removes these and nothing else.
 (
   cd "$stage/program"
@@ -26,6 +30,6 @@ rm "$stage/program/Try Quillmark.cmd"
 
 setup=$out/Quillmark-$version-setup.exe
 SOURCE_DATE_EPOCH=$(stat -c %Y "$folder") makensis -V2 -WX -INPUTCHARSET UTF8 -DVERSION="$version" -DFOLDER="$stage/program" -DFILES="$stage/files.nsh" \
-  -DICON="$build/resources/quillmark.ico" -DKILOBYTES="$(du -sk --apparent-size "$stage/program" | cut -f1)" -DOUTPUT="$setup" "$here/setup.nsi" >"$out/setup.log" 2>&1 \
+  -DICON="$build/resources/quillmark.ico" -DPICTURE="$stage/side.bmp" -DKILOBYTES="$(du -sk --apparent-size "$stage/program" | cut -f1)" -DOUTPUT="$setup" "$here/setup.nsi" >"$out/setup.log" 2>&1 \
   || { tail -20 "$out/setup.log" >&2; fail "the set-up was not made"; }
 rm "$out/setup.log"

@@ -1,5 +1,5 @@
 ; The per-machine set-up. installer.sh passes VERSION, FOLDER (the packed folder), FILES (what it holds, to remove it again), ICON,
-; KILOBYTES and OUTPUT.
+; PICTURE, KILOBYTES and OUTPUT.
 ;
 ;   Quillmark-VERSION-setup.exe [/S] [/DATA=folder] [/EMPTY] [/OPERATORS=group] [/D=program folder]
 ;     /S          asks nothing; what went wrong is in "%TEMP%\Quillmark set-up.log", the exit code is then 2
@@ -62,6 +62,7 @@ Var PurgeBox
 
 !define MUI_ICON "${ICON}"
 !define MUI_UNICON "${ICON}"
+!define MUI_WELCOMEFINISHPAGE_BITMAP "${PICTURE}"
 !define MUI_ABORTWARNING
 !define MUI_WELCOMEPAGE_TEXT "This installs ${PRODUCT} ${VERSION} for everybody who uses this computer.$\r$\n$\r$\nClose the program, if it is open, before you go on."
 !insertmacro MUI_PAGE_WELCOME

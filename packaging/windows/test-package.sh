@@ -12,7 +12,7 @@ set -euo pipefail
 build=$(realpath "${1:-$project/build/win}")
 package=$(realpath "${2:-$build/package}")
 pictures=$build/package-test
-need_packages unzip imagemagick python3-openpyxl poppler-utils
+need_packages unzip imagemagick xdotool python3-openpyxl poppler-utils
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 zip=$package/Quillmark-$version-windows-x64.zip
 setup=$package/Quillmark-$version-setup.exe
@@ -21,7 +21,8 @@ setup=$package/Quillmark-$version-setup.exe
 temporary=$(mktemp -d "${TMPDIR:-/tmp}/quillmark-package-XXXXXX")
 export QM_WINE_PREFIX=$temporary/prefix LC_ALL=C.UTF-8 TZ=Europe/Berlin
 . "$here/wine.sh"
-unset WINEPATH
+# Nothing of the build helps the packed programs.
+unset WINEPATH WINEQT_PLUGIN_PATH WINEQT_QPA_FONTDIR WINEQT_QPA_PLATFORM
 server=$(command -v wineserver64 || echo /usr/lib/wine/wineserver64)
 trap '"$server" -k 2>/dev/null || true; "$server" -w 2>/dev/null || true; rm -rf "$temporary"' EXIT
 need_wine
@@ -55,8 +56,14 @@ until_so() {
     sleep 0.5
   done
 }
-# runs FOLDER: whether a window program of that folder runs.
-runs() { pgrep -f -- "${1//\\/\\\\}.quillmark\.exe" >/dev/null; }
+# runs FOLDER: whether a window program of that folder runs in this prefix.
+runs() {
+  local process
+  for process in $(pgrep -f -- "${1//\\/\\\\}.quillmark\.exe"); do
+    ! grep -qzxF "WINEPREFIX=$WINEPREFIX" "/proc/$process/environ" 2>/dev/null || return 0
+  done
+  return 1
+}
 in_registry() { # KEY VALUE EXPECTED
   run 60 reg query "$1" /v "$2" /reg:64 >"$temporary/registry" 2>&1 && iconv -f CP850 -t UTF-8 "$temporary/registry" | tr -d '\r' | grep -qF -- "    $3" || { cat "$temporary/registry"; return 1; }
 }
@@ -82,12 +89,12 @@ for row in rows[1:6]:
 PY
 }
 
-# shows_window NAME: within a while the screen shows more than an empty desktop; keeps the picture.
+# shows_window NAME: the main window is on the screen, by its title, with more than a plain surface; keeps the picture.
 shows_window() {
   local colours
   import -window root "$pictures/$1.png"
   colours=$(identify -format %k "$pictures/$1.png")
-  [ "$colours" -gt 100 ]
+  [ "$colours" -gt 100 ] && xdotool search --onlyvisible --name '^Quillmark SQL Report Generator V'
 }
 # closes FOLDER: the program ends when it is asked to.
 closes() {
@@ -108,13 +115,16 @@ done
 check "the trial installation is laid out" run 180 "$folder\\quillmark-trial.exe" --to "$place\\Versuch"
 check "the unpacked program generates CSV, XLSX and PDF" three_formats "$folder" "$place\\Versuch"
 framework='HKLM\SOFTWARE\Tarrowind\Quillmark\Report Framework\8.50.000'
+mkdir "$drive/alone"
+cp "$drive/Auf Probe Müller/Quillmark-$version/Try Quillmark.cmd" "$drive/alone/"
+check "a double click inside the zip is told to unpack it" grep -q 'Unpack the whole zip' <(run 60 cmd /c 'C:\alone\Try Quillmark.cmd' </dev/null 2>&1)
 check "the double click lays out a trial and opens the window" run 240 cmd /c "$folder\\Try Quillmark.cmd"
 local_data=$(run 60 cmd /c 'echo %LOCALAPPDATA%' | tr -d '\r\n')
 check "the trial is registered for the user" in_registry "${framework/HKLM/HKCU}" InstallPath "$local_data\\Quillmark Trial\\"
 check "the window shows" until_so 60 shows_window zip
 sleep 10
 check "the program still runs" runs "$folder"
-shows_window zip || true
+check "and its window is still there" shows_window zip
 check "the program ends when asked to" closes "$folder"
 check "nothing is registered for the machine" not has_key 'HKLM\SOFTWARE\Tarrowind'
 run 60 reg delete 'HKCU\SOFTWARE\Tarrowind' /f /reg:64 >/dev/null 2>&1
@@ -160,7 +170,7 @@ window=$!
 check "the installed window shows" until_so 60 shows_window setup
 sleep 10
 check "the installed program still runs" runs "$programs"
-shows_window setup || true
+check "and its window is still there" shows_window setup
 check "installing over a running program is refused" ends_with 2 install
 check "nothing was changed by that" installed
 check "uninstalling a running program is refused" ends_with 2 uninstall_here
