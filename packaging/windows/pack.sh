@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the Windows programs and packs them: a folder that runs by a double click, the same as a zip, and the per-machine set-up.
 #   packaging/windows/pack.sh [BUILD_FOLDER] [OUTPUT_FOLDER]      (default build/win and its folder "package")
-# Environment: that of configure.sh. The same sources and libraries give the same zip.
+# Environment: that of configure.sh. The same sources and libraries give the same bytes.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 build=${1:-$project/build/win}
@@ -29,7 +29,7 @@ add_program() {
   local target=$folder${2:+/$2} dll place lower
   [ ! -f "$target/$(basename "$1")" ] || return 0
   mkdir -p "$target"
-  $triplet-strip --strip-all -o "$target/$(basename "$1")" "$1"
+  $triplet-strip --strip-all --preserve-dates -o "$target/$(basename "$1")" "$1"
   for dll in $(imports "$1"); do
     for place in "$qt/bin" "$prefix/bin"; do
       if [ -f "$place/$dll" ]; then

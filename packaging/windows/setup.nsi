@@ -1,4 +1,4 @@
-; The per-machine set-up. installer.sh passes VERSION, FOLDER (the packed folder), FILES (what it holds, to remove it again), ICON,
+; The per-machine set-up. installer.sh passes VERSION, FOLDER (the packed folder), INSTALL and REMOVE (what it holds), ICON,
 ; PICTURE, KILOBYTES and OUTPUT.
 ;
 ;   Quillmark-VERSION-setup.exe [/S] [/DATA=folder] [/EMPTY] [/OPERATORS=group] [/D=program folder]
@@ -403,8 +403,7 @@ Section
     RMDir "$Previous"
   ${EndIf}
 
-  SetOutPath "$INSTDIR"
-  File /r "${FOLDER}\*"
+  !include "${INSTALL}"
   WriteUninstaller "$INSTDIR\uninstall.exe"
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayName" "${PRODUCT}"
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"
@@ -479,7 +478,7 @@ FunctionEnd
 Section "Uninstall"
   Push $INSTDIR
   Call un.EnsureNotRunning
-  !include "${FILES}"
+  !include "${REMOVE}"
   Delete "$INSTDIR\uninstall.exe"
   SetOutPath "$TEMP"
   RMDir "$INSTDIR"
