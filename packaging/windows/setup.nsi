@@ -10,6 +10,8 @@
 ;     /PURGE      deletes the installation folder too
 Target amd64-unicode
 SetCompressor /SOLID lzma
+; A file that cannot be written ends the set-up; where nobody is asked it would be left out in silence.
+AllowSkipFiles off
 !include MUI2.nsh
 !include LogicLib.nsh
 !include nsDialogs.nsh
@@ -84,6 +86,7 @@ Function ${un}Fail
   MessageBox MB_OK|MB_ICONSTOP "$R9" /SD IDOK
   Push "$R9"
   Call ${un}Note
+  StrCpy $Problem "told"
   SetErrorLevel 2
   Quit
 FunctionEnd
@@ -204,6 +207,14 @@ Function .onInit
   ${EndIf}
   ClearErrors
   Call TrimData
+FunctionEnd
+
+; Also called after Fail, which has said what was wrong.
+Function .onInstFailed
+  ${If} $Problem != "told"
+    Push "Not every file of the program could be written in $INSTDIR. Make room there, end what uses the folder, and start the set-up again."
+    Call Note
+  ${EndIf}
 FunctionEnd
 
 Function TrimData
@@ -360,12 +371,20 @@ FunctionEnd
 ; A new installation folder: rights first, as the files inherit them. What the program loads as plug-ins only administrators may put there.
 Function LayOutData
   DetailPrint "Laying out $Data"
+  StrCpy $R3 "$APPDATA\${COMPANY}"
+  ${If} $Data != "$R3\Quillmark"
+  ${OrIf} ${FileExists} "$R3\*.*"
+    StrCpy $R3 ""
+  ${EndIf}
   CreateDirectory "$Data\Components"
   ${IfNot} ${FileExists} "$Data\Components\*.*"
     Push "The installation folder $Data cannot be made. Check the drive and its rights, or choose another folder, and start the set-up again."
     Call Fail
   ${EndIf}
   StrCpy $R0 '"$SYSDIR\icacls.exe"'
+  ${If} $R3 != "" ; or users could put another folder, with plug-ins of their own, in the place of this one
+    !insertmacro Run "The rights of $R3 could not be set." '$R0 "$R3" /inheritance:r /grant:r "${SYSTEM}:(OI)(CI)F" "${ADMINISTRATORS}:(OI)(CI)F" "${USERS}:(OI)(CI)RX"'
+  ${EndIf}
   ${If} $Operators == "${USERS}"
     !insertmacro Run "The users could not be given the right to write in $Data." '$R0 "$Data" /grant "${USERS}:(OI)(CI)M"'
   ${Else}
@@ -401,6 +420,10 @@ Section
     ${EndIf}
     Delete "$Previous\uninstall.exe"
     RMDir "$Previous"
+    ; Should this not come to its end, the next start still finds the folder in use.
+    ${If} ${FileExists} "$Data\Packages.ini"
+      WriteRegStr HKLM "${VALUE_KEY}" "InstallPath" "$Data\"
+    ${EndIf}
   ${EndIf}
 
   !include "${INSTALL}"
