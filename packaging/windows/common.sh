@@ -49,6 +49,7 @@ lists_sources() { [ -n "$(apt-cache showsrc zlib 2>/dev/null)" ]; }
 need_sources() {
   ! lists_sources || return 0
   local list=/etc/apt/sources.list.d
+  as_root true || fail "apt knows no source packages, and only root may add them: add deb-src lines to $list and run apt-get update"
   if [ -f $list/debian.sources ]; then
     sed 's/^Types:.*/Types: deb-src/' $list/debian.sources | as_root tee $list/debian-src.sources >/dev/null
   else
