@@ -15,8 +15,8 @@ class HelpDisplay
 {
 public:
     virtual ~HelpDisplay() = default;
-    /// Shows \p path, which exists, at \p context in front of the window in use; an unknown number shows the page to begin with.
-    /// \throws RuntimeError 429 when it cannot be shown, with the reason.
+    /// Shows \p path at \p context in front of the window in use; an unknown number shows the page to begin with. A file that is shown
+    /// already may be gone meanwhile. \throws RuntimeError 53 when it is missing, another when it cannot be shown, with the reason.
     virtual void show(const QString &path, int context) = 0;
     virtual void close() = 0;
     /// The program's own window; null where none was opened or the system shows its own.

@@ -2,6 +2,7 @@
 
 #include "core/RuntimeError.h"
 #include "help/HelpDisplay.h"
+#include "platform/Files.h"
 #include "platform/SystemFileWindows.h"
 
 #include <QApplication>
@@ -42,6 +43,8 @@ public:
 
     void show(const QString &path, int context) override
     {
+        if (!files::fileExists(path))
+            raise(err::fileNotFound, QStringLiteral("the help file \"%1\" is missing; install it again").arg(path));
         if (!htmlHelp())
             raise(err::cannotCreateObject, QStringLiteral("this Windows has no viewer for the help file \"%1\" (hhctrl.ocx)").arg(path));
         // The viewer takes no doubled separators.

@@ -1,6 +1,5 @@
 #include "help/HelpFile.h"
 
-#include "core/RuntimeError.h"
 #include "platform/Files.h"
 
 #include <QCoreApplication>
@@ -18,12 +17,9 @@ QString HelpFile::effectivePath() const
 
 void HelpFile::showContext(int context)
 {
-    const QString path = effectivePath();
-    if (!files::fileExists(path))
-        raise(err::fileNotFound, QStringLiteral("the help file \"%1\" is missing; install it again").arg(path));
     if (!m_display)
         m_display = makeHelpDisplay(m_stateFile);
-    m_display->show(path, context);
+    m_display->show(effectivePath(), context);
 }
 
 void HelpFile::closeWindow()
