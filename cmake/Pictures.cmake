@@ -2,6 +2,7 @@
 
 if(CMAKE_CROSSCOMPILING)
     set(host ${CMAKE_BINARY_DIR}/host/picture-compiler)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS tools/picture-compiler/main.cpp) # it is built by configuring
     execute_process(
         COMMAND ${CMAKE_COMMAND} -E env --unset=CC --unset=CXX ${CMAKE_COMMAND} -S ${PROJECT_SOURCE_DIR}/tools/picture-compiler -B ${host} -G Ninja
                 -DCMAKE_BUILD_TYPE=Release
