@@ -59,6 +59,10 @@ public:
                       "to this machine and choose Unblock in its properties")
                       .arg(native));
         m_shown = true;
+        // A window that was open already stays where it is.
+        if (IsIconic(shown))
+            ShowWindow(shown, SW_RESTORE);
+        SetForegroundWindow(shown);
     }
 
     /// The viewer works in this process: it must have closed its windows before the program ends.
