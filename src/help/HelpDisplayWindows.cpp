@@ -5,9 +5,7 @@
 #include "platform/Files.h"
 #include "platform/SystemFileWindows.h"
 
-#include <QApplication>
 #include <QDir>
-#include <QWidget>
 
 #include <htmlhelp.h>
 
@@ -27,15 +25,6 @@ HtmlHelpCall htmlHelp()
     return call;
 }
 
-/// The window that asks, which the help then stays in front of.
-HWND asker()
-{
-    const QWidget *window = QApplication::activeModalWidget();
-    if (!window)
-        window = QApplication::activeWindow();
-    return window ? reinterpret_cast<HWND>(window->winId()) : GetDesktopWindow();
-}
-
 class SystemHelpDisplay final : public HelpDisplay
 {
 public:
@@ -49,9 +38,11 @@ public:
             raise(err::cannotCreateObject, QStringLiteral("this Windows has no viewer for the help file \"%1\" (hhctrl.ocx)").arg(path));
         // The viewer takes no doubled separators.
         const QString native = QDir::toNativeSeparators(QDir::cleanPath(path));
-        HWND shown = htmlHelp()(asker(), win::wide(native), HH_HELP_CONTEXT, static_cast<DWORD_PTR>(context));
+        // It belongs to no window of the program: it would go with the dialog that asked first, and could not be shown again.
+        const HWND owner = GetDesktopWindow();
+        HWND shown = htmlHelp()(owner, win::wide(native), HH_HELP_CONTEXT, static_cast<DWORD_PTR>(context));
         if (!shown)
-            shown = htmlHelp()(asker(), win::wide(native), HH_DISPLAY_TOPIC, 0);
+            shown = htmlHelp()(owner, win::wide(native), HH_DISPLAY_TOPIC, 0);
         if (!shown)
             raise(err::cannotCreateObject,
                   QStringLiteral(
