@@ -9,8 +9,12 @@ if not exist "%~dp0quillmark.exe" goto alone
 reg query "HKLM\%KEY%" /v InstallPath /reg:64 >nul 2>&1
 if not errorlevel 1 goto open
 reg query "HKCU\%KEY%" /v InstallPath /reg:64 >nul 2>&1
-if not errorlevel 1 goto open
+if errorlevel 1 goto trial
+rem Another installation of this user's is opened as it is; the trial's folder may have been deleted since.
+reg query "HKCU\%KEY%" /v InstallPath /reg:64 | find /i "%TRIAL%\" >nul
+if errorlevel 1 goto open
 
+:trial
 if exist "%TRIAL%\Packages.ini" goto register
 echo Laying out a trial installation in "%TRIAL%" ...
 "%~dp0quillmark-trial.exe" --to "%TRIAL%"

@@ -241,9 +241,9 @@ FunctionEnd
 ; Sets $Problem to what keeps $Data from being the installation folder.
 Function CheckData
   StrCpy $Problem ""
-  StrCpy $R1 $Data 1 1
+  StrCpy $R1 $Data 2 1
   StrCpy $R2 $Data 2
-  ${If} $R1 != ":"
+  ${If} $R1 != ":\"
   ${AndIf} $R2 != "\\"
     StrCpy $Problem 'The installation folder "$Data" is not a full path. Write it with its drive, for example C:\ProgramData\${COMPANY}\Quillmark.'
     Return
@@ -255,6 +255,10 @@ Function CheckData
       StrCpy $Problem "The installation folder $Data holds a quotation mark. Write it without a backslash at its end."
       Return
     ${EndIf}
+    ${If} $R1 == "/"
+      StrCpy $Problem "The installation folder $Data holds a slash. Write it with backslashes."
+      Return
+    ${EndIf}
     IntOp $R3 $R3 + 1
   ${LoopUntil} $R1 == ""
   ${GetRoot} "$Data" $R1
@@ -264,6 +268,7 @@ Function CheckData
   ${EndIf}
   !insertmacro RefuseInside "$INSTDIR" "where the program's own files are: they are removed with the program."
   !insertmacro RefuseInside "$PROGRAMFILES64" "where only administrators may write."
+  !insertmacro RefuseInside "$PROGRAMFILES32" "where only administrators may write."
   !insertmacro RefuseInside "$WINDIR" "which belongs to Windows."
   ${If} $Problem == ""
   ${AndIfNot} ${FileExists} "$Data\Packages.ini"
