@@ -1,5 +1,7 @@
 #include "core/LocalZone.h"
 
+#include <atomic>
+
 #include <windows.h>
 
 namespace qm::zone {
@@ -14,11 +16,34 @@ std::int64_t secondsOf(const FILETIME &time)
     return static_cast<std::int64_t>((static_cast<std::uint64_t>(time.dwHighDateTime) << 32U) | time.dwLowDateTime) / kTicksPerSecond;
 }
 
+/// Counts the refreshes.
+std::atomic<unsigned> generation{1};
+
+/// The rules of the machine's zone in \p year, kept until the next refresh: the system reads them out of its registry.
+/// \returns null when the system has none.
+const TIME_ZONE_INFORMATION *rulesOf(WORD year)
+{
+    struct Known
+    {
+        unsigned generation = 0;
+        WORD year = 0;
+        bool good = false;
+        TIME_ZONE_INFORMATION rules{};
+    };
+    thread_local Known known;
+    if (const unsigned now = generation; known.generation != now || known.year != year) {
+        known.generation = now;
+        known.year = year;
+        known.good = GetTimeZoneInformationForYear(year, nullptr, &known.rules) != 0;
+    }
+    return known.good ? &known.rules : nullptr;
+}
+
 } // namespace
 
 void refresh() noexcept
 {
-    // The system is asked for its zone at each conversion.
+    ++generation;
 }
 
 std::int64_t offsetAt(std::int64_t unixSecond) noexcept
@@ -29,9 +54,10 @@ std::int64_t offsetAt(std::int64_t unixSecond) noexcept
     SYSTEMTIME utc{};
     SYSTEMTIME local{};
     FILETIME wall{};
-    TIME_ZONE_INFORMATION rules{}; // of the machine's zone in the instant's own year
-    if (seconds < 0 || !FileTimeToSystemTime(&instant, &utc) || !GetTimeZoneInformationForYear(utc.wYear, nullptr, &rules) ||
-        !SystemTimeToTzSpecificLocalTime(&rules, &utc, &local) || !SystemTimeToFileTime(&local, &wall))
+    if (seconds < 0 || !FileTimeToSystemTime(&instant, &utc))
+        return 0;
+    const TIME_ZONE_INFORMATION *rules = rulesOf(utc.wYear);
+    if (rules == nullptr || !SystemTimeToTzSpecificLocalTime(rules, &utc, &local) || !SystemTimeToFileTime(&local, &wall))
         return 0;
     return secondsOf(wall) - seconds;
 }
