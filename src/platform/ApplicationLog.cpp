@@ -3,9 +3,15 @@
 #include "platform/Files.h"
 
 #include <QFile>
+#include <QScopeGuard>
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/rotating_file_sink.h>
+
+#ifdef Q_OS_WIN
+#include "platform/Sha256.h"
+#include "platform/SystemFileWindows.h"
+#endif
 
 namespace qm {
 
@@ -47,11 +53,51 @@ std::string escaped(const QString &text)
     return line.toStdString();
 }
 
+#ifdef Q_OS_WIN
+
+/// Takes turns with whoever writes the same log: appending is two steps on Windows, and a line written between them would be lost.
+class Turns final
+{
+public:
+    explicit Turns(const QString &path)
+    {
+        Sha256 sum;
+        sum.update(path.toCaseFolded().toStdString());
+        m_mutex = win::Handle(CreateMutexW(nullptr, FALSE, win::wide(QStringLiteral("Global\\quillmark-log-") + sum.hex().first(16))));
+    }
+    void take() const
+    {
+        if (m_mutex.isOpen())
+            WaitForSingleObject(m_mutex.get(), INFINITE);
+    }
+    void give() const
+    {
+        if (m_mutex.isOpen())
+            ReleaseMutex(m_mutex.get());
+    }
+
+private:
+    win::Handle m_mutex;
+};
+
+#else
+
+/// A line is appended in one step here.
+struct Turns final
+{
+    explicit Turns(const QString &) {}
+    void take() const {}
+    void give() const {}
+};
+
+#endif
+
 } // namespace
 
 struct ApplicationLog::Sink
 {
     spdlog::logger logger;
+    Turns turns;
 };
 
 ApplicationLog::ApplicationLog(const QString &installPath, const QString &program)
@@ -61,7 +107,7 @@ ApplicationLog::ApplicationLog(const QString &installPath, const QString &progra
     try {
         const QString path = installPath + QStringLiteral("Logs") + kSep + program + QStringLiteral(".log");
         auto file = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(fileName(path), kFileSize, kOldFiles);
-        m_sink = std::make_unique<Sink>(Sink{spdlog::logger(program.toStdString(), std::move(file))});
+        m_sink = std::make_unique<Sink>(Sink{spdlog::logger(program.toStdString(), std::move(file)), Turns(path)});
         m_sink->logger.set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %P %l: %v");
         m_sink->logger.flush_on(spdlog::level::trace);
         m_sink->logger.set_error_handler([](const std::string &) {});
@@ -80,7 +126,10 @@ void ApplicationLog::write(Level level, const QString &text) noexcept
         const auto severity = level == Level::Info      ? spdlog::level::info
                               : level == Level::Warning ? spdlog::level::warn
                                                         : spdlog::level::err;
-        m_sink->logger.log(severity, spdlog::string_view_t(escaped(text)));
+        const std::string line = escaped(text);
+        m_sink->turns.take();
+        const auto end = qScopeGuard([this] { m_sink->turns.give(); });
+        m_sink->logger.log(severity, spdlog::string_view_t(line));
     } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): a log that cannot be written stays silent
     }
 }
