@@ -42,6 +42,17 @@ DWORD writeAccessList(const std::wstring &path, PACL list, DWORD more = 0)
     return SetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | more, nullptr, nullptr, list, nullptr);
 }
 
+/// \returns the owner, inside \p descriptor; null when the system does not tell.
+PSID readOwner(const std::wstring &path, Local<void> &descriptor)
+{
+    PSID owner = nullptr;
+    PSECURITY_DESCRIPTOR read = nullptr;
+    const DWORD code =
+        GetNamedSecurityInfoW(path.c_str(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr, nullptr, &read);
+    descriptor.reset(read);
+    return code == ERROR_SUCCESS ? owner : nullptr;
+}
+
 /// A piece of what the system knows about this process's user.
 std::vector<std::byte> tokenInformation(TOKEN_INFORMATION_CLASS kind)
 {
@@ -122,17 +133,29 @@ void makePrivate(const std::wstring &path, const QString &shownAs)
 
 bool isOwnFile(const std::wstring &path)
 {
-    PSID owner = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD code =
-        GetNamedSecurityInfoW(path.c_str(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr, nullptr, &descriptor);
-    const Local<void> owned(descriptor);
-    if (code != ERROR_SUCCESS || owner == nullptr)
+    Local<void> descriptor;
+    const PSID owner = readOwner(path, descriptor);
+    if (owner == nullptr)
         return false;
     const auto user = tokenInformation(TokenUser);
     const auto maker = tokenInformation(TokenOwner); // the administrators' group for what an administrator makes
     return (!user.empty() && EqualSid(owner, reinterpret_cast<const TOKEN_USER *>(user.data())->User.Sid)) ||
            (!maker.empty() && EqualSid(owner, reinterpret_cast<const TOKEN_OWNER *>(maker.data())->Owner));
+}
+
+QString ownerOf(const std::wstring &path)
+{
+    Local<void> descriptor;
+    const PSID owner = readOwner(path, descriptor);
+    std::array<wchar_t, 257> name{}; // the longest account name has 256 characters
+    std::array<wchar_t, 257> domain{};
+    auto nameSize = static_cast<DWORD>(name.size());
+    auto domainSize = static_cast<DWORD>(domain.size());
+    SID_NAME_USE use{};
+    if (owner == nullptr || !LookupAccountSidW(nullptr, owner, name.data(), &nameSize, domain.data(), &domainSize, &use))
+        return {};
+    const QString account = QString::fromWCharArray(name.data());
+    return domain[0] == L'\0' ? account : QString::fromWCharArray(domain.data()) + u'\\' + account;
 }
 
 } // namespace qm::win

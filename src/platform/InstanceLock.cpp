@@ -79,7 +79,7 @@ QString InstanceLock::holder() const
     qint64 process = 0;
     QString host;
     QString program;
-    const QString user = QFileInfo(m_state->path).owner();
+    const QString user = RaiseChannel::ownerOf(m_state->path);
     QString who = user.isEmpty() ? QStringLiteral("another user") : QStringLiteral("the user \"%1\"").arg(user);
     if (!m_state->lock.getLockInfo(&process, &host, &program))
         return who;

@@ -22,6 +22,8 @@ public:
     static void ask(const QString &lockFile);
     /// Whether the file at \p path belongs to the user this process runs as.
     [[nodiscard]] static bool isOwnFile(const QString &path);
+    /// The name of the user whom it belongs to; empty when the system does not tell.
+    [[nodiscard]] static QString ownerOf(const QString &path);
 
 Q_SIGNALS:
     void asked();

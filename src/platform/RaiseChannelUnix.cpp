@@ -93,4 +93,9 @@ bool RaiseChannel::isOwnFile(const QString &path)
     return entry && entry->st_uid == ::geteuid();
 }
 
+QString RaiseChannel::ownerOf(const QString &path)
+{
+    return QFileInfo(path).owner();
+}
+
 } // namespace qm

@@ -56,4 +56,9 @@ bool RaiseChannel::isOwnFile(const QString &path)
     return entryAt(path) && win::isOwnFile(native(path));
 }
 
+QString RaiseChannel::ownerOf(const QString &path)
+{
+    return entryAt(path) ? win::ownerOf(native(path)) : QString();
+}
+
 } // namespace qm
