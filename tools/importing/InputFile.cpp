@@ -1,18 +1,19 @@
 #include "importing/InputFile.h"
 
 #include "importing/ImportError.h"
+#include "importing/StandardInput.h"
 
 #include <QDateTime>
 #include <QFileInfo>
 
 #include <algorithm>
-#include <cstdio>
 
 namespace qm {
 
 namespace {
 
 constexpr qint64 kBlockBytes = 256 * 1024;
+constexpr int kStandardInput = 0; ///< as a stream of the C library it would read its end as an error on Windows
 constexpr std::size_t kLongestLine = 64UL * 1024 * 1024;
 
 bool isPlain(std::string_view text)
@@ -25,7 +26,8 @@ bool isPlain(std::string_view text)
 InputFile::InputFile(const QString &path) : m_name(path == QStringLiteral("-") ? QStringLiteral("standard input") : path)
 {
     if (path == QStringLiteral("-")) {
-        if (!m_file.open(stdin, QIODevice::ReadOnly | QIODevice::Unbuffered))
+        useStandardInputBytes();
+        if (!m_file.open(kStandardInput, QIODevice::ReadOnly | QIODevice::Unbuffered))
             failImport(err::deviceIo, QStringLiteral("standard input cannot be read"));
     } else {
         const QFileInfo info(path);
