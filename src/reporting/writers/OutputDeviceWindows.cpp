@@ -7,9 +7,6 @@
 
 #include <algorithm>
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
 #include <windows.h>
 
 namespace qm {
@@ -18,6 +15,7 @@ namespace {
 
 /// ERROR_DISK_QUOTA_EXCEEDED, which not every set of headers names.
 constexpr DWORD kQuotaExceeded = 1295;
+constexpr qsizetype kLongestName = 255; ///< characters of one part of a path
 
 QString systemWords(DWORD code)
 {
@@ -107,6 +105,9 @@ void OutputFile::Device::State::examineTarget() const
 {
     if (target.isEmpty() || target.contains(QChar(u'\0'))) {
         fail(err::badFileName, QStringLiteral("The report cannot be named"), target, QStringLiteral("give the name of a file."));
+    }
+    if (QFileInfo(target).fileName().size() > kLongestName) {
+        failInFolder(target, ERROR_FILENAME_EXCED_RANGE);
     }
     const DWORD attributes = GetFileAttributesW(native(target).c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
