@@ -47,19 +47,25 @@ endfunction()
 
 # qm_add_test(name [DISPLAY] [TIMEOUT seconds] LINK target...): tests/<name>.cpp as one QtTest program.
 # Temporary files lie in memory where the system has such a folder: tests save durably thousands of times.
-# Tests run off screen; DISPLAY runs the program in a virtual X display of its own.
+# Tests run off screen; DISPLAY runs the program in a virtual X display of its own. Cross-built ones run in the emulator, which starts
+# slowly; those with windows share its display and so run one at a time.
 function(qm_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY" "TIMEOUT" "LINK")
     add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE ${arg_LINK} qm_test_support Qt6::Test qm_build)
-    set(command $<TARGET_FILE:${name}>)
+    set(command ${name})
     set(platform offscreen)
-    if(arg_DISPLAY)
+    if(arg_DISPLAY AND CMAKE_CROSSCOMPILING)
+        set(platform windows)
+    elseif(arg_DISPLAY)
         set(command xvfb-run -a -s "-screen 0 1280x1024x24" $<TARGET_FILE:${name}>)
         set(platform xcb)
     endif()
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
+    endif()
+    if(CMAKE_CROSSCOMPILING)
+        math(EXPR arg_TIMEOUT "2 * ${arg_TIMEOUT}")
     endif()
     add_test(NAME ${name} COMMAND ${command})
     set(temporary "")
@@ -68,4 +74,7 @@ function(qm_add_test name)
     endif()
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
         ENVIRONMENT "${temporary}QT_QPA_PLATFORM=${platform};TZ=Europe/Berlin;LC_ALL=C.UTF-8;QM_BIN_DIR=${CMAKE_RUNTIME_OUTPUT_DIRECTORY};QM_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
+    if(platform STREQUAL windows)
+        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK display)
+    endif()
 endfunction()

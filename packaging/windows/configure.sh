@@ -29,5 +29,6 @@ export QM_WINDOWS_PREFIX=$prefix
 cmake -S "$project" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-Release}" -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG" \
   -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_TOOLCHAIN_FILE="$qt/lib/cmake/Qt6/qt.toolchain.cmake" \
   -DQT_CHAINLOAD_TOOLCHAIN_FILE="$here/toolchain.cmake" -DQT_HOST_PATH=/usr \
-  -DQT_HOST_PATH_CMAKE_DIR="/usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)/cmake" -DQM_WINDOWS_PREFIX="$prefix"
+  -DQT_HOST_PATH_CMAKE_DIR="/usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)/cmake" -DQM_WINDOWS_PREFIX="$prefix" \
+  -DCMAKE_CROSSCOMPILING_EMULATOR="env;QM_WINDOWS_WORK=$work;$here/wine-run.sh"
 say "configured; build with: ninja -C $build -j$jobs"

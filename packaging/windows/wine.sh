@@ -1,10 +1,15 @@
 # Sourced: runs Windows programs of this project under Wine. Needs common.sh before it.
-# Wine hands no QT_ variable on; WINEQT_x arrives as QT_x, and WINETEMP and WINEPATH as TEMP and part of PATH.
+# Wine hands no QT_ variable on; WINEQT_x arrives as QT_x, and WINEPATH as part of PATH. TEMP and TMP come from the registry of the prefix.
 export WINEPREFIX=${QM_WINE_PREFIX:-$work/wine} WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe='
 
 # windows_path PATH: as a program under Wine names it.
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
+
+# The libraries beside Qt and in the prefix are found, and the off-screen platform has fonts.
+WINEPATH="$(windows_path "$qt/bin");$(windows_path "$prefix/bin")"
+WINEQT_PLUGIN_PATH=$(windows_path "$qt/plugins")
+export WINEPATH WINEQT_PLUGIN_PATH WINEQT_FORCE_STDERR_LOGGING=1 WINEQT_QPA_FONTDIR='Z:\usr\share\fonts\truetype\dejavu'
 
 # need_wine: installs Wine and makes the prefix the first time.
 need_wine() {
@@ -29,10 +34,23 @@ need_wine() {
 # settle: waits until the programs have ended and the registry is written.
 settle() { timeout 60 "$(command -v wineserver64 || echo /usr/lib/wine/wineserver64)" -w || true; }
 
-# run_wine SECONDS PROGRAM ARGUMENT...: off screen, with the libraries beside Qt and in the prefix on the path.
+# copy_prefix FROM TO TEMPORARY: another prefix, whose programs have their temporary files in the folder TEMPORARY of this machine.
+# Files that nobody changes are shared; those of the registry would be written in place where they have several names.
+copy_prefix() {
+  local folder
+  rm -rf "$2"
+  cp -al "$1" "$2"
+  rm -f "$2"/*.reg "$2/.ready"
+  cp "$1"/*.reg "$2/"
+  folder=$(windows_path "$3")
+  folder=${folder//\\/\\\\\\\\}
+  sed -i -E "s/^\"(TEMP|TMP)\"=.*/\"\1\"=\"$folder\"/" "$2/user.reg"
+  echo "$3" >"$2/.ready"
+}
+
+# run_wine SECONDS PROGRAM ARGUMENT...: off screen.
 run_wine() {
   local seconds=$1
   shift
-  WINEPATH="$(windows_path "$qt/bin");$(windows_path "$prefix/bin")" WINEQT_QPA_PLATFORM=offscreen WINEQT_FORCE_STDERR_LOGGING=1 \
-    WINEQT_QPA_FONTDIR='Z:\usr\share\fonts\truetype\dejavu' WINEQT_PLUGIN_PATH="$(windows_path "$qt/plugins")" timeout "$seconds" wine "$@"
+  WINEQT_QPA_PLATFORM=offscreen timeout "$seconds" wine "$@"
 }

@@ -136,7 +136,7 @@ private Q_SLOTS:
         QCOMPARE(bench.list.row(1).key, u"Q2"_s);
         QCOMPARE(bench.list.row(0).tag, logons);
         QCOMPARE(bench.column(0), QStringList({u"Logons & <b>locks</b>"_s, u"Plain"_s}));
-        QCOMPARE(bench.column(1), QStringList({logons, daily + u"/b.rqn"_s}));
+        QCOMPARE(bench.column(1), QStringList({logons, daily + kSep + u"b.rqn"_s}));
         QCOMPARE(bench.column(2), QStringList({u"Logons.rpt"_s, u"Layouts.rpt"_s}));
         QCOMPARE(bench.column(3), QStringList({u"Email"_s, u"Screen"_s}));
         QCOMPARE(bench.caption, u"Server Operating System Logs - Daily"_s);

@@ -2,6 +2,7 @@
 
 #include "core/Clock.h"
 #include "core/RuntimeError.h"
+#include "support/System.h"
 
 #include <QLocale>
 #include <QOperatingSystemVersion>
@@ -33,13 +34,6 @@ public:
 private:
     QByteArray m_before;
 };
-
-/// Windows has one zone, the machine's, which TZ does not change; under Wine it is the one that TZ named at the start.
-bool canBeIn(const QByteArray &zone)
-{
-    static const QByteArray machine = qgetenv("TZ");
-    return QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows || zone == machine;
-}
 
 /// Seconds since the Unix epoch of "yyyy-MM-ddTHH:mm:ssZ".
 std::int64_t utc(const char *iso)
@@ -167,7 +161,7 @@ private Q_SLOTS:
         QFETCH(QString, wall);
         if (!zone.startsWith("UTC") && !QFile::exists(QStringLiteral("/usr/share/zoneinfo/") + QString::fromLatin1(zone)))
             QSKIP("the zone database of this machine lacks the zone");
-        if (!canBeIn(zone))
+        if (!test::canBeInZone(zone))
             QSKIP("this machine is in another zone");
         const Zone there(zone);
         QTEST(static_cast<qint64>(firstUnixSecondAt(parseWallTime(wall))), "instant");
@@ -175,7 +169,7 @@ private Q_SLOTS:
 
     void no_earlier_instant_shows_the_due_time_or_later()
     {
-        if (!canBeIn("Europe/Berlin"))
+        if (!test::canBeInZone("Europe/Berlin"))
             QSKIP("this machine is in another zone");
         const Zone there("Europe/Berlin");
         using namespace std::chrono;
@@ -192,7 +186,7 @@ private Q_SLOTS:
     void instants_and_walls_at_the_ends()
     {
         using namespace std::chrono;
-        if (!canBeIn("UTC"))
+        if (!test::canBeInZone("UTC"))
             QSKIP("this machine is in another zone");
         const Zone there("UTC");
         QCOMPARE(firstInstantAt({QDate(9999, 12, 31), 86399}), system_clock::time_point::max());
@@ -203,7 +197,7 @@ private Q_SLOTS:
 
     void now_follows_a_change_of_the_zone()
     {
-        if (!canBeIn("Pacific/Kiritimati"))
+        if (!test::canBeInZone("Pacific/Kiritimati"))
             QSKIP("this machine is in another zone");
         const SystemClock clock;
         qputenv("TZ", "UTC");

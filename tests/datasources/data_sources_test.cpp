@@ -7,6 +7,7 @@
 #include "framework/ConfigReaders.h"
 #include "platform/Files.h"
 #include "support/Fakes.h"
+#include "support/System.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -171,7 +172,8 @@ private Q_SLOTS:
         });
         const auto info = std::dynamic_pointer_cast<QMMDSOracle>(s.reader.ReadDataSource(s.config("Payroll.dsf")));
         QVERIFY(info && info->Password == u"p;=w"_s);
-        QCOMPARE(QFile(s.config("Payroll.dsf")).permissions() & (QFile::ReadOther | QFile::WriteOther), QFile::Permissions());
+        if (!test::onWindows()) // there access lists say it; platform_windows_test looks at them
+            QCOMPARE(QFile(s.config("Payroll.dsf")).permissions() & (QFile::ReadOther | QFile::WriteOther), QFile::Permissions());
     }
 
     void a_name_that_leaves_the_folder_is_refused_and_the_form_stays_dirty()

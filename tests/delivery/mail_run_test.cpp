@@ -4,12 +4,13 @@
 #include "reporting/engine/Sqlite.h"
 #include "support/MailServer.h"
 #include "support/PrintServer.h"
+#include "support/System.h"
 #include "support/TempInstallation.h"
 #include "support/ToolRun.h"
 
 #include <QtTest>
 
-#include <signal.h>
+#include <csignal>
 
 using namespace qm;
 using namespace qm::test;
@@ -217,7 +218,8 @@ private Q_SLOTS:
         QCOMPARE(states(lastRun()), u"450=deferred 550=refused a=delivered once450=delivered"_s);
         const QString first = m_server->lastMail().message[u"messageId"_s].toString();
         QCOMPARE(outbox(), QStringList{u"run-1.eml"_s});
-        QVERIFY((QFile::permissions(m_installation->path() + u"Outbox/run-1.eml"_s) & (QFile::ReadOther | QFile::ReadGroup)) == 0);
+        if (!onWindows()) // permission bits say nothing there
+            QVERIFY((QFile::permissions(m_installation->path() + u"Outbox/run-1.eml"_s) & (QFile::ReadOther | QFile::ReadGroup)) == 0);
 
         // The server mends the one mailbox: only the two get it, and it is the same message.
         const QString history = run({u"--history"_s}).out;
@@ -262,15 +264,15 @@ private Q_SLOTS:
         };
         auto process = started({file});
         QTRY_VERIFY_WITH_TIMEOUT(isSending(), 10'000);
-        ::kill(static_cast<pid_t>(process->processId()), SIGINT);
-        const Outcome outcome = finished(*process);
-        QVERIFY2(outcome.err.contains(u"cancelled"_s), qPrintable(outcome.err));
-        QCOMPARE(lastRun().status, u"cancelled"_s);
-        QCOMPARE(states(lastRun()), u"slow20=not sent"_s);
-        QVERIFY(outbox().isEmpty());
-
-        process = started({file});
-        QTRY_VERIFY_WITH_TIMEOUT(isSending(), 10'000);
+        if (interrupt(*process, SIGINT)) { // on Windows a program without a console cannot be
+            const Outcome outcome = finished(*process);
+            QVERIFY2(outcome.err.contains(u"cancelled"_s), qPrintable(outcome.err));
+            QCOMPARE(lastRun().status, u"cancelled"_s);
+            QCOMPARE(states(lastRun()), u"slow20=not sent"_s);
+            QVERIFY(outbox().isEmpty());
+            process = started({file});
+            QTRY_VERIFY_WITH_TIMEOUT(isSending(), 10'000);
+        }
         process->kill();
         static_cast<void>(finished(*process));
         QVERIFY(run({u"--history"_s}).out.contains(u"interrupted"_s));

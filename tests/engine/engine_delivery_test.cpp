@@ -3,49 +3,73 @@
 #include "reporting/engine/ProcessIdentity.h"
 #include "reporting/engine/RunLedger.h"
 #include "support/ErrorOf.h"
+#include "support/SecondProcess.h"
 
 #include <QtTest>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 using qm::kSep;
+using qm::test::SecondProcess;
 
-int inChild(const std::function<void()> &body)
+/// Gives a finished file the name that all want.
+bool takeSameName(const QString &reports, const QString &process, int i)
 {
-    const pid_t child = fork();
-    if (child == 0) {
-        body();
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
+    const qm::OutputName name = qm::outputName(u"Same"_s, {}, u"pdf"_s, reports);
+    QFile file(name.folder + u".finished-%1-%2"_s.arg(process).arg(i));
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    file.close();
+    const qm::RuntimeError error = qm::test::errorOf([&] { static_cast<void>(qm::takeName(file.fileName(), name, {})); });
+    if (error.number() != 0)
+        fprintf(stderr, "%s\n", error.what());
+    return error.number() == 0;
 }
 
-/// Runs \p step 25 times in each of four processes. \returns whether it was always true.
-bool fourAtOnce(const std::function<bool(int child, int i)> &step)
+bool startAndFinishRun(const QString &installation)
 {
-    std::vector<pid_t> children;
-    for (int child = 0; child < 4; ++child) {
-        children.push_back(fork());
-        if (children.back() == 0) {
-            bool good = true;
-            for (int i = 0; i < 25; ++i)
-                good = step(child, i) && good;
-            _exit(good ? 0 : 1);
-        }
-    }
+    qm::RunLedger ledger(installation);
+    qm::LedgerEntry entry;
+    ledger.start(entry);
+    entry.status = u"done"_s;
+    ledger.finish(entry);
+    return ledger.problem().isEmpty() && entry.id > 0;
+}
+
+void startRun(const QString &installation)
+{
+    qm::LedgerEntry entry;
+    qm::RunLedger(installation).start(entry);
+}
+
+/// What the second process does with \p folder. \returns its exit code.
+int play(const QString &part, const QString &folder, const QString &process)
+{
+    if (part == u"run"_s)
+        startRun(folder);
+    SecondProcess::sayReady();
+    SecondProcess::waitForGo();
     bool good = true;
-    for (const pid_t child : children) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        good = good && status == 0;
-    }
+    for (int i = 0; i < 25; ++i)
+        good = (part == u"name"_s ? takeSameName(folder, process, i) : startAndFinishRun(folder)) && good;
+    return good ? 0 : 1;
+}
+
+/// Has four processes play \p part 25 times. \returns whether it was always done.
+bool fourAtOnce(const QString &part, const QString &folder)
+{
+    std::vector<std::unique_ptr<SecondProcess>> processes;
+    for (int i = 0; i < 4; ++i)
+        processes.push_back(std::make_unique<SecondProcess>(QStringList{part, folder, QString::number(i)}));
+    bool good = true;
+    for (const auto &process : processes)
+        good = process->isReady() && good;
+    for (const auto &process : processes)
+        process->go();
+    for (const auto &process : processes)
+        good = process->end() == 0 && good;
     return good;
 }
 
@@ -130,7 +154,7 @@ private Q_SLOTS:
         QFile blocker(m_reports + u"taken"_s);
         QVERIFY(QDir().mkpath(m_reports) && blocker.open(QIODevice::WriteOnly));
         QVERIFY(refused("taken/x.pdf").contains(u"cannot be made"_s));
-        QCOMPARE(named(u"Daily/{date}/x.PDF"_s, values), u"Daily/2026-11-21/x.pdf"_s);
+        QCOMPARE(named(u"Daily/{date}/x.PDF"_s, values), QDir::toNativeSeparators(u"Daily/2026-11-21/x.pdf"_s));
     }
 
     void no_report_takes_the_place_of_another()
@@ -145,13 +169,8 @@ private Q_SLOTS:
 
     void programs_that_name_at_once_get_different_names()
     {
-        const qm::OutputName name = qm::outputName(u"Same"_s, {}, u"pdf"_s, m_reports);
-        QVERIFY(fourAtOnce([&](int child, int i) {
-            QFile file(name.folder + u".finished-%1-%2"_s.arg(child).arg(i));
-            return file.open(QIODevice::WriteOnly) &&
-                   qm::test::numberOf([&] { static_cast<void>(qm::takeName(file.fileName(), name, {})); }) == 0;
-        }));
-        QCOMPARE(QDir(name.folder).entryList({u"Same*.pdf"_s}, QDir::Files).size(), 100);
+        QVERIFY(fourAtOnce(u"name"_s, m_reports));
+        QCOMPARE(QDir(m_reports).entryList({u"Same*.pdf"_s}, QDir::Files).size(), 100);
     }
 
     void runs_are_kept_with_what_became_of_them()
@@ -183,28 +202,21 @@ private Q_SLOTS:
     void only_runs_of_dead_processes_are_marked_interrupted()
     {
         const QString installation = m_folder->path() + kSep;
-        const auto startRun = [&] {
-            qm::LedgerEntry entry;
-            qm::RunLedger(installation).start(entry);
-        };
-        inChild([&] {
-            startRun();
-            kill(getpid(), SIGKILL);
-        });
-        startRun(); // this process
-        const pid_t living = fork();
-        if (living == 0) {
-            startRun();
-            pause();
+        {
+            SecondProcess dead({u"run"_s, installation});
+            QVERIFY(dead.isReady());
         }
-        QTRY_COMPARE(qm::RunLedger(installation).list().size(), std::size_t{3});
+        startRun(installation); // this process
+        SecondProcess living({u"run"_s, installation});
+        QVERIFY(living.isReady());
+        QCOMPARE(qm::RunLedger(installation).list().size(), std::size_t{3});
         {
             // A run of another host, and one whose process number now belongs to another process.
             int code = SQLITE_OK;
             const auto connection = qm::sqlite::open(qm::RunLedger(installation).path(), SQLITE_OPEN_READWRITE, code);
-            startRun();
+            startRun(installation);
             QCOMPARE(qm::sqlite::execute(connection.get(), "UPDATE run SET host = 'elsewhere', pid = 1 WHERE id = 4"), SQLITE_OK);
-            startRun();
+            startRun(installation);
             QCOMPARE(qm::sqlite::execute(connection.get(), "UPDATE run SET process_start = 'another boot:5' WHERE id = 5"), SQLITE_OK);
         }
         qm::RunLedger ledger(installation);
@@ -215,27 +227,26 @@ private Q_SLOTS:
             QCOMPARE(all[running].status, u"running"_s);
         QCOMPARE(all[4].status, u"interrupted"_s);
         QCOMPARE(all[4].endedUtc, u"2026-11-21 10:00:00"_s);
-        kill(living, SIGKILL);
-        waitpid(living, nullptr, 0);
+        living.kill();
         QCOMPARE(ledger.markInterrupted(u"2026-11-21 10:00:00"_s), 1);
     }
 
     void processes_write_the_ledger_at_once()
     {
         const QString installation = m_folder->path() + kSep;
-        QVERIFY(fourAtOnce([&](int, int) {
-            qm::RunLedger ledger(installation);
-            qm::LedgerEntry entry;
-            ledger.start(entry);
-            entry.status = u"done"_s;
-            ledger.finish(entry);
-            return ledger.problem().isEmpty() && entry.id > 0;
-        }));
+        QVERIFY(fourAtOnce(u"ledger"_s, installation));
         const auto all = qm::RunLedger(installation).list();
         QCOMPARE(all.size(), std::size_t{100});
         QVERIFY(std::all_of(all.begin(), all.end(), [](const qm::LedgerEntry &entry) { return entry.status == u"done"_s; }));
     }
 };
 
-QTEST_GUILESS_MAIN(EngineDeliveryTest)
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (const QStringList part = SecondProcess::part(); !part.isEmpty())
+        return play(part[0], part.value(1), part.value(2));
+    EngineDeliveryTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "engine_delivery_test.moc"

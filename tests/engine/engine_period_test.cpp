@@ -1,6 +1,7 @@
 #include "core/LocalZone.h"
 #include "core/RuntimeError.h"
 #include "reporting/engine/Period.h"
+#include "support/System.h"
 
 #include <QtTest>
 
@@ -99,6 +100,8 @@ private Q_SLOTS:
         QFETCH(QString, phrase);
         QFETCH(QString, from);
         QFETCH(QString, to);
+        if (!qm::test::canBeInZone(zone))
+            QSKIP("this machine is in another zone");
         useZone(zone.constData());
         const PeriodRange range = qm::resolvePeriod(phrase, InstantClock(now.constData()));
         QCOMPARE(range.fromUtc, from);
@@ -109,6 +112,8 @@ private Q_SLOTS:
     void days_follow_one_another_without_gap()
     {
         for (const char *zone : {"Europe/Berlin", "America/New_York", "America/Santiago", "Australia/Lord_Howe", "Africa/Cairo"}) {
+            if (!qm::test::canBeInZone(zone))
+                continue;
             useZone(zone);
             const InstantClock clock("2026-01-01T12:00:00");
             qint64 hours = 0;
@@ -128,7 +133,10 @@ private Q_SLOTS:
         const InstantClock clock("2026-11-21T11:30:15");
         const PeriodRange both = qm::periodBetween(QDate(2026, 3, 29), QDate(2026, 3, 29), clock);
         QCOMPARE(hoursOf(both), qint64{23});
-        QCOMPARE(both.words, u"from 2026-03-29 00:00 to before 2026-03-30 00:00 (Europe/Berlin, UTC+01:00, later UTC+02:00)"_s);
+        QString words = both.words;
+        if (qm::test::underWine()) // which guesses the zone's name by its rules, as of one of its neighbours
+            words.replace(QRegularExpression(u"\\(Europe/\\w+"_s), u"(Europe/Berlin"_s);
+        QCOMPARE(words, u"from 2026-03-29 00:00 to before 2026-03-30 00:00 (Europe/Berlin, UTC+01:00, later UTC+02:00)"_s);
         QCOMPARE(qm::periodBetween(QDate(2026, 3, 1), {}, clock).toUtc, u"9999-12-31 23:59:59"_s);
         QCOMPARE(qm::periodBetween({}, QDate(2026, 3, 1), clock).toUtc, u"2026-03-01 23:00:00"_s);
         QVERIFY(qm::periodBetween({}, {}, clock).allTime);

@@ -4,6 +4,7 @@
 #include "reporting/engine/ReportEngine.h"
 #include "reporting/engine/RunLedger.h"
 #include "support/Fakes.h"
+#include "support/System.h"
 #include "support/TempInstallation.h"
 
 #include <QtTest>
@@ -186,7 +187,10 @@ private Q_SLOTS:
         const Recorder byFile = show(file);
         QCOMPARE(byFile.rows.first(), u"%|2026-11-19 23:00:00|2026-11-20 23:00:00"_s); // the tests' zone is Berlin
         QCOMPARE(byFile.fact("Account"), u"%"_s);
-        QVERIFY(byFile.fact("Period").startsWith(u"yesterday: from 2026-11-20 00:00 to before 2026-11-21 00:00 (Europe/Berlin"_s));
+        // Wine guesses the zone's name by its rules, as of one of its neighbours.
+        const QString zone = qm::test::underWine() ? u"Europe/"_s : u"Europe/Berlin"_s;
+        QVERIFY2(byFile.fact("Period").startsWith(u"yesterday: from 2026-11-20 00:00 to before 2026-11-21 00:00 ("_s + zone),
+                 qPrintable(byFile.fact("Period")));
         qm::RunOptions options;
         options.from = options.to = QDate(2026, 3, 29);
         options.parameters.insert(u"account"_s, u"x' OR 1=1"_s);
@@ -246,7 +250,7 @@ private Q_SLOTS:
         QVERIFY2(facts.contains("Only the first 1 rows") && facts.contains("Package: Server Operating System Logs"), facts.constData());
         QVERIFY(lastRun().note.contains(u"first 1 rows"_s));
         const qm::RunResult whole = run(query("SELECT id FROM e LIMIT 1", toFile), {});
-        QVERIFY(!whole.truncated && whole.outputFile.endsWith(u"Reports/My query.csv"_s));
+        QVERIFY(!whole.truncated && whole.outputFile.endsWith(u"Reports"_s + qm::kSep + u"My query.csv"_s));
         QCOMPARE(whole.sha256,
                  QString::fromLatin1(QCryptographicHash::hash(m_installation->read(whole.outputFile), QCryptographicHash::Sha256).toHex()));
         QCOMPARE(lastRun().sha256, whole.sha256);
@@ -266,7 +270,7 @@ private Q_SLOTS:
         };
         QVERIFY(QDir(m_installation->path()).mkpath(u"Reports"_s));
         QVERIFY(told(m_installation->path() + u"none/x.csv"_s).startsWith(u"76 "_s));
-        if (QFile::exists(u"/dev/full"_s))
+        if (!qm::test::onWindows() && QFile::exists(u"/dev/full"_s))
             QVERIFY(told(u"/dev/full"_s).startsWith(u"61 "_s));
         QCOMPARE(lastRun().status, u"failed"_s);
         QCOMPARE(reports(), QStringList());
@@ -280,8 +284,10 @@ private Q_SLOTS:
 
     void a_ledger_that_cannot_be_written_stops_no_report()
     {
+        m_log.reset(); // Windows removes no file that is open
         QVERIFY(QDir(m_installation->path() + u"Logs"_s).removeRecursively());
         m_installation->write(u"Logs"_s, "a file");
+        m_log = std::make_unique<qm::ApplicationLog>(m_installation->path(), u"test"_s);
         Recorder screen;
         qm::RunOptions options;
         options.screen = &screen;

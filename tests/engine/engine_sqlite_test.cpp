@@ -2,21 +2,18 @@
 #include "reporting/engine/RowSample.h"
 #include "reporting/engine/SqliteRowSource.h"
 #include "support/ErrorOf.h"
+#include "support/SecondProcess.h"
+#include "support/System.h"
 
 #include <QtTest>
 
 #include <random>
 #include <thread>
 
-#include <csignal>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 using qm::test::errorOf;
+using qm::test::SecondProcess;
 
 namespace {
 
@@ -58,21 +55,17 @@ std::int64_t countRows(const QString &path, const char *sql = "SELECT * FROM t")
     return countRows(source);
 }
 
-/// Runs \p body in a process of its own that ends without cleaning up. \returns the exit code, or minus the signal.
-int inChild(const std::function<int()> &body)
+/// A writer that committed once and is in its second transaction, with pages of it on the disk.
+int write(const QString &path)
 {
-    const pid_t child = fork();
-    if (child == 0) {
-        int code = 99;
-        try {
-            code = body();
-        } catch (...) {
-        }
-        _exit(code);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+    const auto connection = openWritable(path);
+    run(connection.get(), "PRAGMA cache_size=5");
+    run(connection.get(), "INSERT INTO t VALUES(-1, 'committed')");
+    run(connection.get(), "BEGIN");
+    run(connection.get(), "UPDATE t SET b = 'lost'");
+    SecondProcess::sayReady();
+    SecondProcess::waitForGo();
+    return 1; // it should not have lived to see that
 }
 
 } // namespace
@@ -94,19 +87,12 @@ class EngineSqliteTest final : public QObject
                                          "INSERT INTO t SELECT i, hex(randomblob(200)) FROM n"_s.arg(rows)));
     }
 
-    /// A writer that committed once and is killed in its second transaction, with pages of it on the disk.
+    /// A writer in the middle of a transaction dies.
     void killWriter()
     {
-        const int end = inChild([&] {
-            const auto connection = openWritable(m_path);
-            run(connection.get(), "PRAGMA cache_size=5");
-            run(connection.get(), "INSERT INTO t VALUES(-1, 'committed')");
-            run(connection.get(), "BEGIN");
-            run(connection.get(), "UPDATE t SET b = 'lost'");
-            kill(getpid(), SIGKILL);
-            return 0;
-        });
-        QCOMPARE(end, -SIGKILL);
+        SecondProcess writer({m_path});
+        QVERIFY(writer.isReady());
+        writer.kill();
     }
 
 private Q_SLOTS:
@@ -229,14 +215,15 @@ private Q_SLOTS:
 
     void a_full_disk_beside_the_database_is_told()
     {
+        if (!qm::test::SmallDisk::isPossible())
+            QSKIP("this system limits no program's files");
         makeDatabase("WAL", 3);
-        const int end = inChild([&] {
-            signal(SIGXFSZ, SIG_IGN);
-            const rlimit none{16, 16};
-            setrlimit(RLIMIT_FSIZE, &none);
-            return errorOf([&] { countRows(m_path); }).number();
-        });
-        QCOMPARE(end, int{qm::err::diskFull});
+        int number = 0;
+        {
+            const qm::test::SmallDisk disk(16);
+            number = errorOf([&] { countRows(m_path); }).number();
+        }
+        QCOMPARE(number, int{qm::err::diskFull});
     }
 
     /// An import goes on while the report is read: the report holds what was there when it began.
@@ -286,13 +273,14 @@ private Q_SLOTS:
     /// A user who may read the file, but not write its folder.
     void another_user_reads_or_is_told_what_to_do()
     {
-        if (geteuid() != 0)
-            QSKIP("needs to be root to become another user");
-        chmod(qPrintable(m_folder->path()), 0755);
+        if (qm::test::asNobody([] { return 0; }) != 0)
+            QSKIP("needs to become another user");
+        constexpr QFile::Permissions kOwner = QFile::ReadOwner | QFile::WriteOwner, kAll = kOwner | QFile::ExeOwner | QFile::ReadGroup |
+                                                                                           QFile::ExeGroup | QFile::ReadOther |
+                                                                                           QFile::ExeOther;
+        QVERIFY(QFile::setPermissions(m_folder->path(), kAll));
         const auto asNobody = [&](const char *expected) {
-            return inChild([&] {
-                if (setgid(65534) != 0 || setuid(65534) != 0)
-                    return 98;
+            return qm::test::asNobody([&] {
                 const auto error = errorOf([&] { countRows(m_path); });
                 if (error.number() != 0)
                     fprintf(stderr, "%s\n", error.what());
@@ -310,7 +298,7 @@ private Q_SLOTS:
         QCOMPARE(asNobody(""), 0);
         killWriter();
         QCOMPARE(asNobody("Open it once as a user who may write"), 1);
-        chmod(qPrintable(m_path), 0600);
+        QVERIFY(QFile::setPermissions(m_path, kOwner));
         QCOMPARE(asNobody("not readable for this user"), 1);
     }
 
@@ -411,5 +399,12 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(EngineSqliteTest)
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (const QStringList part = SecondProcess::part(); !part.isEmpty())
+        return write(part[0]);
+    EngineSqliteTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "engine_sqlite_test.moc"

@@ -1,3 +1,4 @@
+#include "support/HostProgram.h"
 #include "support/TempInstallation.h"
 #include "support/ToolRun.h"
 
@@ -96,13 +97,12 @@ private Q_SLOTS:
             QVERIFY2(made.code == 0, qPrintable(made.err));
             QCOMPARE(made.out, u"418\n"_s);
         }
-        QProcess reader;
-        reader.start(u"python3"_s, {QFINDTESTDATA("read_back.py"), folder + u"read back"_s});
-        if (!reader.waitForStarted())
+        if (!qm::test::hostHas(u"python3"_s))
             QSKIP("python3 is not on this machine");
-        const qm::test::ToolResult said = qm::test::finished(reader);
-        QVERIFY2(said.code == 0, qPrintable(said.out + said.err));
-        qInfo("%s", qPrintable(said.out.trimmed()));
+        const qm::test::HostResult said = qm::test::runHost(
+            u"python3"_s, {qEnvironmentVariable("QM_SOURCE_DIR") + u"/tests/engine/read_back.py"_s, folder + u"read back"_s});
+        QVERIFY2(said.code == 0, (said.out + said.err).constData());
+        qInfo("%s", said.out.trimmed().constData());
     }
 };
 

@@ -1,9 +1,10 @@
 #include "reporting/engine/RunLedger.h"
+#include "support/System.h"
 #include "support/TempInstallation.h"
 
 #include <QtTest>
 
-#include <signal.h>
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 
@@ -26,8 +27,9 @@ Outcome finish(QProcess &process)
 {
     if (!process.waitForFinished(kTimeoutMs))
         return {-1, {}, process.errorString().toUtf8()};
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2, process.readAllStandardOutput(),
-            process.readAllStandardError()};
+    // Windows ends lines of a program's output in two characters.
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2, process.readAllStandardOutput().replace("\r\n", "\n"),
+            process.readAllStandardError().replace("\r\n", "\n")};
 }
 
 Outcome runTool(const QStringList &arguments)
@@ -125,10 +127,13 @@ private Q_SLOTS:
     void a_report_never_takes_the_place_of_what_it_is_made_from()
     {
         const QString file = query("SELECT id FROM e");
-        QFile::link(database(), m_installation->path() + u"x.csv"_s);
         const QString settings = m_installation->write(u"Config/Email.cfg"_s, "format = 1\n");
-        for (const QString &target :
-             {file, database(), m_installation->path() + u"x.csv"_s, settings, m_installation->path() + u"Packages.ini"_s}) {
+        QStringList targets{file, database(), settings, m_installation->path() + u"Packages.ini"_s};
+        if (!qm::test::onWindows()) { // where links are an administrator's
+            targets << m_installation->path() + u"x.csv"_s;
+            QVERIFY(QFile::link(database(), targets.last()));
+        }
+        for (const QString &target : targets) {
             const QByteArray before = m_installation->read(target);
             const Outcome outcome = runTool({u"--output"_s, target, file});
             QCOMPARE(outcome.exitCode, 1);
@@ -140,6 +145,8 @@ private Q_SLOTS:
     void what_cannot_be_printed_is_a_failure()
     {
         QCOMPARE(runTool({u"--rows"_s, query("SELECT id FROM e")}).exitCode, 0);
+        if (qm::test::onWindows())
+            QSKIP("there is no device that is always full");
         QProcess process;
         process.setStandardOutputFile(u"/dev/full"_s);
         process.start(program(), {u"--history"_s});
@@ -203,7 +210,11 @@ private Q_SLOTS:
         QProcess process;
         process.start(program(), {endless});
         QTRY_VERIFY(isRunning());
-        kill(static_cast<pid_t>(process.processId()), signal);
+        if (!qm::test::interrupt(process, signal)) {
+            process.kill();
+            process.waitForFinished();
+            QSKIP("a program without a console cannot be interrupted on Windows");
+        }
         const Outcome outcome = finish(process);
         QCOMPARE(outcome.exitCode, 1);
         QVERIFY2(outcome.err.contains("cancelled"), outcome.err.constData());

@@ -4,6 +4,7 @@
 #include "platform/Files.h"
 #include "platform/Registry.h"
 #include "support/ErrorOf.h"
+#include "support/System.h"
 #include "support/TempInstallation.h"
 
 #include <QtTest>
@@ -76,6 +77,8 @@ private Q_SLOTS:
         QCOMPARE(GetInstallPath(), installation.path());
         QCOMPARE(privateProfileString(installation.path() + u"Packages.ini"_qs, u"Framework"_qs, u"ServicePack"_qs), u"4"_qs);
 
+        if (test::onWindows())
+            QSKIP("the registry of Windows has one place for the machine; platform_windows_test looks at it");
         const QTemporaryDir system;
         QVERIFY(QDir().mkpath(system.path() + u"/tarrowind"_qs));
         const QString hive = system.path() + u"/tarrowind/registry.ini"_qs;
@@ -101,7 +104,7 @@ private Q_SLOTS:
             log.info(u"report \"x\"\r\n2026-01-01 forged\u2028line\u001b[31m\u202Egnp {} %s"_qs);
             log.error(QString::fromUtf8("caf\303\251"));
         }
-        const QList<QByteArray> lines = installation.read(u"Logs/quillmark.log"_qs).split('\n');
+        const QList<QByteArray> lines = installation.read(u"Logs/quillmark.log"_qs).replace("\r\n", "\n").split('\n');
         QCOMPARE(lines.size(), 3);
         QVERIFY2(lines[0].endsWith(" info: report \"x\"\\r\\n2026-01-01 forged\\u2028line\\u001b[31m\\u202egnp {} %s"),
                  lines[0].constData());

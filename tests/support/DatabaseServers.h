@@ -8,8 +8,6 @@
 
 #include <QTemporaryDir>
 
-#include <signal.h>
-
 namespace qm::test {
 
 using namespace Qt::StringLiterals;
@@ -97,13 +95,12 @@ public:
     /// Stops the processes of all connections made so far, or has them go on: a server that went silent.
     void freeze(bool frozen) const
     {
-        const auto server = static_cast<pid_t>(m_process.port(u"pid"_s));
-        if (server <= 0)
+        const QString server = m_process.value(u"pid"_s);
+        if (server.isEmpty())
             return;
-        for (const QByteArray &child : outputOf(u"pgrep"_s, {u"-P"_s, QString::number(server)}).split('\n'))
-            if (!child.isEmpty())
-                ::kill(static_cast<pid_t>(child.toInt()), frozen ? SIGSTOP : SIGCONT);
-        ::kill(server, frozen ? SIGSTOP : SIGCONT);
+        QStringList processes = QString::fromLatin1(outputOf(u"pgrep"_s, {u"-P"_s, server})).split(u'\n', Qt::SkipEmptyParts);
+        processes << server;
+        (void)runHost(u"kill"_s, QStringList(frozen ? u"-STOP"_s : u"-CONT"_s) + processes);
     }
 
 private:

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "support/ServerProcess.h"
+#include "support/System.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,6 +17,10 @@ class PrintServer final
 public:
     PrintServer()
     {
+        if (onWindows()) {
+            m_problem = QStringLiteral("Windows prints through the program for PDF files, and there is none here");
+            return;
+        }
         if (!QFile::exists(QStringLiteral("/usr/sbin/cupsd")) ||
             !QFile::exists(QStringLiteral("/usr/share/ppd/cupsfilters/Generic-PDF_Printer-PDF.ppd"))) {
             m_problem = QStringLiteral("cups and cups-filters are not installed");

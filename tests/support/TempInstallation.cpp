@@ -1,5 +1,6 @@
 #include "support/TempInstallation.h"
 
+#include "platform/Files.h"
 #include "platform/Registry.h"
 
 #include <QDir>
@@ -9,14 +10,6 @@
 namespace qm::test {
 
 namespace {
-
-void restore(const char *name, const QByteArray &value)
-{
-    if (value.isNull())
-        qunsetenv(name);
-    else
-        qputenv(name, value);
-}
 
 QByteArray packagesIni(const std::vector<TempPackage> &packages)
 {
@@ -43,7 +36,7 @@ std::vector<TempPackage> usualPackages()
         return TempPackage{word,
                            name,
                            QStringLiteral("Quillmark.%1ReportInterface").arg(word),
-                           QStringLiteral("Packages/%1/").arg(word),
+                           QDir::toNativeSeparators(QStringLiteral("Packages/%1/").arg(word)),
                            QStringLiteral("Quillmark.%1QueryAccess").arg(word),
                            QStringLiteral("EventLog.db")};
     };
@@ -53,8 +46,7 @@ std::vector<TempPackage> usualPackages()
 }
 
 TempInstallation::TempInstallation(const std::vector<TempPackage> &packages)
-    : m_path(m_folder.path() + QStringLiteral("/Quillmark/")), m_packages(packages), m_configHomeBefore(qgetenv("XDG_CONFIG_HOME")),
-      m_configFoldersBefore(qgetenv("XDG_CONFIG_DIRS"))
+    : m_path(QDir::toNativeSeparators(m_folder.path() + QStringLiteral("/Quillmark/"))), m_packages(packages), m_registry(m_folder.path())
 {
     if (!m_folder.isValid())
         qFatal("no temporary folder: %s", qPrintable(m_folder.errorString()));
@@ -63,15 +55,7 @@ TempInstallation::TempInstallation(const std::vector<TempPackage> &packages)
     for (const TempPackage &package : m_packages)
         QDir().mkpath(packagePath(package.word) + QStringLiteral("Query Groups"));
     write(QStringLiteral("Packages.ini"), packagesIni(m_packages));
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_folder.path() + QStringLiteral("/config")));
-    qputenv("XDG_CONFIG_DIRS", QFile::encodeName(m_folder.path() + QStringLiteral("/no-system-config")));
     setRegistryString(QString::fromLatin1(kRegistryKey), QStringLiteral("InstallPath"), m_path);
-}
-
-TempInstallation::~TempInstallation()
-{
-    restore("XDG_CONFIG_HOME", m_configHomeBefore);
-    restore("XDG_CONFIG_DIRS", m_configFoldersBefore);
 }
 
 QString TempInstallation::packagePath(const QString &word) const
@@ -84,7 +68,7 @@ QString TempInstallation::packagePath(const QString &word) const
 
 QString TempInstallation::group(const QString &word, const QString &group) const
 {
-    const QString folder = packagePath(word) + QStringLiteral("Query Groups/") + group;
+    const QString folder = packagePath(word) + QStringLiteral("Query Groups") + kSep + group;
     QDir().mkpath(folder);
     return folder;
 }
@@ -105,14 +89,9 @@ QByteArray TempInstallation::read(const QString &path) const
     return file.open(QIODevice::ReadOnly) ? QByteArray("").append(file.readAll()) : QByteArray();
 }
 
-void TempInstallation::removeRegistryEntry() const
-{
-    QFile::remove(m_folder.path() + QStringLiteral("/config/tarrowind/registry.ini"));
-}
-
 QString TempInstallation::absolute(const QString &path) const
 {
-    return QDir::isAbsolutePath(path) ? path : m_path + path;
+    return QDir::toNativeSeparators(QDir::isAbsolutePath(path) ? path : m_path + path);
 }
 
 } // namespace qm::test

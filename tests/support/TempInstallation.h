@@ -2,6 +2,8 @@
 /// A whole installation in a temporary folder, and the registry entry that leads to it.
 #pragma once
 
+#include "support/PrivateRegistry.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
@@ -30,7 +32,6 @@ class TempInstallation final
 {
 public:
     explicit TempInstallation(const std::vector<TempPackage> &packages = usualPackages());
-    ~TempInstallation();
     TempInstallation(const TempInstallation &) = delete;
     TempInstallation &operator=(const TempInstallation &) = delete;
 
@@ -45,7 +46,7 @@ public:
     /// The file's bytes; null when it is not there.
     [[nodiscard]] QByteArray read(const QString &path) const;
     /// Takes the registry entry away, as on a machine without the product.
-    void removeRegistryEntry() const;
+    void removeRegistryEntry() const { m_registry.clear(); }
 
 private:
     [[nodiscard]] QString absolute(const QString &path) const;
@@ -53,7 +54,7 @@ private:
     QTemporaryDir m_folder;
     QString m_path;
     std::vector<TempPackage> m_packages;
-    QByteArray m_configHomeBefore, m_configFoldersBefore;
+    PrivateRegistry m_registry;
 };
 
 } // namespace qm::test

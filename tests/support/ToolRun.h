@@ -2,6 +2,8 @@
 /// Running the finished command-line programs, and looking into the databases they make.
 #pragma once
 
+#include "support/HostProgram.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -22,6 +24,7 @@ struct ToolResult
 
 [[nodiscard]] inline QString toolPath(const char *name)
 {
+    // QProcess adds the ending of programs where the system has one.
     return qEnvironmentVariable("QM_BIN_DIR") + u'/' + QString::fromLatin1(name);
 }
 
@@ -30,8 +33,9 @@ struct ToolResult
 {
     constexpr int kPatienceMs = 120'000;
     const bool ended = process.waitForFinished(kPatienceMs) && process.exitStatus() == QProcess::NormalExit;
-    return {ended ? process.exitCode() : -1, QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    // Windows ends lines of a program's output in two characters.
+    return {ended ? process.exitCode() : -1, QString::fromUtf8(process.readAllStandardOutput().replace("\r\n", "\n")),
+            QString::fromUtf8(process.readAllStandardError().replace("\r\n", "\n"))};
 }
 
 [[nodiscard]] inline ToolResult runTool(const char *name, const QStringList &arguments, const QByteArray &input = {},

@@ -2,8 +2,9 @@
 /// Reads PDF files back through Poppler's programs: words and where they stand, facts of the document, what is drawn.
 #pragma once
 
+#include "support/HostProgram.h"
+
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -23,12 +24,10 @@ struct Word
 
 inline QByteArray run(const QString &program, const QStringList &arguments, int *code = nullptr)
 {
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(120000);
+    const HostResult result = runHost(program, arguments);
     if (code)
-        *code = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return process.readAllStandardOutput() + (code ? process.readAllStandardError() : QByteArray());
+        *code = result.code;
+    return result.out + (code ? result.err : QByteArray());
 }
 
 inline QString pageText(const QString &path, int first, int last)

@@ -2,9 +2,10 @@
 /// Reads reports back through tests/writers/read_back.py, which uses Python's csv, html.parser, zipfile and openpyxl.
 #pragma once
 
+#include "support/HostProgram.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QtTest>
 
 namespace qm::test {
@@ -15,7 +16,7 @@ using namespace Qt::StringLiterals;
 inline QString pythonWithReaders()
 {
     for (const QString &python : {u"python3"_s, u"/usr/bin/python3"_s})
-        if (QProcess::execute(python, {u"-c"_s, u"import sys\ntry:\n import openpyxl\nexcept ImportError:\n sys.exit(1)"_s}) == 0)
+        if (runHost(python, {u"-c"_s, u"import openpyxl"_s}).code == 0)
             return python;
     return {};
 }
@@ -24,15 +25,12 @@ inline QString pythonWithReaders()
 /// file.
 inline QJsonObject readBack(const QString &python, const QString &kind, const QString &path)
 {
-    QProcess reader;
-    reader.start(python, {qEnvironmentVariable("QM_SOURCE_DIR") + u"/tests/writers/read_back.py"_s, kind, path});
-    reader.waitForFinished(120000);
-    const QByteArray said = reader.readAllStandardError();
-    if (reader.exitCode() != 0 || !said.isEmpty()) {
-        qWarning("%s", said.constData());
+    const HostResult reader = runHost(python, {qEnvironmentVariable("QM_SOURCE_DIR") + u"/tests/writers/read_back.py"_s, kind, path});
+    if (reader.code != 0 || !reader.err.isEmpty()) {
+        qWarning("%s", reader.err.constData());
         return {};
     }
-    return QJsonDocument::fromJson(reader.readAllStandardOutput()).object();
+    return QJsonDocument::fromJson(reader.out).object();
 }
 
 } // namespace qm::test

@@ -99,7 +99,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         for (const QString &tool : {u"pdftotext"_qs, u"pdfinfo"_qs, u"qpdf"_qs})
-            if (QStandardPaths::findExecutable(tool).isEmpty())
+            if (!hostHas(tool))
                 QSKIP("needs pdftotext, pdfinfo and qpdf (packages poppler-utils and qpdf)");
         // The fonts of the machine must not decide what the tests see.
         QFile empty(m_folder.filePath(u"empty.conf"_qs));
