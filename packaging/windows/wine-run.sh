@@ -29,6 +29,8 @@ for folder in QM_SOURCE_DIR QM_BIN_DIR QM_DATA_DIR; do
 done
 # What the tests start around Wine ends when this process does.
 export QM_TEST_RUN=$$ QM_TEST_ZONE=${TZ:-}
+# A hundred thousand random operations on files take an hour here.
+export QM_MODEL_STEPS=${QM_MODEL_STEPS:-3000}
 export WINEQT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
 shown=()
 if [ "$WINEQT_QPA_PLATFORM" = windows ] && [ -z "${DISPLAY:-}" ]; then shown=(xvfb-run -a -s "-screen 0 1280x1024x24"); fi

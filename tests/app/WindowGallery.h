@@ -18,6 +18,7 @@
 #include "shell/ShellHarness.h"
 #include "shell/frmAbout.h"
 #include "shell/frmSplash.h"
+#include "support/System.h"
 
 #include <QMenu>
 #include <QTabWidget>
@@ -138,6 +139,8 @@ public:
 
     void showHelp()
     {
+        if (onWindows()) // which shows the help in a window of its own
+            return;
         HelpFile help;
         help.setPath(qEnvironmentVariable("QM_BIN_DIR") + u"/Report Generator.chm"_s);
         help.showContext(26);

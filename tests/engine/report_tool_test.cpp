@@ -1,3 +1,4 @@
+#include "core/RuntimeError.h"
 #include "reporting/engine/RunLedger.h"
 #include "support/System.h"
 #include "support/TempInstallation.h"
@@ -61,8 +62,13 @@ class ReportToolTest final : public QObject
 
     [[nodiscard]] bool isRunning() const
     {
-        const auto all = qm::RunLedger(m_installation->path()).list();
-        return !all.empty() && all.front().status == u"running"_s;
+        try {
+            const auto all = qm::RunLedger(m_installation->path()).list();
+            return !all.empty() && all.front().status == u"running"_s;
+        } catch (const qm::RuntimeError &error) { // the other process is about to make it
+            qWarning("%s", error.what());
+            return false;
+        }
     }
 
 private Q_SLOTS:

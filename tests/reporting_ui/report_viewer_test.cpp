@@ -1,4 +1,5 @@
 #include "ReportingFixture.h"
+#include "support/System.h"
 
 #include "core/RuntimeError.h"
 #include "reporting/ui/SpoolModel.h"
@@ -209,7 +210,8 @@ private Q_SLOTS:
         }
         writer.end({rows, false, 0});
         auto window = viewer(writer.take());
-        QCOMPARE(f->spoolFiles(), 0);
+        if (!onWindows()) // where a file that is open keeps its name
+            QCOMPARE(f->spoolFiles(), 0);
         QElapsedTimer timer;
         timer.start();
         settle(*window, [&] { window->sortBy(0, true); });
@@ -227,7 +229,7 @@ private Q_SLOTS:
         QCOMPARE(window->model().index(0, 1).data().toString(), QString::number(rows - 1));
         window->sortBy(0, false);
         window.reset(); // while it is working
-        QCOMPARE(f->spoolFiles(), 0);
+        QTRY_COMPARE(f->spoolFiles(), 0);
     }
 };
 

@@ -1,6 +1,7 @@
 // What the window makes of a configuration, whole or broken: what stays loaded, and the box that says what is wrong.
 
 #include "ShellHarness.h"
+#include "platform/Files.h"
 
 #include <QDir>
 #include <QLabel>
@@ -36,7 +37,7 @@ private Q_SLOTS:
         QVERIFY(harness.globals.gcolJobs && harness.globals.gcolJobs->empty()); // missing files are empty ones
         QVERIFY(harness.globals.gudoEmailSettings);
         QCOMPARE(harness.globals.gdicDataSources.Keys(), QStringList(u"MSSQL::Payroll.dsf"_s));
-        QCOMPARE(harness.help.path(), harness.installation.path() + u"/Report Generator.chm"_s);
+        QCOMPARE(harness.help.path(), harness.installation.path() + kSep + u"Report Generator.chm"_s);
         QCOMPARE(harness.window->windowTitle(), u"Quillmark SQL Report Generator V8.0 SP4"_s);
     }
 
