@@ -14,7 +14,7 @@ export QM_WINDOWS_WORK=$work
 ninja -C "$build" -j"$jobs"
 need_wine
 need_packages xvfb xauth poppler-utils qpdf python3-openpyxl python3-aiosmtpd
-ctest --test-dir "$build" -j 2 --output-on-failure --no-tests=error "$@"
+xvfb-run -a -s "-screen 0 1280x1024x24" ctest --test-dir "$build" -j 2 --output-on-failure --no-tests=error "$@"
 [ $# -eq 0 ] || exit 0
 
 "$project/packaging/windows/test-reports.sh" "$build"

@@ -33,7 +33,10 @@ export QM_TEST_RUN=$$ QM_TEST_ZONE=${TZ:-}
 export QM_MODEL_STEPS=${QM_MODEL_STEPS:-3000}
 export WINEQT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
 shown=()
-if [ "$WINEQT_QPA_PLATFORM" = windows ] && [ -z "${DISPLAY:-}" ]; then shown=(xvfb-run -a -s "-screen 0 1280x1024x24"); fi
+if [ "$WINEQT_QPA_PLATFORM" = windows ] && [ -z "${DISPLAY:-}" ]; then
+  settle # Wine's desktop would be one that began without a display
+  shown=(xvfb-run -a -s "-screen 0 1280x1024x24")
+fi
 
 code=0
 "${shown[@]}" wine "$@" -o "$(windows_path "$text/test"),txt" </dev/null >"$text/said" 2>&1 {lock}>&- || code=$?
