@@ -37,16 +37,22 @@ PY
 reports=0
 differ=()
 while IFS= read -r query; do
+  rm -f "$trial"/linux.* "$trial"/windows.*
+  # Wine takes its time to start a program, so the three start together.
+  for format in csv xlsx pdf; do
+    run_wine 120 "$windows/bin/quillmark-report.exe" --format $format --output "$(windows_path "$trial/windows.$format")" \
+      "$(windows_path "$query")" >"$trial/theirs.$format.log" 2>&1 &
+  done
+  for format in csv xlsx pdf; do
+    "$linux/bin/quillmark-report" --format $format --output "$trial/linux.$format" "$query" >"$trial/ours.$format.log" 2>&1 || true
+  done
+  wait
   for format in csv xlsx pdf; do
     ours=$trial/linux.$format
     theirs=$trial/windows.$format
-    rm -f "$ours" "$theirs"
-    "$linux/bin/quillmark-report" --format $format --output "$ours" "$query" >"$trial/ours.log" 2>&1 || true
-    run_wine 120 "$windows/bin/quillmark-report.exe" --format $format --output "$(windows_path "$theirs")" "$(windows_path "$query")" \
-      >"$trial/theirs.log" 2>&1 || true
     reports=$((reports + 1))
     if [ ! -f "$ours" ] || [ ! -f "$theirs" ]; then
-      differ+=("$(basename "$query") $format: not generated: $(tail -n 1 "$trial/ours.log") / $(tail -n 1 "$trial/theirs.log")")
+      differ+=("$(basename "$query") $format: not generated: $(tail -n 1 "$trial/ours.$format.log") / $(tail -n 1 "$trial/theirs.$format.log")")
     elif [ $format = csv ]; then
       cmp -s "$ours" "$theirs" || differ+=("$(basename "$query") csv: the bytes differ")
     else

@@ -10,6 +10,7 @@
 #include "reporting/ui/ReportDesk.h"
 #include "support/ErrorOf.h"
 #include "support/Fakes.h"
+#include "support/System.h"
 #include "support/TempInstallation.h"
 
 #include <QApplication>
@@ -29,6 +30,9 @@ public:
     ReportingFixture()
     {
         QStandardPaths::setTestModeEnabled(true);
+        if (onWindows()) // where a program that was killed leaves its files; those in use stay
+            for (const QString &left : spoolFolder().entryList(QDir::Files | QDir::Hidden))
+                QFile::remove(spoolFolder().filePath(left));
         database = installation.packagePath(u"Server"_s) + u"EventLog.db"_s;
         runSql("CREATE TABLE events(id INTEGER PRIMARY KEY, time_generated DATETIME, computer TEXT, attempts INTEGER, message TEXT);"
                "CREATE VIEW recent AS SELECT * FROM events WHERE attempts > 1;"
@@ -75,11 +79,11 @@ public:
             delete widget.data();
     }
 
-    [[nodiscard]] static int spoolFiles()
+    [[nodiscard]] static QDir spoolFolder()
     {
-        const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-        return static_cast<int>(QDir(cache + u"/quillmark/spool"_s).entryList(QDir::Files | QDir::Hidden).size());
+        return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/quillmark/spool"_s);
     }
+    [[nodiscard]] static int spoolFiles() { return static_cast<int>(spoolFolder().entryList(QDir::Files | QDir::Hidden).size()); }
 
     TempInstallation installation;
     QString database, group;
