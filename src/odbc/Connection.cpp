@@ -1,11 +1,11 @@
 #include "odbc/Connection.h"
 
 #include "odbc/Wide.h"
+#include "platform/DetachedThread.h"
 
 #include <array>
 #include <condition_variable>
 #include <mutex>
-#include <thread>
 
 namespace qm::odbc {
 
@@ -117,7 +117,7 @@ std::optional<QString> testConnecting(const Endpoint &endpoint, std::chrono::mil
     };
     const auto shared = std::make_shared<Shared>();
     const auto patience = std::max(std::chrono::duration_cast<std::chrono::seconds>(deadline) - 1s, 1s);
-    std::thread([shared, endpoint, patience] {
+    runDetached([shared, endpoint, patience] {
         std::optional<QString> failure;
         {
             const ConnectOutcome outcome = connectTo(endpoint, patience);
@@ -128,7 +128,7 @@ std::optional<QString> testConnecting(const Endpoint &endpoint, std::chrono::mil
         shared->failure = std::move(failure);
         shared->isEnded = true;
         shared->ended.notify_one();
-    }).detach();
+    });
     std::unique_lock lock(shared->mutex);
     if (!shared->ended.wait_for(lock, deadline, [&] { return shared->isEnded; }))
         return explain(connectTimedOut(deadline), {});

@@ -2,6 +2,7 @@
 
 #include "core/Clock.h"
 #include "platform/ApplicationLog.h"
+#include "platform/DetachedThread.h"
 #include "platform/Files.h"
 #include "platform/InstanceLock.h"
 #include "platform/RaiseChannel.h"
@@ -14,6 +15,11 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 #include <aclapi.h>
 #include <sddl.h>
@@ -242,6 +248,35 @@ private Q_SLOTS:
         const QTime now = QTime::currentTime();
         QVERIFY2(now.msec() < 250, qPrintable(now.toString(u"ss.zzz"_qs)));
         QVERIFY(!mature.wait(1500));
+    }
+
+    void every_detached_thread_runs()
+    {
+        struct Shared
+        {
+            std::mutex mutex;
+            std::condition_variable ran;
+            bool hasRun = false;
+        };
+        std::atomic<int> lost = 0;
+        // Each begins while another's threads end: what was lost, was lost there.
+        const auto beginThreads = [&] {
+            for (int i = 0; i < 2000 && lost == 0; ++i) {
+                const auto shared = std::make_shared<Shared>();
+                runDetached([shared] {
+                    const std::lock_guard lock(shared->mutex);
+                    shared->hasRun = true;
+                    shared->ran.notify_one();
+                });
+                std::unique_lock lock(shared->mutex);
+                if (!shared->ran.wait_for(lock, std::chrono::seconds(20), [&] { return shared->hasRun; }))
+                    ++lost;
+            }
+        };
+        std::thread other(beginThreads);
+        beginThreads();
+        other.join();
+        QCOMPARE(lost.load(), 0);
     }
 
     void checksums_and_the_log()

@@ -2,6 +2,7 @@
 
 #include "core/ErrorReporter.h"
 #include "odbc/Wide.h"
+#include "platform/DetachedThread.h"
 #include "reporting/engine/Failure.h"
 #include "reporting/engine/OdbcColumns.h"
 #include "reporting/engine/OdbcParameters.h"
@@ -9,7 +10,6 @@
 #include <QRegularExpression>
 
 #include <algorithm>
-#include <thread>
 
 namespace qm {
 
@@ -104,7 +104,7 @@ bool tellsLostConnection(const Diagnostic &diagnostic)
 
 void OdbcReader::start()
 {
-    std::thread([self = shared_from_this()] { self->run(); }).detach();
+    runDetached([self = shared_from_this()] { self->run(); });
 }
 
 void OdbcReader::run()
@@ -313,7 +313,7 @@ void OdbcReader::stop()
         m_stopped = true;
         m_changed.notify_all();
     }
-    std::thread([self = shared_from_this()] { self->cancelUntilEnded(); }).detach();
+    runDetached([self = shared_from_this()] { self->cancelUntilEnded(); });
 }
 
 void OdbcReader::cancelUntilEnded()
