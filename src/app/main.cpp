@@ -15,6 +15,7 @@
 #include "reporting/engine/TemporaryFolder.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ReportDesk.h"
+#include "reporting/ui/Spool.h"
 #include "shell/Icons.h"
 #include "shell/Style.h"
 #include "shell/WidgetPrompts.h"
@@ -76,6 +77,7 @@ public:
     int run()
     {
         m_journal.markInterruptedRuns();
+        removeLeftSpools();
         frmSplash splash(m_errors, m_prompts,
                          {[this] { loadMainWindow(); }, [this] { m_window->show(); }, [] { QCoreApplication::quit(); }});
         splash.Form_Load();

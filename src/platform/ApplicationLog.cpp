@@ -65,18 +65,19 @@ public:
         sum.update(path.toCaseFolded().toStdString());
         m_mutex = win::Handle(CreateMutexW(nullptr, FALSE, win::wide(QStringLiteral("Global\\quillmark-log-") + sum.hex().first(16))));
     }
-    void take() const
+    /// \returns whether it is to be given back. A program that stands still in its turn holds up nobody for long.
+    [[nodiscard]] bool take() const
     {
-        if (m_mutex.isOpen())
-            WaitForSingleObject(m_mutex.get(), INFINITE);
+        if (!m_mutex.isOpen())
+            return false;
+        const DWORD code = WaitForSingleObject(m_mutex.get(), kLongestTurnMs);
+        return code == WAIT_OBJECT_0 || code == WAIT_ABANDONED;
     }
-    void give() const
-    {
-        if (m_mutex.isOpen())
-            ReleaseMutex(m_mutex.get());
-    }
+    void give() const { ReleaseMutex(m_mutex.get()); }
 
 private:
+    static constexpr DWORD kLongestTurnMs = 2000;
+
     win::Handle m_mutex;
 };
 
@@ -86,7 +87,7 @@ private:
 struct Turns final
 {
     explicit Turns(const QString &) {}
-    void take() const {}
+    [[nodiscard]] bool take() const { return false; }
     void give() const {}
 };
 
@@ -127,8 +128,11 @@ void ApplicationLog::write(Level level, const QString &text) noexcept
                               : level == Level::Warning ? spdlog::level::warn
                                                         : spdlog::level::err;
         const std::string line = escaped(text);
-        m_sink->turns.take();
-        const auto end = qScopeGuard([this] { m_sink->turns.give(); });
+        const bool taken = m_sink->turns.take();
+        const auto end = qScopeGuard([this, taken] {
+            if (taken)
+                m_sink->turns.give();
+        });
         m_sink->logger.log(severity, spdlog::string_view_t(line));
     } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): a log that cannot be written stays silent
     }

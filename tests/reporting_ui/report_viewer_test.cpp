@@ -231,6 +231,32 @@ private Q_SLOTS:
         window.reset(); // while it is working
         QTRY_COMPARE(f->spoolFiles(), 0);
     }
+
+    void whatAKilledProgramLeftIsRemovedAndWhatIsInUseStays()
+    {
+        const auto make = [](const QString &name, int secondsAgo) {
+            QFile file(spoolFolder() + u'/' + name);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-secondsAgo), QFileDevice::FileModificationTime));
+        };
+        make(u"left.spool"_s, 3600);
+        make(u"being made.spool"_s, 1);
+        SpoolWriter writer;
+        const std::vector<ReportColumn> columns{column("name", ColumnType::Text)};
+        writer.begin({}, columns);
+        for (const QFileInfo &inUse : QDir(spoolFolder()).entryInfoList({u"????????????????????????????????.spool"_s}, QDir::Files)) {
+            QFile file(inUse.filePath());
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-3600), QFileDevice::FileModificationTime));
+        }
+        removeLeftSpools();
+        writer.row(std::vector<Value>{Value::ofText("kept")});
+        writer.end({1, false, 0});
+        QVERIFY(QFile::remove(spoolFolder() + u"/being made.spool"_s));
+        QVERIFY(!QFile::exists(spoolFolder() + u"/left.spool"_s));
+        const auto window = viewer(writer.take());
+        QCOMPARE(window->model().index(0, 0).data().toString(), u"kept"_s);
+    }
 };
 
 } // namespace qm::test

@@ -2,6 +2,7 @@
 
 #include "core/RuntimeError.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
@@ -13,6 +14,9 @@
 namespace qm {
 
 namespace {
+
+/// Another program may be about to open a file that it made so recently.
+constexpr qint64 kSecondsToOpen = 60;
 
 [[noreturn]] void raiseSpoolError(sqlite3 *database, int code)
 {
@@ -82,14 +86,28 @@ void bindCell(sqlite3_stmt *statement, int at, const Value &cell)
     }
 }
 
+QString spoolPath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + QStringLiteral("/quillmark/spool");
+}
+
 } // namespace
 
 QString spoolFolder()
 {
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + QStringLiteral("/quillmark/spool");
+    const QString folder = spoolPath();
     if (!QDir().mkpath(folder) || !QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner))
         raise(err::pathFileAccess, QStringLiteral("\"%1\" cannot be made; the viewer keeps its rows there").arg(folder), kFrameworkSource);
     return folder;
+}
+
+void removeLeftSpools()
+{
+    const QDateTime justMade = QDateTime::currentDateTimeUtc().addSecs(-kSecondsToOpen);
+    for (const QFileInfo &file : QDir(spoolPath()).entryInfoList(QDir::Files | QDir::Hidden)) {
+        if (file.lastModified() < justMade)
+            QFile::remove(file.filePath());
+    }
 }
 
 SpoolStatement::SpoolStatement(sqlite3 *database, const char *sql)

@@ -19,6 +19,9 @@ namespace qm {
 /// The folder for spools under the user's cache folder, made for this user only. \throws RuntimeError 75.
 [[nodiscard]] QString spoolFolder();
 
+/// Removes what programs that were killed left there, on systems where an open file keeps its name; files in use stay.
+void removeLeftSpools();
+
 /// A statement of a spool's database; finalised with the object.
 class SpoolStatement final
 {
