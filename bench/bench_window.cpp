@@ -3,14 +3,8 @@
 ///
 ///   bench_window empty           an empty main window
 ///   bench_window main FOLDER     the program's main window on the installation in FOLDER (with trailing separator)
-#include "core/ErrorReporter.h"
-#include "framework/ComponentRegistry.h"
-#include "framework/ConfigReaders.h"
-#include "framework/QueryFiles.h"
-#include "help/HelpFile.h"
-#include "platform/SystemDueTimer.h"
+#include "app/Program.h"
 #include "shell/WidgetPrompts.h"
-#include "shell/frmMain.h"
 
 #include <QApplication>
 #include <QMainWindow>
@@ -21,14 +15,6 @@
 using namespace qm;
 
 namespace {
-
-class NoJournal final : public ScheduleJournal
-{
-public:
-    void notRun(const ScheduledReportJob &, const QString &) override {}
-    void skippedRuns(const ScheduledReportJob &, const WallTime &, int) override {}
-    void note(const QString &) override {}
-};
 
 /// Shows the window and ends the program once it has been painted.
 int showOnce(QWidget &window)
@@ -44,32 +30,9 @@ int showOnce(QWidget &window)
 
 int showMain(const QString &folder)
 {
-    Globals globals;
     WidgetPrompts prompts;
-    ErrorReporter errors(prompts);
-    SystemClock clock;
-    ComponentRegistry components(folder, nullptr);
-    HelpFile help;
-    NoJournal journal;
-    TomlJobConfigReader jobReader;
-    frmMain window(MainWindowServices{
-        .globals = globals,
-        .errors = errors,
-        .prompts = prompts,
-        .clock = clock,
-        .components = components,
-        .help = help,
-        .journal = journal,
-        .jobReader = jobReader,
-        .readers = {[] { return std::make_unique<IniPackageConfigReader>(); }, [] { return std::make_unique<TomlJobConfigReader>(); },
-                    [] { return std::make_unique<TomlEmailConfigReader>(); }, [] { return std::make_shared<TomlDataSourceFileReader>(); }},
-        .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
-        .getInstallPath = [&folder] { return folder; },
-        .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
-        .isProducingRows = [] { return false; },
-        .closeViewers = [] {},
-        .endProgram = [] {},
-        .stateFile = {}});
+    Program program(prompts, {.installPath = folder, .fontFolder = {}, .getInstallPath = [&] { return folder; }});
+    frmMain &window = program.makeMainWindow();
     window.Form_Load();
     return showOnce(window);
 }

@@ -21,6 +21,7 @@ function(qm_add_module name)
         list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/*.h)
     endforeach()
     file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+    list(FILTER sources EXCLUDE REGEX "/main\\.cpp$") # a program's
     # Another platform's half of a file (NameWindows.cpp, NameUnix.cpp) stays out of this build.
     if(WIN32)
         list(FILTER sources EXCLUDE REGEX "Unix\\.(cpp|h)$")

@@ -26,7 +26,7 @@ public:
     {
         program.window->Form_Load();
         program.window->show();
-        if (!QTest::qWaitForWindowExposed(program.window.get()))
+        if (!QTest::qWaitForWindowExposed(program.window))
             qFatal("the main window does not show");
         CatalogueTreeView &tree = program.window->catalogue().tvTreeView();
         tree.setAnimated(false);
@@ -125,8 +125,8 @@ private Q_SLOTS:
         Office office(installation);
         for (const char *const id : {"ID_Modify", "ID_Generate"}) {
             bool tried = false;
-            QTimer::singleShot(50, office.program.window.get(), [&] {
-                tried = office.program.registry.isEditing() || office.program.registry.isGenerating();
+            QTimer::singleShot(50, office.program.window, [&] {
+                tried = office.program.program.components().isEditing() || office.program.program.components().isGenerating();
                 office.program.window->commands().tool(u"ID_Delete"_s)->trigger();
                 office.program.window->close();
             });

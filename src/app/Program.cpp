@@ -1,0 +1,77 @@
+#include "app/Program.h"
+
+#include "platform/SystemDueTimer.h"
+#include "reporting/ui/Spool.h"
+
+namespace qm {
+
+Program::Program(Prompts &prompts, const ProgramPlace &place)
+    : m_place(place), m_prompts(prompts), m_log(place.installPath, QStringLiteral("quillmark")),
+      m_known(std::make_shared<KnownFiles>(&m_log)), m_errors(prompts), m_registry(place.installPath, &m_log),
+      m_engine({place.installPath, place.fontFolder, m_clock, m_log}), m_journal(m_log, m_clock, place.installPath),
+      m_jobReader(m_known), m_reporting{prompts,
+                                        m_engine,
+                                        m_queries,
+                                        m_layouts,
+                                        m_packages,
+                                        m_clock,
+                                        m_log,
+                                        m_desk,
+                                        place.fontFolder,
+                                        [this] { return m_globals.gstrInstallPath; },
+                                        [this] { return m_globals.gdicDataSources.Keys(); },
+                                        [this] { return m_window && m_window->isVisible() ? m_window.get() : nullptr; }}
+{
+    if (!place.userStateFolder.isEmpty())
+        m_help.setStateFile(place.userStateFolder + QStringLiteral("help.ini"));
+    m_registry.registerReportInterface(QString::fromLatin1(kReportInterfaceFamily),
+                                       [this](const QString &) { return makePackageReportInterface(m_reporting); });
+    QObject::connect(&m_desk, &ReportDesk::runEnded, &m_desk, [this] {
+        if (m_window)
+            m_window->schedule().timer().deliverWaitingMature();
+    });
+}
+
+Program::~Program()
+{
+    m_desk.closeViewers();
+}
+
+void Program::tidyUp()
+{
+    m_journal.markInterruptedRuns();
+    removeLeftSpools();
+}
+
+frmMain &Program::makeMainWindow()
+{
+    m_window = std::make_unique<frmMain>(services());
+    return *m_window;
+}
+
+MainWindowServices Program::services()
+{
+    return {.globals = m_globals,
+            .errors = m_errors,
+            .prompts = m_prompts,
+            .clock = m_clock,
+            .components = m_registry,
+            .help = m_help,
+            .journal = m_journal,
+            .jobReader = m_jobReader,
+            .readers = {[] { return std::make_unique<IniPackageConfigReader>(); },
+                        [this] { return std::make_unique<TomlJobConfigReader>(m_known); },
+                        [this] { return std::make_unique<TomlEmailConfigReader>(m_known); },
+                        [this] { return std::make_shared<TomlDataSourceFileReader>(m_known); }},
+            .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
+            .getInstallPath = m_place.getInstallPath,
+            .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
+            .isProducingRows = [this] { return m_desk.isProducingRows() || m_registry.isGenerating(); },
+            .isEditing = [this] { return m_registry.isEditing(); },
+            .closeViewers = [this] { m_desk.closeViewers(); },
+            .endProgram = m_place.endProgram,
+            .connectionTester = &m_connectionTester,
+            .stateFile = m_place.userStateFolder.isEmpty() ? QString() : m_place.userStateFolder + QStringLiteral("window.ini")};
+}
+
+} // namespace qm
