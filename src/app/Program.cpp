@@ -3,6 +3,8 @@
 #include "platform/SystemDueTimer.h"
 #include "reporting/ui/Spool.h"
 
+#include <QCoreApplication>
+
 namespace qm {
 
 Program::Program(Prompts &prompts, const ProgramPlace &place)
@@ -35,6 +37,9 @@ Program::Program(Prompts &prompts, const ProgramPlace &place)
 Program::~Program()
 {
     m_desk.closeViewers();
+    // The viewers use what is below; no loop runs any more that would delete them.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    m_window.reset(); // others ask whether it is there
 }
 
 void Program::tidyUp()

@@ -11,6 +11,8 @@
 #ifdef Q_OS_WIN
 #include "platform/Sha256.h"
 #include "platform/SystemFileWindows.h"
+
+#include <sddl.h>
 #endif
 
 namespace qm {
@@ -63,14 +65,21 @@ public:
     {
         Sha256 sum;
         sum.update(path.toCaseFolded().toStdString());
-        m_mutex = win::Handle(CreateMutexW(nullptr, FALSE, win::wide(QStringLiteral("Global\\quillmark-log-") + sum.hex().first(16))));
+        const QString name = QStringLiteral("Global\\quillmark-log-") + sum.hex().first(16);
+        // Another user may take part too: SYNCHRONIZE and MUTEX_MODIFY_STATE for everybody who has logged in.
+        PSECURITY_DESCRIPTOR users = nullptr;
+        ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;;0x00100001;;;AU)", SDDL_REVISION_1, &users, nullptr);
+        SECURITY_ATTRIBUTES attributes{sizeof attributes, users, FALSE};
+        m_mutex = win::Handle(CreateMutexExW(users ? &attributes : nullptr, win::wide(name), 0, SYNCHRONIZE | MUTEX_MODIFY_STATE));
+        LocalFree(users);
     }
-    /// \returns whether it is to be given back. A program that stands still in its turn holds up nobody for long.
-    [[nodiscard]] bool take() const
+    /// \returns whether it is to be given back. A program that stands still in its turn holds up nobody for long, and only once.
+    [[nodiscard]] bool take()
     {
         if (!m_mutex.isOpen())
             return false;
-        const DWORD code = WaitForSingleObject(m_mutex.get(), kLongestTurnMs);
+        const DWORD code = WaitForSingleObject(m_mutex.get(), m_isStuck ? 0 : kLongestTurnMs);
+        m_isStuck = code == WAIT_TIMEOUT;
         return code == WAIT_OBJECT_0 || code == WAIT_ABANDONED;
     }
     void give() const { ReleaseMutex(m_mutex.get()); }
@@ -79,6 +88,7 @@ private:
     static constexpr DWORD kLongestTurnMs = 2000;
 
     win::Handle m_mutex;
+    bool m_isStuck = false;
 };
 
 #else

@@ -104,7 +104,7 @@ QString spoolFolder()
 void removeLeftSpools()
 {
     const QDateTime justMade = QDateTime::currentDateTimeUtc().addSecs(-kSecondsToOpen);
-    for (const QFileInfo &file : QDir(spoolPath()).entryInfoList(QDir::Files | QDir::Hidden)) {
+    for (const QFileInfo &file : QDir(spoolPath()).entryInfoList({QStringLiteral("*.spool"), QStringLiteral("order-*")}, QDir::Files)) {
         if (file.lastModified() < justMade)
             QFile::remove(file.filePath());
     }
