@@ -10,7 +10,14 @@ set -euo pipefail
 build=${QM_WINDOWS_BUILD:-$project/build/win}
 
 export QM_WINDOWS_WORK=$work
-"$project/scripts/setup.sh"
+log=$(mktemp)
+"$project/scripts/setup.sh" >"$log" 2>&1 || {
+  code=$?
+  cat "$log" >&2
+  ! not_fetched "$log" || unreachable "packages are missing and the archive does not give them"
+  exit $code
+}
+rm -f "$log"
 "$project/packaging/windows/configure.sh" "$build"
 ninja -C "$build" -j"$jobs"
 need_wine

@@ -5,7 +5,10 @@
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 . "$here/wine.sh"
-[ -f "$WINEPREFIX/.ready" ] || need_wine
+if [ ! -f "$WINEPREFIX/.ready" ]; then
+  mkdir -p "$(dirname "$WINEPREFIX")"
+  (flock 9; need_wine) 9>"$WINEPREFIX.lock"
+fi
 
 base=$WINEPREFIX
 for ((slot = 1; ; slot = slot % 8 + 1)); do
@@ -15,6 +18,13 @@ for ((slot = 1; ; slot = slot % 8 + 1)); do
   [ $slot -lt 8 ] || sleep 1
 done
 export WINEPREFIX=$base.$slot
+# A test that was killed may have left processes and registry entries.
+if [ -e "$WINEPREFIX.busy" ]; then
+  wine_server -k || true
+  settle
+  rm -rf "$WINEPREFIX"
+fi
+: >"$WINEPREFIX.busy"
 temporary=$(realpath "${TMPDIR:-/tmp}")
 if [ ! "$WINEPREFIX/.ready" -nt "$base/.ready" ] || [ "$(cat "$WINEPREFIX/.ready")" != "$temporary" ]; then
   copy_prefix "$base" "$WINEPREFIX" "$temporary"
@@ -22,8 +32,10 @@ fi
 
 # QtTest prints nothing on Windows without a console; it writes a file. What the program says itself goes through a file too: Wine's own
 # processes would hold a pipe open.
-text=$(mktemp -d "${TMPDIR:-/tmp}/quillmark-wine-XXXXXX")
-trap 'rm -rf "$text"' EXIT
+text=$WINEPREFIX.text
+rm -rf "$text"
+mkdir "$text"
+trap 'rm -rf "$text" "$WINEPREFIX.busy"' EXIT
 for folder in QM_SOURCE_DIR QM_BIN_DIR QM_DATA_DIR; do
   [ -z "${!folder:-}" ] || export "$folder=Z:${!folder}"
 done

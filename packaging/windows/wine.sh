@@ -32,12 +32,16 @@ need_wine() {
 }
 
 # settle: waits until the programs have ended and the registry is written.
-settle() { timeout 60 "$(command -v wineserver64 || echo /usr/lib/wine/wineserver64)" -w || true; }
+settle() { wine_server -w || true; }
+
+# wine_server OPTION: what keeps the programs of a prefix together.
+wine_server() { timeout 60 "$(command -v wineserver64 || echo /usr/lib/wine/wineserver64)" "$1"; }
 
 # copy_prefix FROM TO TEMPORARY: another prefix, whose programs have their temporary files in the folder TEMPORARY of this machine.
 # Files that nobody changes are shared; those of the registry would be written in place where they have several names.
 copy_prefix() {
   local folder
+  [ ! -d "$2" ] || WINEPREFIX=$2 settle
   rm -rf "$2"
   cp -al "$1" "$2"
   rm -f "$2"/*.reg "$2/.ready"

@@ -40,7 +40,7 @@ private Q_SLOTS:
 
         SystemClock clock;
         const WallTime now = clock.wallNow();
-        const WallTime dueOnce = secondsFrom(now, 3), dueDaily = secondsFrom(now, 5), dueLost = secondsFrom(now, 7);
+        const WallTime dueOnce = secondsFrom(now, 5), dueDaily = secondsFrom(now, 7), dueLost = secondsFrom(now, 9);
         auto jobs = std::make_shared<JobCollection>();
         const auto add = [&](int id, const QString &name, const WallTime &when, int frequencyCode) {
             jobs->push_back(std::make_shared<ScheduledReportJob>(ScheduledReportJob{name, query(name), when, frequencyCode, id}));
@@ -56,8 +56,8 @@ private Q_SLOTS:
         program.window->show();
         JobTable &table = program.window->schedule().table();
         QCOMPARE(table.rows(), 3);
-        QTRY_COMPARE_WITH_TIMEOUT(table.rows(), 2, 10'000);
-        QTRY_VERIFY_WITH_TIMEOUT(!program.prompts.shown.empty(), 12'000);
+        QTRY_COMPARE_WITH_TIMEOUT(table.rows(), 2, 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(!program.prompts.shown.empty(), 30'000);
         QTest::qWait(300);
 
         // The one box is about the lost file; it came when that job had become the earliest.

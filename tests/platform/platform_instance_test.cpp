@@ -47,9 +47,9 @@ private Q_SLOTS:
         QSignalSpy raised(&lock, &InstanceLock::raiseRequested);
         QCOMPARE(lock.acquire(), Result::Acquired);
         QCOMPARE(start(), Result::HeldBySameUser);
-        QVERIFY(raised.wait(2000));
+        QVERIFY(raised.wait(10'000));
         QCOMPARE(start(), Result::HeldBySameUser);
-        QVERIFY(raised.wait(2000));
+        QVERIFY(raised.wait(10'000));
         QCOMPARE(raised.size(), 2);
         QVERIFY2(lock.holder().contains(QString::number(QCoreApplication::applicationPid())) &&
                      lock.holder().contains(QSysInfo::machineHostName(), Qt::CaseInsensitive),
@@ -79,7 +79,7 @@ private Q_SLOTS:
         QCOMPARE(lock.acquire(), Result::Acquired);
         QSignalSpy raised(&lock, &InstanceLock::raiseRequested);
         QCOMPARE(start(), Result::HeldBySameUser); // the pipe it left behind does not block either
-        QVERIFY(raised.wait(2000));
+        QVERIFY(raised.wait(10'000));
     }
 
     void the_holder_hears_another_process()
@@ -89,7 +89,7 @@ private Q_SLOTS:
         InstanceLock lock(path());
         QCOMPARE(lock.acquire(), Result::HeldBySameUser);
         lock.askHolderToRaise();
-        QVERIFY(holder.waitForFinished(5000));
+        QVERIFY(holder.waitForFinished(30'000));
         QCOMPARE(holder.exitCode(), 5);
     }
 
@@ -165,7 +165,7 @@ private:
     void hold(QProcess &holder) const
     {
         holder.start(QCoreApplication::applicationFilePath(), {u"--child"_qs, u"hold"_qs, path()});
-        QVERIFY(holder.waitForReadyRead(5000));
+        QVERIFY(holder.waitForReadyRead(30'000));
         QCOMPARE(holder.readLine().trimmed(), QByteArray("held"));
     }
 

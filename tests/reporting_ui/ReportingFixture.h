@@ -17,6 +17,7 @@
 #include <QDir>
 #include <QPointer>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 
 #include <sqlite3.h>
 
@@ -29,10 +30,14 @@ class ReportingFixture
 public:
     ReportingFixture()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        if (onWindows()) // where a program that was killed leaves its files; those in use stay
+        if (onWindows()) { // where a user has one such folder, and a program that was killed leaves its files; those in use stay
+            QStandardPaths::setTestModeEnabled(true);
             for (const QString &left : spoolFolder().entryList(QDir::Files | QDir::Hidden))
                 QFile::remove(spoolFolder().filePath(left));
+        } else {
+            for (const char *folder : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME"})
+                qputenv(folder, QFile::encodeName(home.path()));
+        }
         database = installation.packagePath(u"Server"_s) + u"EventLog.db"_s;
         runSql("CREATE TABLE events(id INTEGER PRIMARY KEY, time_generated DATETIME, computer TEXT, attempts INTEGER, message TEXT);"
                "CREATE VIEW recent AS SELECT * FROM events WHERE attempts > 1;"
@@ -85,6 +90,7 @@ public:
     }
     [[nodiscard]] static int spoolFiles() { return static_cast<int>(spoolFolder().entryList(QDir::Files | QDir::Hidden).size()); }
 
+    QTemporaryDir home; ///< of the user's files
     TempInstallation installation;
     QString database, group;
     ScriptedPrompts prompts;

@@ -276,7 +276,7 @@ private Q_SLOTS:
         QSignalSpy texts(h.timer.get(), &ScheduleTimer::countdownChanged);
         const auto next = [&] {
             texts.clear();
-            return texts.wait(2500) ? texts.at(0).at(0).toString() : QString();
+            return texts.wait(10'000) ? texts.at(0).at(0).toString() : QString();
         };
         QCOMPARE(next(), u"No Reports Scheduled"_s);
         DialogEntry wanted = entry(h.makeQuery(u"q"_s), kSingle, {2026, 11, 22}, {11, 1});

@@ -315,7 +315,7 @@ private Q_SLOTS:
         loading = &busy;
         busy.Form_Load();
         busy.show();
-        QTRY_COMPARE_WITH_TIMEOUT(steps, QStringList({u"load"_s, u"show"_s}), 2500);
+        QTRY_COMPARE_WITH_TIMEOUT(steps, QStringList({u"load"_s, u"show"_s}), 10'000);
         QVERIFY(!busy.isVisible());
         QCOMPARE(prompts.pointerShape, 0);
     }

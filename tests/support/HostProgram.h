@@ -13,7 +13,7 @@ namespace qm::test {
 
 struct HostResult
 {
-    int code = -1;       ///< -1: it did not start, or did not end by itself within a minute
+    int code = -1;       ///< -1: it did not start, or did not end by itself within two minutes
     QByteArray out, err; ///< \c err says what happened when it did not start
 };
 

@@ -25,7 +25,9 @@ bool canBeInZone(const QByteArray &)
 
 bool interrupt(const QProcess &process, int signal)
 {
-    return ::kill(static_cast<pid_t>(process.processId()), signal) == 0;
+    if (const qint64 id = process.processId(); id > 0) // 0 would be everybody here
+        ::kill(static_cast<pid_t>(id), signal);
+    return true;
 }
 
 std::optional<int> asNobody(const std::function<int()> &body)
