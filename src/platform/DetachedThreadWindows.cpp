@@ -19,8 +19,8 @@ unsigned __stdcall runTask(void *task) noexcept
 
 } // namespace
 
-/// Not std::thread::detach: in winpthreads 10.0 a thread that was detached gives its record back while the next pthread_create may already
-/// take it, and now and then the new thread never runs its function or runs it with the argument gone.
+/// Not std::thread::detach: with winpthreads 10.0 a thread now and then never runs its function, or runs it with the argument gone, once
+/// others before it were detached. Joined threads and the C runtime's own have never been seen to.
 void runDetached(std::function<void()> task)
 {
     auto owned = std::make_unique<std::function<void()>>(std::move(task));

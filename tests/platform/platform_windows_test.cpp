@@ -1,14 +1,9 @@
-// The platform on Windows: paths in both spellings, access lists, the machine-wide registry and the kernel's objects.
+// The platform on Windows where it differs: paths in both spellings, access lists, the machine-wide registry, threads.
 
-#include "core/Clock.h"
-#include "platform/ApplicationLog.h"
 #include "platform/DetachedThread.h"
 #include "platform/Files.h"
-#include "platform/InstanceLock.h"
-#include "platform/RaiseChannel.h"
 #include "platform/Registry.h"
 #include "platform/Sha256.h"
-#include "platform/SystemDueTimer.h"
 #include "platform/SystemFileWindows.h"
 #include "support/ErrorOf.h"
 
@@ -183,13 +178,6 @@ private Q_SLOTS:
         QCOMPARE(numberOf([&] { (void)registryString(key, u"InstallPath"_qs); }), 53);
     }
 
-    void a_private_profile_reads_windows_line_ends()
-    {
-        make(u"Packages.ini"_qs, "[Server Logs]\r\nPath = \"Packages\\Server\"\r\n");
-        QCOMPARE(privateProfileString(m_at + u"packages.ini"_qs, u"SERVER LOGS"_qs, u"path"_qs).value_or(QString()),
-                 u"Packages\\Server"_qs);
-    }
-
     void a_short_profile_value_is_the_systems_whatever_the_file_is_written_in()
     {
         const QString text =
@@ -221,35 +209,6 @@ private Q_SLOTS:
         QCOMPARE(shortProfileString(m_at + u"none.ini"_qs, u"Framework"_qs, u"Version"_qs), QString());
     }
 
-    void a_second_start_raises_the_first_window()
-    {
-        files::makeFolder(m_at + u"Config"_qs);
-        InstanceLock first(m_at);
-        QCOMPARE(first.acquire(), InstanceLock::Result::Acquired);
-        QSignalSpy raised(&first, &InstanceLock::raiseRequested);
-        InstanceLock second(m_at);
-        QVERIFY2(second.acquire() == InstanceLock::Result::HeldBySameUser, qPrintable(second.holder()));
-        second.askHolderToRaise();
-        QVERIFY(raised.wait(5000));
-        RaiseChannel::ask(m_at + u"elsewhere.lock"_qs);
-        QVERIFY(!raised.wait(200));
-    }
-
-    void the_timer_fires_on_its_second()
-    {
-        SystemDueTimer timer;
-        QSignalSpy mature(&timer, &DueTimer::Mature);
-        timer.SetDueTime(localNow(-5));
-        QCOMPARE(mature.count(), 0);
-        QVERIFY(mature.wait(10'000));
-        timer.SetDueTime(localNow(3600)); // replaced by the next line
-        const WallTime due = localNow(2);
-        timer.SetDueTime(due);
-        QVERIFY(mature.wait(10'000));
-        QVERIFY(localNow(0) >= due); // how late it may be is the timer's own test
-        QVERIFY(!mature.wait(1500));
-    }
-
     void every_detached_thread_runs()
     {
         struct Shared
@@ -279,19 +238,13 @@ private Q_SLOTS:
         QCOMPARE(lost.load(), 0);
     }
 
-    void checksums_and_the_log()
+    void checksums()
     {
         Sha256 sum;
         sum.update("a");
         QVERIFY(sum.hex() != u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"_qs);
         sum.update("bc");
         QCOMPARE(sum.hex(), u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"_qs);
-
-        const QString installation = m_at + u"Inst \u4e2d"_qs + kSep;
-        files::makeFolder(installation);
-        ApplicationLog(installation, u"quillmark"_qs).info(u"one\r\nline"_qs);
-        const QByteArray line = files::readAll(installation + u"Logs\\quillmark.log"_qs);
-        QVERIFY2(line.trimmed().endsWith("one\\r\\nline") && line.count('\n') == 1, line.constData());
     }
 
 private:
@@ -305,8 +258,6 @@ private:
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(bytes);
     }
-
-    static WallTime localNow(int later) { return toLocalWallTime(std::chrono::system_clock::now() + std::chrono::seconds(later)); }
 
     /// Whether the access list of \p path gives anything to everybody or to the users in general.
     static bool everybodyMayRead(const QString &path)

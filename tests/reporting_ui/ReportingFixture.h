@@ -17,7 +17,6 @@
 #include <QDir>
 #include <QPointer>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 
 #include <sqlite3.h>
 
@@ -35,8 +34,7 @@ public:
             for (const QString &left : spoolFolder().entryList(QDir::Files | QDir::Hidden))
                 QFile::remove(spoolFolder().filePath(left));
         } else {
-            for (const char *folder : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME"})
-                qputenv(folder, QFile::encodeName(home.path()));
+            qputenv("XDG_CACHE_HOME", QFile::encodeName(installation.path() + u"cache"_s));
         }
         database = installation.packagePath(u"Server"_s) + u"EventLog.db"_s;
         runSql("CREATE TABLE events(id INTEGER PRIMARY KEY, time_generated DATETIME, computer TEXT, attempts INTEGER, message TEXT);"
@@ -90,7 +88,6 @@ public:
     }
     [[nodiscard]] static int spoolFiles() { return static_cast<int>(spoolFolder().entryList(QDir::Files | QDir::Hidden).size()); }
 
-    QTemporaryDir home; ///< of the user's files
     TempInstallation installation;
     QString database, group;
     ScriptedPrompts prompts;
