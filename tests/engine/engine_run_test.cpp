@@ -1,8 +1,8 @@
-#include "core/RuntimeError.h"
 #include "platform/ApplicationLog.h"
 #include "platform/Files.h"
 #include "reporting/engine/ReportEngine.h"
 #include "reporting/engine/RunLedger.h"
+#include "support/ErrorOf.h"
 #include "support/Fakes.h"
 #include "support/System.h"
 #include "support/TempInstallation.h"
@@ -15,8 +15,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-using qm::RuntimeError;
 
 /// Keeps what an output is given, as text.
 class Recorder final : public qm::ReportWriter
@@ -65,12 +63,8 @@ public:
 
 QString failureOf(const std::function<void()> &body)
 {
-    try {
-        body();
-    } catch (const RuntimeError &error) {
-        return u"%1 %2"_s.arg(error.number()).arg(error.description());
-    }
-    return {};
+    const qm::RuntimeError error = qm::test::errorOf(body);
+    return error.number() == 0 ? QString() : u"%1 %2"_s.arg(error.number()).arg(error.description());
 }
 
 } // namespace
@@ -195,9 +189,8 @@ private Q_SLOTS:
         options.from = options.to = QDate(2026, 3, 29);
         options.parameters.insert(u"account"_s, u"x' OR 1=1"_s);
         QCOMPARE(show(file, options).rows.first(), u"x' OR 1=1|2026-03-28 23:00:00|2026-03-29 22:00:00"_s);
-        QVERIFY(failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(u"no parameter \"account\""_s) ||
-                failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(u"takes no period"_s));
-        QVERIFY(failureOf([&] { show(query("SELECT :date_from")); }).contains(u"date_from (a period"_s));
+        options.parameters.clear();
+        QVERIFY(failureOf([&] { show(query("SELECT id FROM e"), options); }).contains(u"takes no period"_s));
     }
 
     void each_query_reads_the_database_of_its_own_package()
@@ -206,12 +199,6 @@ private Q_SLOTS:
         QCOMPARE(show(query("SELECT id FROM e LIMIT 1", {}, u"Mail"_s)).rows, QStringList{u"mail"_s});
         QCOMPARE(show(query("SELECT id FROM e LIMIT 1")).rows, QStringList{u"1"_s});
         QVERIFY(failureOf([&] { show(query("SELECT 1", {}, u"File"_s)); }).startsWith(u"53 "_s));
-        const QString outside =
-            m_installation->write(u"outside.rqn"_s, "format = 1\ndescription = \"x\"\nsql = '''SELECT id FROM e LIMIT 1'''\n");
-        QVERIFY(failureOf([&] { show(outside); }).contains(u"belongs to no package"_s));
-        qm::RunOptions options;
-        options.database = m_installation->packagePath(u"Mail"_s) + u"EventLog.db"_s;
-        QCOMPARE(show(outside, options).rows, QStringList{u"mail"_s});
     }
 
     void outputs_of_other_kinds_are_refused_with_advice_data()

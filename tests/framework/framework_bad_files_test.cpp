@@ -45,10 +45,8 @@ private Q_SLOTS:
         row("job is no list", "Jobs.cfg", "job = 5\n", 1, "list of tables");
         row("twice the same key", "Jobs.cfg", "[[job]]\nid = 1\nid = 2\n", 3, "");
         row("port as text", "Email.cfg", "server = 's'\nport = '25'\n", 2, "whole number");
-        row("port too large", "Email.cfg", "port = 3000000000\n", 1, "between");
         row("server as number", "Email.cfg", "server = 25\n", 1, "text in quotes");
         row("no class", "a.dsf", "server = 's'\n", 1, "\"class\" is missing");
-        row("connection type as text", "a.dsf", "class = 'QMMDSMSSql'\nconnection_type = 'yes'\n", 2, "whole number");
         row("misspelt password", "a.dsf", "class = 'QMMDSOracle'\npasword = 'x'\n", 2, "known keys are");
         row("query not TOML", "q.rqn", "SELECT * FROM events\n", 1, "text editor");
         row("query truncated in its SQL", "q.rqn", "description = 'd'\nsql = '''\nSELECT 1\n", 3, "");
@@ -168,9 +166,7 @@ private Q_SLOTS:
     {
         const Folder folder;
         QVERIFY(QDir(folder.root()).mkpath(u"Config/sub"_s));
-        const QStringList names{u"../x.dsf"_s, u"..\\x.dsf"_s, u"sub/x.dsf"_s,    u"a:b.dsf"_s,
-                                u"CON.dsf"_s,  u".dsf"_s,      u"MSSQL::x.dsf"_s, u"x?.dsf"_s};
-        for (const QString &name : names) {
+        for (const QString &name : {u"../x.dsf"_s, u"..\\x.dsf"_s, u"sub/x.dsf"_s, u"MSSQL::x.dsf"_s, u".dsf"_s}) {
             const QString path = folder.path(u"Config/"_s + name);
             QCOMPARE(errorOf([&] { TomlDataSourceFileReader().WriteDataSource(QMMDSOracle(), path); }).number(), err::badFileName);
         }

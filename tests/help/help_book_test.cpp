@@ -1,15 +1,15 @@
 // What the built help file says, read by a program that is not ours, and held against the program's own texts.
 
-#include "HelpCopy.h"
-
 #include "help/viewer/HelpBook.h"
 #include "support/ErrorOf.h"
+#include "support/FileBytes.h"
 
 #include <QDirIterator>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTextDocument>
 #include <QtEndian>
 

@@ -1,11 +1,9 @@
 // The help window under real mouse and keys, on the built help file.
 
-#include "HelpCopy.h"
-
 #include "help/HelpFile.h"
 #include "help/viewer/HelpText.h"
 #include "help/viewer/frmHelp.h"
-#include "support/ErrorOf.h"
+#include "support/FileBytes.h"
 
 #include <QAction>
 #include <QDesktopServices>
@@ -15,10 +13,9 @@
 #include <QListWidget>
 #include <QScopeGuard>
 #include <QScrollBar>
-#include <QTabWidget>
+#include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTimer>
-#include <QToolBar>
 #include <QTreeWidget>
 
 using namespace qm;
@@ -209,7 +206,7 @@ private Q_SLOTS:
         QVERIFY(shown.text().toPlainText().startsWith(u"Getting started"_s));
     }
 
-    void a_spoilt_file_leaves_the_open_help_as_it_is()
+    void a_file_spoilt_later_leaves_the_open_help_as_it_is()
     {
         const QTemporaryDir folder;
         const QString path = folder.filePath(u"Report Generator.chm"_s);
@@ -220,10 +217,6 @@ private Q_SLOTS:
         writeBytes(path, "spoilt");
         help.showContext(55);
         QCOMPARE(help.window()->findChild<HelpText *>()->page(), u"email.html"_s);
-        HelpFile later;
-        later.setPath(path);
-        QCOMPARE(numberOf([&] { later.showContext(24); }), err::invalidFileFormat);
-        QVERIFY(!later.window());
     }
 
     void help_can_be_read_beside_a_modal_dialog_and_outlives_it()

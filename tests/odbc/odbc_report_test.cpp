@@ -2,9 +2,9 @@
 #include "reporting/engine/RunLedger.h"
 #include "support/DatabaseServers.h"
 #include "support/TempInstallation.h"
+#include "support/ToolRun.h"
 
 #include <QDirIterator>
-#include <QtTest>
 
 using namespace qm;
 using namespace qm::test;
@@ -18,12 +18,6 @@ CREATE TABLE event(id int, account nvarchar(40), time_generated datetime, amount
 INSERT INTO event VALUES(1, 'Zoë Żółć', '2026-01-10 08:00:00', 10.25), (2, 'O''Brien', '2026-01-11 09:30:00', 20.50),
   (3, 'Later', '2026-02-01 00:00:00', 99);
 )sql";
-
-struct Outcome
-{
-    int exitCode = -1;
-    QByteArray said;
-};
 
 } // namespace
 
@@ -40,16 +34,6 @@ class OdbcReportTest final : public QObject
         return m_installation->write(m_installation->group(u"Server"_s, u"Tests"_s) + u"/q.rqn"_s,
                                      "format = 1\ndescription = \"Accounts\"\ndata_source = \"" + source + "\"\nsql = '''" + sql + "'''\n" +
                                          more);
-    }
-
-    [[nodiscard]] static Outcome run(const QStringList &arguments)
-    {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(qEnvironmentVariable("QM_BIN_DIR") + u"/quillmark-report"_s, arguments);
-        if (!process.waitForFinished(30'000))
-            return {-1, process.errorString().toUtf8()};
-        return {process.exitCode(), process.readAll()};
     }
 
     void saveDataSource(const QString &password) const
@@ -81,48 +65,53 @@ private Q_SLOTS:
                                    "time_generated < :date_to AND account LIKE :who ORDER BY id",
                                    "[[parameter]]\nname = \"who\"\ndefault = \"%\"\n");
         const QString pdf = m_installation->path() + u"out.pdf"_s;
-        const Outcome outcome = run({u"--from"_s, u"2026-01-01"_s, u"--to"_s, u"2026-01-31"_s, u"--output"_s, pdf, file});
-        QVERIFY2(outcome.exitCode == 0, outcome.said.constData());
+        const ToolResult outcome =
+            runTool("quillmark-report", {u"--from"_s, u"2026-01-01"_s, u"--to"_s, u"2026-01-31"_s, u"--output"_s, pdf, file});
+        QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
         const QString text = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-layout"_s, pdf, u"-"_s})).simplified();
         QVERIFY2(text.contains(QString::fromUtf8("1 Zoë Żółć 2026-01-10 08:00:00 10.25 2 O'Brien 2026-01-11 09:30:00 20.50")),
                  qPrintable(text));
         QVERIFY(!text.contains(u"Later"_s));
         QVERIFY2(text.contains(u"SQL Server database sales on "_s), qPrintable(text));
 
-        const Outcome one = run({u"--all-time"_s, u"--param"_s, QString::fromUtf8("who=Zoë Ż%"), u"--rows"_s, file});
-        QCOMPARE(one.said.trimmed(), QByteArray("1"));
+        const ToolResult one =
+            runTool("quillmark-report", {u"--all-time"_s, u"--param"_s, QString::fromUtf8("who=Zoë Ż%"), u"--rows"_s, file});
+        QCOMPARE(one.out, u"1\n"_s);
     }
 
     void the_variant_for_the_engine_runs()
     {
         saveDataSource(QString::fromUtf8(kPassword));
-        const QString file =
-            query("MSSQL::Payroll.dsf", "SELECT nosuch FROM nosuch", "[sql_for]\nmssql = \"SELECT TOP 2 id FROM event\"\n");
-        const Outcome outcome = run({u"--rows"_s, file});
-        QCOMPARE(outcome.said.trimmed(), QByteArray("2"));
+        const QByteArray variant = "[sql_for]\nmssql = \"SELECT TOP 2 id FROM event\"\n";
+        QCOMPARE(runTool("quillmark-report", {u"--rows"_s, query("MSSQL::Payroll.dsf", "SELECT nosuch FROM nosuch", variant)}).out,
+                 u"2\n"_s);
     }
 
     void a_file_of_another_class_is_refused()
     {
         saveDataSource(QString::fromUtf8(kPassword));
-        const Outcome outcome = run({u"--rows"_s, query("Oracle::Payroll.dsf", "SELECT 1 FROM dual")});
-        QCOMPARE(outcome.exitCode, 1);
-        QVERIFY2(outcome.said.contains("class \"QMMDSMSSql\""), outcome.said.constData());
+        const ToolResult outcome = runTool("quillmark-report", {u"--rows"_s, query("Oracle::Payroll.dsf", "SELECT 1 FROM dual")});
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.contains(u"class \"QMMDSMSSql\""_s), qPrintable(outcome.err));
     }
 
     void no_password_is_seen_anywhere()
     {
         const QByteArray inString = "Driver=FreeTDS;Server=127.0.0.1;Port=" + QByteArray::number(m_server->port()) +
                                     ";UID=rep;Database=sales;PWD={" + QByteArray(kPassword) + "};";
-        QByteArray said;
+        QString said;
+        const auto run = [&](const QStringList &arguments) {
+            const ToolResult result = runTool("quillmark-report", arguments);
+            said += result.out + result.err;
+        };
         for (const char *format : {"pdf", "html", "csv", "xlsx"})
-            said += run({u"--format"_s, QString::fromLatin1(format), query("ODBC::" + inString, "SELECT id FROM event")}).said;
-        said += run({u"--rows"_s, query("ODBC::" + inString, "SELECT nosuch FROM nosuch")}).said;
+            run({u"--format"_s, QString::fromLatin1(format), query("ODBC::" + inString, "SELECT id FROM event")});
+        run({u"--rows"_s, query("ODBC::" + inString, "SELECT nosuch FROM nosuch")});
         saveDataSource(u"wrong;word}"_s);
-        said += run({u"--rows"_s, query("MSSQL::Payroll.dsf", "SELECT id FROM event")}).said;
-        QVERIFY2(said.contains("Log-in: Login failed for user 'rep'"), said.constData());
-        said += run({u"--history"_s, query("MSSQL::Payroll.dsf", "SELECT id FROM event")}).said;
-        QVERIFY2(!said.contains("s3;c") && !said.contains("wrong;word"), said.constData());
+        run({u"--rows"_s, query("MSSQL::Payroll.dsf", "SELECT id FROM event")});
+        QVERIFY2(said.contains(u"Log-in: Login failed for user 'rep'"_s), qPrintable(said));
+        run({u"--history"_s, query("MSSQL::Payroll.dsf", "SELECT id FROM event")});
+        QVERIFY2(!said.contains(u"s3;c"_s) && !said.contains(u"wrong;word"_s), qPrintable(said));
         int looked = 0;
         for (const char *folder : {"Reports", "Logs"}) {
             QDirIterator files(m_installation->path() + QString::fromLatin1(folder), QDir::Files | QDir::Hidden,

@@ -152,14 +152,9 @@ private Q_SLOTS:
         };
         const QString where = u" from types where name = :name and id = :ID and born = :born and flag = :flag and seen >= :date_from "
                               "and seen < :date_to and :name <> :long"_s;
-        QCOMPARE(rowsOf(postgres(), u"select id, name, :name::text"_s + where + u" and score < :score and at = :at"_s,
-                        [&] {
-                            auto all = values;
-                            all.push_back(parameter("at", QByteArray("12:30:00"), ParameterType::Time));
-                            return all;
-                        }()),
-                 QStringList()); // the time in the table has a fraction
-        QCOMPARE(rowsOf(postgres(), u"select id, name, :name::text"_s + where + u" and score < :score"_s, values),
+        std::vector<BoundParameter> withTime = values;
+        withTime.push_back(parameter("at", QByteArray("12:30:01"), ParameterType::Time));
+        QCOMPARE(rowsOf(postgres(), u"select id, name, :name::text"_s + where + u" and score < :score and at < :at"_s, withTime),
                  QStringList{QString::fromUtf8("i:1 | t:" + name + " | t:" + name)});
         QCOMPARE(rowsOf(tds(), u"select id, name"_s + where + u" and score > :score"_s, values),
                  QStringList{QString::fromUtf8("i:1 | t:" + name)});
@@ -200,7 +195,6 @@ private Q_SLOTS:
             return errorOf([&] { rowsOf(source, QString::fromLatin1(sql)); }).description();
         };
         QVERIFY(told(tds(), "select 1; delete from types").contains(u"a second one begins"_s));
-        QVERIFY(told(tds(), "select 1 delete from types").contains(u"\"delete\" writes"_s));
         const QString behind = told(postgres(), "with gone as (delete from types returning id) select * from gone");
         QVERIFY2(behind.contains(u"data-modifying"_s), qPrintable(behind));
         const QString undeclared = told(odbcSource(m_postgres->connection() + u";UseDeclareFetch=0"_s),

@@ -102,19 +102,6 @@ private Q_SLOTS:
         QCOMPARE(oracleDriver({u"FreeTDS"_s}), QString());
     }
 
-    void the_record_that_says_most_comes_first()
-    {
-        // As the driver for SQL Server gives them when the database may not be opened.
-        const ConnectFailure failure = judgeConnecting({{u"42000"_s, 18456, u"Login failed for user 'plain'."_s, 0},
-                                                        {u"42000"_s, 4060, u"Cannot open database \"none\" requested by the login."_s, 0},
-                                                        {u"08001"_s, 0, u"Unable to connect to data source"_s, 0}});
-        QCOMPARE(failure.stage, Stage::Database);
-        const QString text = explain(failure, u"FreeTDS"_s);
-        QVERIFY2(text.startsWith(u"Database: Cannot open database \"none\" requested by the login. [native error 4060, "_s),
-                 qPrintable(text));
-        QVERIFY(text.indexOf(u"18456"_s) > text.indexOf(u"Check the database's name"_s));
-    }
-
     void a_report_sends_one_reading_statement_data()
     {
         QTest::addColumn<QString>("sql");
@@ -127,8 +114,6 @@ private Q_SLOTS:
         row("select 1; -- done\n ;", PostgreSql, "");
         row("select 1;\n delete from t", PostgreSql, "line 2, column 2");
         row("(select 1) union select 2", Standard, "");
-        row("with x as (select 1) select * from x", MsSql, "");
-        row("delete from t", Standard, "begins no query");
         row("/* x */ drop table t", Oracle, "\"drop\" begins no query");
         row("select 1 delete from t", MsSql, "line 1, column 10");
         row("select * into copy from t", MsSql, "\"into\" writes");
@@ -136,7 +121,6 @@ private Q_SLOTS:
         row("select * from a inner merge join b on 1=1 option (merge union)", MsSql, "");
         row("select 1 from t option (use hint ('FORCE_LEGACY_CARDINALITY_ESTIMATION'))", MsSql, "");
         row("select 1 use master", MsSql, "\"use\" writes");
-        row("select 1; waitfor delay '0'", MsSql, "a second one begins");
         row("select $$;$$, 'a;b', ';' as \";\"", PostgreSql, "");
         row("exec dbo.report :a", MsSql, "");
         row(" ;; ", Standard, "no SQL statement");
@@ -183,7 +167,6 @@ private Q_SLOTS:
         using Kind = Value::Kind;
         QTest::newRow("integer") << QByteArray("9223372036854775807") << Kind::Integer;
         QTest::newRow("beyond 64 bits") << QByteArray("9223372036854775808") << Kind::Null;
-        QTest::newRow("15 digits") << QByteArray("-1234567890123.45") << Kind::Real;
         QTest::newRow("16 digits") << QByteArray("12345678901234.56") << Kind::Null;
         QTest::newRow("small") << QByteArray("0.00000123456789012345") << Kind::Real;
         QTest::newRow("no leading zero") << QByteArray(".5") << Kind::Real;

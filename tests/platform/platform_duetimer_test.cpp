@@ -96,20 +96,6 @@ private Q_SLOTS:
         QVERIFY(mature.wait(10'000));
     }
 
-    void arming_inside_its_own_event_works()
-    {
-        SystemDueTimer timer;
-        int fired = 0;
-        connect(&timer, &DueTimer::Mature, this, [&] {
-            if (++fired < 5)
-                timer.SetDueTime(wallAfter(-1));
-        });
-        timer.SetDueTime(wallAfter(-1));
-        QTRY_COMPARE_WITH_TIMEOUT(fired, 5, 10'000);
-        QTest::qWait(50);
-        QCOMPARE(fired, 5);
-    }
-
     void a_changed_zone_moves_the_due_instant()
     {
         if (!test::canBeInZone("UTC"))

@@ -1,8 +1,8 @@
 // One window per installation, with real second processes.
 
-#include "platform/Files.h"
 #include "platform/InstanceLock.h"
 #include "support/HostProgram.h"
+#include "support/SecondProcess.h"
 #include "support/System.h"
 #include "support/TempInstallation.h"
 
@@ -13,8 +13,8 @@ using Result = InstanceLock::Result;
 
 namespace {
 
-/// The second process: "hold" takes the lock and waits to be asked or killed; "start" tries, asks, and ends with the result.
-int runAsChild(QCoreApplication &app, const QString &role, const QString &installPath)
+/// The second process: "hold" takes the lock and waits to be killed; "start" tries, asks, and ends with the result.
+int runAsChild(const QString &role, const QString &installPath)
 {
     InstanceLock lock(installPath);
     const Result result = lock.acquire();
@@ -23,13 +23,10 @@ int runAsChild(QCoreApplication &app, const QString &role, const QString &instal
             lock.askHolderToRaise();
         return 10 + static_cast<int>(result);
     }
-    QObject::connect(&lock, &InstanceLock::raiseRequested, &app, [] { QCoreApplication::exit(5); });
-    QFile out;
-    if (!out.open(1, QIODevice::WriteOnly))
-        return 1;
-    out.write(result == Result::Acquired ? "held\n" : "not\n");
-    out.flush();
-    return QCoreApplication::exec();
+    if (result == Result::Acquired)
+        test::SecondProcess::sayReady();
+    test::SecondProcess::waitForGo();
+    return 0;
 }
 
 } // namespace
@@ -70,28 +67,16 @@ private Q_SLOTS:
 
     void a_killed_holder_does_not_block()
     {
-        QProcess holder;
-        hold(holder);
+        test::SecondProcess holder({u"hold"_qs, path()});
+        QVERIFY(holder.isReady());
         InstanceLock lock(path());
         QCOMPARE(lock.acquire(), Result::HeldBySameUser);
         holder.kill();
-        QVERIFY(holder.waitForFinished());
         QVERIFY(QFile::exists(lockFile())); // it was left behind
         QCOMPARE(lock.acquire(), Result::Acquired);
         QSignalSpy raised(&lock, &InstanceLock::raiseRequested);
         QCOMPARE(start(), Result::HeldBySameUser); // the pipe it left behind does not block either
         QVERIFY(raised.wait(10'000));
-    }
-
-    void the_holder_hears_another_process()
-    {
-        QProcess holder;
-        hold(holder);
-        InstanceLock lock(path());
-        QCOMPARE(lock.acquire(), Result::HeldBySameUser);
-        lock.askHolderToRaise();
-        QVERIFY(holder.waitForFinished(30'000));
-        QCOMPARE(holder.exitCode(), 5);
     }
 
     void a_lock_file_that_a_crash_left_empty_does_not_block()
@@ -108,14 +93,13 @@ private Q_SLOTS:
     {
         if (!canBeNobody())
             QSKIP("needs to give the lock file to another user");
-        QProcess holder;
-        hold(holder);
+        test::SecondProcess holder({u"hold"_qs, path()});
+        QVERIFY(holder.isReady());
         QVERIFY(!test::outputOf(u"chown"_qs, {u"65534:65534"_qs, lockFile()}).isNull());
         InstanceLock lock(path());
         QCOMPARE(lock.acquire(), Result::HeldByOther);
         QVERIFY2(lock.holder().contains(u"nobody"_qs), qPrintable(lock.holder()));
         holder.kill();
-        QVERIFY(holder.waitForFinished());
         QFile file(lockFile());
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write("1\nquillmark\nelsewhere\n\n\n");
@@ -152,26 +136,16 @@ private:
     }
     [[nodiscard]] QString path() const { return m_installation->path(); }
     [[nodiscard]] QString lockFile() const { return path() + u"Config/quillmark.lock"_qs; }
-    [[nodiscard]] Result start() const
-    {
-        return static_cast<Result>(QProcess::execute(QCoreApplication::applicationFilePath(), {u"--child"_qs, u"start"_qs, path()}) - 10);
-    }
-    void hold(QProcess &holder) const
-    {
-        holder.start(QCoreApplication::applicationFilePath(), {u"--child"_qs, u"hold"_qs, path()});
-        QVERIFY(holder.waitForReadyRead(30'000));
-        QCOMPARE(holder.readLine().trimmed(), QByteArray("held"));
-    }
+    [[nodiscard]] Result start() const { return static_cast<Result>(test::SecondProcess({u"start"_qs, path()}).end() - 10); }
 
     std::unique_ptr<test::TempInstallation> m_installation;
 };
 
 int main(int argc, char **argv)
 {
-    QCoreApplication app(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 4 && arguments[1] == u"--child"_qs)
-        return runAsChild(app, arguments[2], arguments[3]);
+    const QCoreApplication app(argc, argv);
+    if (const QStringList part = test::SecondProcess::part(); !part.isEmpty())
+        return runAsChild(part.value(0), part.value(1));
     const QTemporaryDir runtimeFolder; // for this run's pipes, seen by the child processes too
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
     PlatformInstanceTest test;

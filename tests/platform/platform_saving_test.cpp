@@ -1,7 +1,6 @@
 // A save leaves the old file or the new one, whole, whatever happens; and no one else gets to read a secret.
 
 #include "platform/Files.h"
-#include "platform/Sha256.h"
 #include "support/ErrorOf.h"
 
 #include <QtTest>
@@ -160,26 +159,6 @@ private Q_SLOTS:
         qInfo("%d kills: old %d, new %d; %lld in the middle of a save", kills, seen[0], seen[1], static_cast<long long>(litter));
         QVERIFY(litter > 0); // otherwise no kill met a save
         QVERIFY(seen[0] > 0 && seen[1] > 0);
-    }
-
-    void a_file_is_set_aside_under_the_first_free_name()
-    {
-        files::saveAtomically(m_at + u"Email.cfg"_qs, "first");
-        QCOMPARE(files::setAside(m_at + u"Email.cfg"_qs), m_at + u"Email.cfg.unreadable-1"_qs);
-        files::saveAtomically(m_at + u"Email.cfg"_qs, "second");
-        QCOMPARE(files::setAside(m_at + u"Email.cfg"_qs), m_at + u"Email.cfg.unreadable-2"_qs);
-        QCOMPARE(files::readAll(m_at + u"Email.cfg.unreadable-1"_qs), QByteArray("first"));
-        QCOMPARE(numberOf([&] { (void)files::setAside(m_at + u"Email.cfg"_qs); }), 53);
-    }
-
-    void a_checksum_of_pieces_is_that_of_the_whole()
-    {
-        Sha256 sum; // test vectors of FIPS 180-2
-        QCOMPARE(sum.hex(), u"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"_qs);
-        sum.update("a");
-        (void)sum.hex();
-        sum.update("bc");
-        QCOMPARE(sum.hex(), u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"_qs);
     }
 
 private:

@@ -6,6 +6,7 @@
 #include "framework/QueryFiles.h"
 #include "platform/ApplicationLog.h"
 #include "platform/Files.h"
+#include "reporting/engine/Sqlite.h"
 #include "reporting/ui/PackageReportInterface.h"
 #include "reporting/ui/ReportDesk.h"
 #include "support/ErrorOf.h"
@@ -18,11 +19,12 @@
 #include <QPointer>
 #include <QStandardPaths>
 
-#include <sqlite3.h>
-
 namespace qm::test {
 
 using namespace Qt::StringLiterals;
+
+/// Runs far longer than any test waits.
+constexpr char kEndless[] = "WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n) SELECT x FROM n WHERE x < 0";
 
 class ReportingFixture
 {
@@ -37,21 +39,15 @@ public:
             qputenv("XDG_CACHE_HOME", QFile::encodeName(installation.path() + u"cache"_s));
         }
         database = installation.packagePath(u"Server"_s) + u"EventLog.db"_s;
-        runSql("CREATE TABLE events(id INTEGER PRIMARY KEY, time_generated DATETIME, computer TEXT, attempts INTEGER, message TEXT);"
-               "CREATE VIEW recent AS SELECT * FROM events WHERE attempts > 1;"
-               "INSERT INTO events VALUES(1,'2026-11-19 08:00:00','server10',5,'plain'),"
-               "(2,'2026-11-18 08:00:00','Server9',1200,NULL),(3,'2026-11-17 08:00:00','alpha',7,'two' || char(10) || 'lines');");
+        int code = SQLITE_OK;
+        const auto connection = sqlite::open(database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, code);
+        sqlite::execute(
+            connection.get(),
+            "CREATE TABLE events(id INTEGER PRIMARY KEY, time_generated DATETIME, computer TEXT, attempts INTEGER, message TEXT);"
+            "CREATE VIEW recent AS SELECT * FROM events WHERE attempts > 1;"
+            "INSERT INTO events VALUES(1,'2026-11-19 08:00:00','server10',5,'plain'),"
+            "(2,'2026-11-18 08:00:00','Server9',1200,NULL),(3,'2026-11-17 08:00:00','alpha',7,'two' || char(10) || 'lines');");
         group = installation.group(u"Server"_s, u"Security"_s) + kSep;
-    }
-
-    void runSql(const QByteArray &sql) const
-    {
-        sqlite3 *connection = nullptr;
-        QVERIFY(sqlite3_open(database.toUtf8().constData(), &connection) == SQLITE_OK);
-        char *words = nullptr;
-        if (sqlite3_exec(connection, sql.constData(), nullptr, nullptr, &words) != SQLITE_OK)
-            QTest::qFail(words, __FILE__, __LINE__);
-        sqlite3_close(connection);
     }
 
     /// Writes a query file whose SQL and further TOML are given. \returns its path.

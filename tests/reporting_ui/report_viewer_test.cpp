@@ -1,7 +1,4 @@
 #include "ReportingFixture.h"
-#include "support/System.h"
-
-#include "core/RuntimeError.h"
 #include "reporting/ui/SpoolModel.h"
 #include "reporting/ui/TextCollation.h"
 #include "reporting/ui/VisibleText.h"
@@ -197,36 +194,27 @@ private Q_SLOTS:
         QVERIFY(f->prompts.shown.front().text.contains(u"no"_s));
     }
 
-    void aLargeReportStaysQuickAndLeavesNoFile()
+    void aLargeReportIsWorkedInAndLeavesNoFile()
     {
         constexpr int rows = 200000;
-        SpoolWriter writer;
-        const std::vector<ReportColumn> columns{column("name", ColumnType::Text), column("number", ColumnType::Integer)};
-        writer.begin({}, columns);
-        std::string name;
-        for (int i = 0; i < rows; ++i) {
-            name = "account" + std::to_string((i * 7919) % rows);
-            writer.row(std::vector<Value>{Value::ofText(name), Value::of(std::int64_t{i})});
-        }
-        writer.end({rows, false, 0});
-        auto window = viewer(writer.take());
+        std::vector<std::pair<QByteArray, std::optional<std::int64_t>>> accounts;
+        for (int i = 0; i < rows; ++i)
+            accounts.emplace_back("account" + QByteArray::number((i * 7919) % rows), i);
+        auto window = viewer(report(accounts));
         if (!onWindows()) // where a file that is open keeps its name
             QCOMPARE(f->spoolFiles(), 0);
-        QElapsedTimer timer;
-        timer.start();
         settle(*window, [&] { window->sortBy(0, true); });
         QCOMPARE(window->model().index(0, 0).data().toString(), u"account199999"_s);
         QCOMPARE(window->model().index(rows - 1, 0).data().toString(), u"account0"_s);
         settle(*window, [&] { window->findChild<QLineEdit *>(u"findText"_s)->setText(u"account77777"_s); });
         QCOMPARE(window->model().index(window->findChild<QTableView *>(u"reportRows"_s)->currentIndex().row(), 0).data().toString(),
                  u"account77777"_s);
-        qInfo("sorted and searched %d rows in %lld ms", rows, timer.elapsed());
         // A new wish while one is being worked on replaces it.
         settle(*window, [&] {
             window->sortBy(0, false);
             window->sortBy(1, true);
         });
-        QCOMPARE(window->model().index(0, 1).data().toString(), QString::number(rows - 1));
+        QCOMPARE(window->model().index(0, 1).data().toString(), u"199,999"_s);
         window->sortBy(0, false);
         window.reset(); // while it is working
         QTRY_COMPARE(f->spoolFiles(), 0);

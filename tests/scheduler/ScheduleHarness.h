@@ -43,8 +43,7 @@ private:
 class SilentHelp final : public HelpViewer
 {
 public:
-    void showContext(int context) override { contexts.push_back(context); }
-    std::vector<int> contexts;
+    void showContext(int) override {}
 };
 
 class RecordingJournal final : public ScheduleJournal
@@ -114,13 +113,7 @@ public:
         const ScheduleServices services{globals, *table, reader, errors, prompts, clock, journal};
         dialog = std::make_unique<frmScheduledReport>(globals, errors, prompts, help);
         timer = std::make_unique<ScheduleTimer>(
-            services,
-            [this](const QString &interfaceId, bool) {
-                runs.append(files::lastPart(globals.gstrCurrentQueryFile));
-                interfaces.append(interfaceId);
-                if (duringRun)
-                    duringRun();
-            },
+            services, [this](const QString &, bool) { runs.append(files::lastPart(globals.gstrCurrentQueryFile)); },
             [this] { return producingRows; });
         jobs = std::make_unique<ScheduledJobs>(services, *dialog, *timer, [this] { ++emptied; });
         timer->setPopulateJobs([this] { jobs->PopulateJobs(); });
@@ -194,10 +187,10 @@ public:
     std::unique_ptr<ScheduleTimer> timer;
     std::unique_ptr<ScheduledJobs> jobs;
     std::optional<WallTime> due; ///< with which the due timer is armed now
-    QStringList runs, interfaces;
+    QStringList runs;
     int emptied = 0;
     bool producingRows = false;
-    std::function<void()> duringRun, whileDialogIsOpen;
+    std::function<void()> whileDialogIsOpen;
 
 private:
     FakeDueTimer *m_dueTimer = nullptr;

@@ -1,7 +1,5 @@
 #include "ScheduleHarness.h"
 
-#include <QFile>
-
 using namespace qm;
 using namespace qm::test;
 using namespace Qt::StringLiterals;
@@ -18,13 +16,7 @@ std::shared_ptr<ScheduledReportJob> job(int id, const QString &file, const WallT
 
 DialogEntry entry(const QString &file, const QString &frequencyText, QDate date, QTime time)
 {
-    DialogEntry result;
-    result.description = u"entered"_s;
-    result.file = file;
-    result.frequencyText = frequencyText;
-    result.date = date;
-    result.time = time;
-    return result;
+    return {u"entered"_s, file, frequencyText, date, time};
 }
 
 } // namespace
@@ -47,8 +39,7 @@ private Q_SLOTS:
         QCOMPARE(h.prompts.shown[0].style, box::ok | box::exclamation);
         QVERIFY(!h.due);
         QCOMPARE(h.table->row(0).date, u"Nov 20,2026"_s); // the table keeps the old date, the file has the new one
-        TomlJobConfigReader reader;
-        QCOMPARE(reader.LoadJobs(h.jobFile())->front()->DateTime.date, QDate(2026, 11, 22));
+        QCOMPARE(TomlJobConfigReader().LoadJobs(h.jobFile())->front()->DateTime.date, QDate(2026, 11, 22));
 
         h.makeQuery(u"gone"_s);
         h.clock.set({{2026, 11, 23}, 0});
@@ -206,8 +197,7 @@ private Q_SLOTS:
         files::rename(config + u" away"_s, config);
         h.table->selectRow(0);
         h.modifySelected({});
-        TomlJobConfigReader reader;
-        QCOMPARE(reader.LoadJobs(h.jobFile())->size(), std::size_t{1}); // the next save brings the whole collection
+        QCOMPARE(TomlJobConfigReader().LoadJobs(h.jobFile())->size(), std::size_t{1}); // the next save brings the whole collection
     }
 
     void times_that_no_clock_shows_and_times_far_away_are_armed_like_any_other()

@@ -176,13 +176,7 @@ private:
     }
     static DialogEntry entryFor(const Model::Job &job)
     {
-        DialogEntry entry;
-        entry.description = job.description;
-        entry.file = job.file;
-        entry.frequencyText = job.frequency;
-        entry.date = job.when.date;
-        entry.time = QTime(job.when.hour(), job.when.minute());
-        return entry;
+        return {job.description, job.file, job.frequency, job.when.date, QTime(job.when.hour(), job.when.minute())};
     }
     static void add(ScheduleHarness &real, Model &model, QRandomGenerator &random)
     {
@@ -247,8 +241,7 @@ private:
     static void compare(ScheduleHarness &real, const Model &model, int step)
     {
         const QByteArray where = "after step " + QByteArray::number(step);
-        TomlJobConfigReader reader;
-        const auto onDisk = reader.LoadJobs(real.jobFile());
+        const auto onDisk = TomlJobConfigReader().LoadJobs(real.jobFile());
         QVERIFY2(real.globals.gcolJobs->size() == model.jobs.size(), where.constData());
         QVERIFY2(onDisk->size() == model.jobs.size(), where.constData());
         for (std::size_t i = 0; i < model.jobs.size(); ++i) {

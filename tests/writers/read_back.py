@@ -16,12 +16,9 @@ from html.parser import HTMLParser
 
 def read_csv(path):
     csv.field_size_limit(1 << 30)
-    with open(path, "rb") as file:
-        raw = file.read()
-    text = raw.decode("utf-8")  # strict: invalid UTF-8 ends the test
     with open(path, encoding="utf-8-sig", newline="") as file:
         rows = list(csv.reader(file, strict=True))
-    return {"header": rows[0], "rows": rows[1:], "mark": text.startswith("\ufeff")}
+    return {"rows": rows[1:]}
 
 
 class Page(HTMLParser):
@@ -89,8 +86,6 @@ def plain(value):
     """A cell's value with its type, and _xHHHH_ as the character that it stands for."""
     if isinstance(value, datetime.datetime):
         return {"datetime": value.isoformat(sep=" ", timespec="milliseconds")}
-    if isinstance(value, datetime.time):
-        return {"time": value.isoformat(timespec="milliseconds")}
     if isinstance(value, str):
         return re.sub(r"_x([0-9A-Fa-f]{4})_", lambda code: chr(int(code[1], 16)), value)
     return value
@@ -108,8 +103,8 @@ def read_xlsx(path):
         last = list(sheet.iter_rows(min_row=sheet.max_row))[0] if sheet.max_row else []
         sheets.append({
             "name": sheet.title, "rows": rows, "freeze": sheet.freeze_panes, "filter": sheet.auto_filter.ref,
-            "formats": [cell.number_format for cell in last], "types": [cell.data_type for cell in last],
-            "titles": sheet.print_title_rows, "footer": sheet.oddFooter.right.text,
+            "formats": [cell.number_format for cell in last],
+            "footer": sheet.oddFooter.right.text,
         })
     return {"sheets": sheets, "bad": bad, "title": book.properties.title, "properties": own}
 

@@ -1,20 +1,13 @@
 /// \file
-/// The built help file, and copies of it to spoil.
+/// Whole files, read and written where they lie.
 #pragma once
 
 #include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace qm::test {
 
-using namespace Qt::StringLiterals;
-
-inline QString builtHelp()
-{
-    return qEnvironmentVariable("QM_BIN_DIR") + u"/Report Generator.chm"_s;
-}
-
+/// What the file holds; null when it cannot be read.
 inline QByteArray bytesOf(const QString &path)
 {
     QFile file(path);
@@ -25,6 +18,12 @@ inline void writeBytes(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+}
+
+/// The path of the built help file.
+inline QString builtHelp()
+{
+    return qEnvironmentVariable("QM_BIN_DIR") + QStringLiteral("/Report Generator.chm");
 }
 
 } // namespace qm::test
