@@ -19,7 +19,7 @@ export TZ=Europe/Berlin
   || { cat "$trial/trial.log" >&2; fail "the trial installation could not be made"; }
 
 # rows FILE: the lines a spreadsheet or a page shows. Times of the run are masked. What names the period is left out: Wine guesses the name of the
-# zone by its rules, so the text is another one and breaks elsewhere; and with it the page numbers and the order by pages, so a PDF's lines are compared as a set.
+# zone by its rules, so the text is another one and breaks elsewhere; and with it the number of pages, their numbers and the order by pages, so a PDF's lines are compared as a set.
 rows() {
   case $1 in
     *.xlsx) /usr/bin/python3 - "$1" <<'PY'
@@ -31,7 +31,7 @@ PY
       ;;
     *.pdf) pdftotext -layout "$1" - | tr -s ' \f' ' ' | sed 's/^ //' | sort -u ;;
   esac | grep -vE 'Period|UTC|Europe/|^(last|this|previous) [a-z]+$|Page [0-9]+|[0-9]+ (of|/) [0-9]+' |
-    sed -E 's/[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}(:[0-9]{2})?/TIME/g'
+    sed -E 's/[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}(:[0-9]{2})?/TIME/g; s/ on [0-9]+ pages?/ on PAGES/'
 }
 
 reports=0
