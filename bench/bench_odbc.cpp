@@ -1,10 +1,10 @@
 // Rows through the engine's ODBC row source against the bare fetch of bound columns with the same driver and the same types.
 //   bench_odbc own|raw CONNECTION SQL ROWS      prints nothing; fails unless the result has ROWS rows
 
+#include "engine/rows/CancelFlag.h"
+#include "engine/rows/RowSources.h"
 #include "odbc/Handles.h"
 #include "odbc/Wide.h"
-#include "reporting/engine/CancelFlag.h"
-#include "reporting/engine/RowSources.h"
 
 #include <array>
 #include <cstdio>

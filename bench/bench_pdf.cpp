@@ -3,8 +3,8 @@
 ///   bench_pdf quillmark|libharu ROWS FILE
 /// Prints one line: program, rows, CPU seconds (user and system), peak memory in MB, file size in MB.
 #include "core/RuntimeError.h"
-#include "reporting/writers/Writers.h"
-#include "reporting/writers/pdf/FontFolder.h"
+#include "documents/Writers.h"
+#include "documents/pdf/FontFolder.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -63,11 +63,13 @@ void writeOwn(std::int64_t count, const QString &path)
 {
     using namespace qm;
     OutputFile file(path);
-    const auto writer = makePdfWriter(file, shippedFontFolder());
+    const auto writer = makePdfWriter(file, {.fontFolder = shippedFontFolder()});
     ReportHead head;
     head.title = "Failed logons by account";
     head.subtitle = "All servers";
-    head.facts = {{"Package", "Server Operating System Logs"}, {"Source", "EventLog.db"}, {"Period", "last week"}};
+    head.facts = {{qm::Fact::Kind::Package, "Package", "Server Operating System Logs"},
+                  {qm::Fact::Kind::Source, "Source", "EventLog.db"},
+                  {qm::Fact::Kind::Period, "Period", "last week"}};
     head.header = {"Failed logons by account", "", "last week"};
     head.footer = {"Server Operating System Logs", "", "Page {page} of {pages}"};
     std::vector<ReportColumn> columns(kColumns);

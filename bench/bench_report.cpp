@@ -6,7 +6,7 @@
 ///   bench_report libxlsxwriter DATABASE FILE   its constant-memory mode
 ///   bench_report step DATABASE                 reading the rows alone
 #include "core/RuntimeError.h"
-#include "reporting/writers/Writers.h"
+#include "documents/Writers.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -138,11 +138,9 @@ void writeReport(const QString &format, const QString &database, const QString &
     columns[1].format = "datetime";
     ReportHead head;
     head.title = "Events";
-    head.facts = {{"Source", "bench.db"}};
+    head.facts = {{qm::Fact::Kind::Source, "Source", "bench.db"}};
     OutputFile file(path);
-    const auto writer = format == QStringLiteral("csv")    ? makeCsvWriter(file, {})
-                        : format == QStringLiteral("html") ? makeHtmlWriter(file)
-                                                           : makeXlsxWriter(file);
+    const auto writer = makeWriter(formatOfWord(format).value(), file, {});
     writer->begin(head, columns);
     std::array<Value, kColumns> row;
     std::int64_t rows = 0;

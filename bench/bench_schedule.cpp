@@ -57,6 +57,7 @@ class NoJournal final : public ScheduleJournal
 {
 public:
     void notRun(const ScheduledReportJob &, const QString &) override {}
+    void refused(const QString &, bool, const QString &) override {}
     void skippedRuns(const ScheduledReportJob &, const WallTime &, int) override {}
     void note(const QString &) override {}
 };
@@ -149,9 +150,9 @@ int main(int argc, char *argv[])
     const ScheduleServices services{globals, table, reader, errors, prompts, clock, journal};
     frmScheduledReport dialog(globals, errors, prompts, help);
     ScheduleTimer timer(
-        services, [](const QString &, bool) {}, [] { return false; });
+        services, [](const QString &, bool, const std::function<void()> &over) { over(); }, [] { return false; });
     timer.setDueTimer(std::make_unique<SystemDueTimer>());
-    ScheduledJobs jobs(services, dialog, timer, [] {});
+    ScheduledJobs jobs(services, dialog, timer);
     timer.setPopulateJobs([&] { jobs.PopulateJobs(); });
 
     std::printf("jobs %d\n", count);

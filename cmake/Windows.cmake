@@ -1,7 +1,7 @@
 # What stands in for other systems' libraries on Windows: the parts of Windows itself.
 
 add_library(qm_odbc32 INTERFACE)
-target_link_libraries(qm_odbc32 INTERFACE odbc32)
+target_link_libraries(qm_odbc32 INTERFACE odbc32 odbccp32)
 add_library(PkgConfig::ODBC ALIAS qm_odbc32)
 
 # The newest interfaces used are those of Windows 10; windows.h without its macros min and max and its rarely used parts.

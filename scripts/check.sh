@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# House rules that need no build: formatting, platform conditionals in their place, no oversized source file.
+# House rules that need no build: formatting, names, the direction of includes, platform conditionals in their place, no oversized source file.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 status=0
@@ -26,6 +26,11 @@ for file in "${sources[@]}"; do
     status=1
   fi
 done
+
+python3 scripts/check-includes.py || status=1
+if command -v clang-tidy >/dev/null; then
+  scripts/check-names.sh || status=1
+fi
 
 [ "$status" -eq 0 ] && echo "check: house rules hold"
 exit "$status"

@@ -6,9 +6,9 @@ set -euo pipefail
 
 packages=(
   # compiler and build
-  g++ cmake ninja-build pkg-config ccache clang-format
+  g++ cmake ninja-build pkg-config ccache clang-format clang-tidy
   # linked libraries
-  qt6-base-dev libqt6svg6-dev libgl1-mesa-dev libsqlite3-dev unixodbc-dev libtomlplusplus-dev libspdlog-dev libexpat1-dev libssl-dev
+  qt6-base-dev qt6-svg-dev libgl1-mesa-dev libsqlite3-dev unixodbc-dev libtomlplusplus-dev libspdlog-dev libexpat1-dev libssl-dev
   zlib1g-dev libdeflate-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev libcurl4-openssl-dev libcups2-dev libmspack-dev
   # fonts that the program ships
   fonts-dejavu-core fonts-droid-fallback
@@ -20,6 +20,8 @@ packages=(
   unixodbc tdsodbc postgresql-15 odbc-postgresql libsqliteodbc
   # tests: a virtual display, readers that are not ours, locale definitions
   xvfb xauth xdotool locales python3-openpyxl poppler-utils qpdf sqlite3 p7zip-full
+  # the fuzzer's compiler, its run-time (libFuzzer, sanitizers) and linker
+  clang libclang-rt-dev lld
 )
 if [ "${1:-}" = "--bench" ]; then
   packages+=(libxlsxwriter-dev libhpdf-dev time)

@@ -10,7 +10,7 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 build=${1:-$project/build/win}
 
-need_packages g++ g++-mingw-w64-x86-64-posix qt6-base-dev qt6-base-dev-tools libqt6svg6-dev cmake ninja-build ccache xz-utils icoutils \
+need_packages g++ g++-mingw-w64-x86-64-posix qt6-base-dev qt6-base-dev-tools qt6-svg-dev cmake ninja-build ccache xz-utils icoutils \
   librsvg2-bin
 if [ ! -d "$qt" ]; then
   archive=${QM_QT_ARCHIVE:-$project/../shared/windows/qt-mingw.tar.xz}

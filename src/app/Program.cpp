@@ -1,7 +1,9 @@
 #include "app/Program.h"
 
+#include "engine/rows/Spool.h"
 #include "platform/SystemDueTimer.h"
-#include "reporting/ui/Spool.h"
+#include "platform/TemporaryFiles.h"
+#include "reporting/generate/PackageReportInterface.h"
 
 #include <QCoreApplication>
 
@@ -11,27 +13,24 @@ Program::Program(Prompts &prompts, const ProgramPlace &place)
     : m_place(place), m_prompts(prompts), m_log(place.installPath, QStringLiteral("quillmark")),
       m_known(std::make_shared<KnownFiles>(&m_log)), m_errors(prompts), m_registry(place.installPath, &m_log),
       m_engine({place.installPath, place.fontFolder, m_clock, m_log}), m_journal(m_log, m_clock, place.installPath),
-      m_jobReader(m_known), m_reporting{prompts,
-                                        m_engine,
-                                        m_queries,
-                                        m_layouts,
-                                        m_packages,
-                                        m_clock,
-                                        m_log,
-                                        m_desk,
-                                        place.fontFolder,
-                                        [this] { return m_globals.gstrInstallPath; },
-                                        [this] { return m_globals.gdicDataSources.Keys(); },
-                                        [this] { return m_window && m_window->isVisible() ? m_window.get() : nullptr; }}
+      m_jobReader(m_known), m_reporting{.prompts = prompts,
+                                        .engine = m_engine,
+                                        .queries = m_queries,
+                                        .layouts = m_layouts,
+                                        .clock = m_clock,
+                                        .log = m_log,
+                                        .desk = m_desk,
+                                        .fontFolder = place.fontFolder,
+                                        .installPath = [this] { return m_globals.gstrInstallPath; },
+                                        .dataSourceKeys = [this] { return m_globals.gdicDataSources.Keys(); },
+                                        .window = [this] { return m_window && m_window->isVisible() ? m_window.get() : nullptr; },
+                                        .refused = [this](const QString &queryFile, bool interactive,
+                                                          const QString &why) { m_journal.refused(queryFile, interactive, why); }}
 {
     if (!place.userStateFolder.isEmpty())
         m_help.setStateFile(place.userStateFolder + QStringLiteral("help.ini"));
     m_registry.registerReportInterface(QString::fromLatin1(kReportInterfaceFamily),
                                        [this](const QString &) { return makePackageReportInterface(m_reporting); });
-    QObject::connect(&m_desk, &ReportDesk::runEnded, &m_desk, [this] {
-        if (m_window)
-            m_window->schedule().timer().deliverWaitingMature();
-    });
 }
 
 Program::~Program()
@@ -46,6 +45,9 @@ void Program::tidyUp()
 {
     m_journal.markInterruptedRuns();
     removeLeftSpools();
+    if (!m_place.installPath.isEmpty())
+        sweepTemporaries(m_place.installPath);
+    sweepWorkFolders();
 }
 
 frmMain &Program::makeMainWindow()

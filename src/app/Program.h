@@ -6,14 +6,15 @@
 #include "core/Clock.h"
 #include "core/ErrorReporter.h"
 #include "datasources/AdoConnectionTester.h"
+#include "engine/run/ReportEngine.h"
 #include "framework/ComponentRegistry.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
 #include "help/HelpFile.h"
 #include "platform/ApplicationLog.h"
 #include "platform/Registry.h"
-#include "reporting/ui/PackageReportInterface.h"
-#include "reporting/ui/ReportDesk.h"
+#include "reporting/common/ReportDesk.h"
+#include "reporting/common/ReportingUiServices.h"
 #include "shell/frmMain.h"
 
 #include <memory>
@@ -67,7 +68,6 @@ private:
     TomlJobConfigReader m_jobReader;
     TomlQueryAccess m_queries;
     TomlLayoutReader m_layouts;
-    IniPackageConfigReader m_packages;
     ReportingUiServices m_reporting;
     std::unique_ptr<frmMain> m_window;
 };

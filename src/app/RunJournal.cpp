@@ -1,26 +1,25 @@
 #include "app/RunJournal.h"
 
 #include "core/Clock.h"
+#include "engine/sql/Period.h"
 #include "platform/ApplicationLog.h"
-#include "reporting/engine/RunLedger.h"
-
-#include <QDateTime>
 
 namespace qm {
-
-namespace {
-
-QString utcText(std::chrono::system_clock::time_point instant)
-{
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(instant.time_since_epoch()).count();
-    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-}
-
-} // namespace
 
 RunJournal::RunJournal(ApplicationLog &log, const Clock &clock, QString installPath)
     : m_log(log), m_clock(clock), m_installPath(std::move(installPath))
 {
+    m_closeLedger.setSingleShot(true);
+    m_closeLedger.setInterval(0);
+    QObject::connect(&m_closeLedger, &QTimer::timeout, &m_closeLedger, [this] { m_ledger.reset(); });
+}
+
+RunLedger &RunJournal::ledger()
+{
+    if (!m_ledger)
+        m_ledger.emplace(m_installPath);
+    m_closeLedger.start();
+    return *m_ledger;
 }
 
 void RunJournal::markInterruptedRuns()
@@ -33,15 +32,23 @@ void RunJournal::markInterruptedRuns()
 void RunJournal::notRun(const ScheduledReportJob &job, const QString &reason)
 {
     m_log.warning(QStringLiteral("scheduled report '%1' (%2) was not run: %3").arg(job.JobDescription, job.QueryFileName, reason));
-    RunLedger(m_installPath).notRun(job.QueryFileName, QStringLiteral("schedule"), reason, utcText(m_clock.now()));
+    ledger().notRun(job.QueryFileName, RunTrigger::Schedule, reason, utcText(m_clock.now()));
+}
+
+void RunJournal::refused(const QString &queryFile, bool interactive, const QString &reason)
+{
+    m_log.error(QStringLiteral("the report of %1 was not begun: %2").arg(queryFile, reason));
+    ledger().notRun(queryFile, interactive ? RunTrigger::Operator : RunTrigger::Schedule, reason, utcText(m_clock.now()));
 }
 
 void RunJournal::skippedRuns(const ScheduledReportJob &job, const WallTime &ran, int skipped)
 {
-    const QString reason = QStringLiteral("%1 of its times went by before it ran on %2 %3")
-                               .arg(QString::number(skipped), shortDateText(ran.date), time24Text(ran.secondOfDay));
+    // The times that have no run of their own are those behind the due one: all up to the end of the day on which it ran.
+    const QString reason = QStringLiteral("due %1 %2, ran %3 %4; its next %5 times, up to the end of that day, are left out")
+                               .arg(shortDateText(job.DateTime.date), time24Text(job.DateTime.secondOfDay), shortDateText(ran.date),
+                                    time24Text(ran.secondOfDay), QString::number(skipped));
     m_log.warning(QStringLiteral("scheduled report '%1' (%2): %3").arg(job.JobDescription, job.QueryFileName, reason));
-    RunLedger(m_installPath).notRun(job.QueryFileName, QStringLiteral("schedule"), reason, utcText(m_clock.now()));
+    ledger().notRun(job.QueryFileName, RunTrigger::Schedule, reason, utcText(m_clock.now()));
 }
 
 void RunJournal::note(const QString &text)

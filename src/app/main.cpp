@@ -2,18 +2,21 @@
 
 #include "app/Program.h"
 #include "platform/InstanceLock.h"
+#include "platform/ProgramStart.h"
 #include "platform/Registry.h"
-#include "reporting/engine/TemporaryFolder.h"
 #include "shell/Icons.h"
 #include "shell/Style.h"
 #include "shell/WidgetPrompts.h"
 #include "shell/frmSplash.h"
+#include "sqlite/TemporaryFolder.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QStandardPaths>
 
 #include <clocale>
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -37,17 +40,40 @@ int run(Program &program, WidgetPrompts &prompts)
                           prompts.setMainWindow(&window);
                           window.Form_Load();
                       },
-                      [&] { program.mainWindow()->show(); }, [] { QCoreApplication::quit(); }});
+                      [&] {
+                          program.mainWindow()->show();
+                          if (QWidget *box = QApplication::activeModalWidget()) { // opened while the schedule was loaded
+                              box->raise();
+                              box->activateWindow();
+                          }
+                      },
+                      [] { QCoreApplication::quit(); }});
     splash.Form_Load();
     splash.show();
     return QCoreApplication::exec();
+}
+
+/// Without a display the user interface's library ends the program as a crash does; here it ends with a word.
+void endWithoutDisplay(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type != QtFatalMsg) {
+        std::fprintf(stderr, "quillmark: %s\n", text.toUtf8().constData());
+        return;
+    }
+    std::fputs("quillmark: There is no display to show the window on. Start it in a graphical session; quillmark-report makes reports "
+               "without one.\n",
+               stderr);
+    std::_Exit(EXIT_FAILURE);
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    prepareProgram();
+    const QtMessageHandler usual = qInstallMessageHandler(endWithoutDisplay);
     QApplication app(argc, argv);
+    qInstallMessageHandler(usual);
     std::setlocale(LC_NUMERIC, "C");
     chooseStyle();
     QApplication::setWindowIcon(icons::applicationIcon());
@@ -76,11 +102,11 @@ int main(int argc, char *argv[])
     case InstanceLock::Result::NotLockable:
         break;
     }
-    Program program(prompts, {.installPath = installPath,
-                              .fontFolder = fontFolder(),
-                              .userStateFolder =
-                                  QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tarrowind/"),
-                              .endProgram = [] { QCoreApplication::quit(); }});
+    const QString userStateFolder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tarrowind/");
+    prompts.setStateFile(userStateFolder + QStringLiteral("window.ini"));
+    Program program(prompts, {.installPath = installPath, .fontFolder = fontFolder(), .userStateFolder = userStateFolder, .endProgram = [] {
+                                  QCoreApplication::quit();
+                              }});
     QObject::connect(&lock, &InstanceLock::raiseRequested, &app, [&program] {
         if (program.mainWindow())
             program.mainWindow()->RestoreFromTray();

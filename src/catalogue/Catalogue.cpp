@@ -44,9 +44,8 @@ ListRow queryRow(const Query &query, std::size_t number)
 
 } // namespace
 
-Catalogue::Catalogue(Globals &globals, ErrorReporter &errors, CatalogueSelection &selection, QueryReaderMaker makeQueryReader,
-                     CatalogueHooks hooks)
-    : m_globals(globals), m_errors(errors), m_selection(selection), m_makeQueryReader(std::move(makeQueryReader)), m_hooks(std::move(hooks))
+Catalogue::Catalogue(const CatalogueServices &services, CatalogueSelection &selection)
+    : m_globals(services.globals), m_errors(services.errors), m_selection(selection), m_makeQueryReader(services.makeQueryReader)
 {
 }
 
@@ -67,7 +66,7 @@ void Catalogue::PopulateTreeView()
             raise(err::indexOutOfBounds, QStringLiteral("the catalogue has no packages; \"%1Packages.ini\" lists none that could be loaded")
                                              .arg(m_globals.gstrInstallPath));
         m_selection.selectNode(first);
-        m_hooks.expandNode(first);
+        Q_EMIT nodeOpened(first);
         tvTreeView_NodeClick(first);
     });
 }
@@ -110,6 +109,7 @@ int Catalogue::PopulateQueriesInListView(const QString &groupFolder)
         CatalogueList &list = m_selection.list();
         SetListViewColumns();
         list.clearRows();
+        list.tag = files::lastPart(groupFolder);
         const QStringList names = files::list(groupFolder, QStringLiteral("*.rqn"), attr::normal);
         std::vector<ListRow> rows;
         rows.reserve(static_cast<std::size_t>(names.size()));
@@ -121,7 +121,6 @@ int Catalogue::PopulateQueriesInListView(const QString &groupFolder)
                 reader = m_makeQueryReader();
             rows.push_back(queryRow(*reader->ReadQuery(groupFolder + kSep + name), rows.size() + 1));
         }
-        list.tag = files::lastPart(groupFolder);
         return static_cast<int>(rows.size());
     });
 }
@@ -151,11 +150,11 @@ void Catalogue::tvTreeView_NodeClick(const QModelIndex &index)
         const TreeNode node = CatalogueTree::node(index, QStringLiteral("no package or report group is selected in the tree"));
         if (isLevel(node.key, selection::package)) {
             PopulateGroupsInListView(node.text);
-            m_hooks.setCaption(node.text);
+            Q_EMIT captionChanged(node.text);
         } else if (isLevel(node.key, selection::group)) {
             listGroup(index);
         }
-        m_hooks.enableDisableMenus(selectionCode(node.key));
+        Q_EMIT selected(selectionCode(node.key));
     });
 }
 
@@ -175,7 +174,7 @@ bool Catalogue::tvTreeView_BeforeLabelEdit() const
 
 void Catalogue::lvListView_ItemClick(int row)
 {
-    trapSilently([&] { m_hooks.enableDisableMenus(selectionCode(m_selection.list().row(row).key)); });
+    trapSilently([&] { Q_EMIT selected(selectionCode(m_selection.list().row(row).key)); });
 }
 
 void Catalogue::lvListView_MouseUp()
@@ -192,7 +191,7 @@ void Catalogue::lvListView_MouseUp()
 int Catalogue::openSelectedGroup()
 {
     const int rows = listGroup(m_selection.nodeIndex());
-    m_hooks.enableDisableMenus(selectionCode(m_selection.nodeKey()));
+    Q_EMIT selected(selectionCode(m_selection.nodeKey()));
     return rows;
 }
 
@@ -201,7 +200,7 @@ int Catalogue::listGroup(const QModelIndex &index)
     const QString missing = QStringLiteral("no report group is selected in the tree");
     const TreeNode group = CatalogueTree::node(index, missing);
     const int rows = PopulateQueriesInListView(groupsFolder(group.tag) + group.text);
-    m_hooks.setCaption(CatalogueTree::node(index.parent(), missing).text + QStringLiteral(" - ") + group.text);
+    Q_EMIT captionChanged(CatalogueTree::node(index.parent(), missing).text + QStringLiteral(" - ") + group.text);
     return rows;
 }
 

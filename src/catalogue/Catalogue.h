@@ -3,32 +3,19 @@
 #pragma once
 
 #include "catalogue/CatalogueSelection.h"
+#include "catalogue/CatalogueServices.h"
 #include "core/Globals.h"
 
-#include <functional>
-#include <memory>
+#include <QObject>
 
 namespace qm {
 
-class ErrorReporter;
-class QueryReader;
-
-/// What the catalogue has the window do.
-struct CatalogueHooks
-{
-    std::function<void(const QString &selectionCode)> enableDisableMenus;
-    std::function<void(const QString &caption)> setCaption; ///< of the report-query pane
-    std::function<void(const QModelIndex &node)> expandNode;
-};
-
 /// The operations on the catalogue's models. It holds no widgets; every specified procedure traps its own failures.
-class Catalogue final
+class Catalogue final : public QObject
 {
+    Q_OBJECT
 public:
-    using QueryReaderMaker = std::function<std::unique_ptr<QueryReader>()>;
-
-    Catalogue(Globals &globals, ErrorReporter &errors, CatalogueSelection &selection, QueryReaderMaker makeQueryReader,
-              CatalogueHooks hooks);
+    Catalogue(const CatalogueServices &services, CatalogueSelection &selection);
 
     /// Builds the whole tree, selects the first package and lists its groups.
     void PopulateTreeView();
@@ -54,14 +41,21 @@ public:
     /// \returns the number of rows.
     int openSelectedGroup();
 
+Q_SIGNALS:
+    /// What is selected, as the selection code that the commands' states follow.
+    void selected(const QString &code);
+    /// The caption of what is listed.
+    void captionChanged(const QString &caption);
+    /// A node whose children are to be seen.
+    void nodeOpened(const QModelIndex &node);
+
 private:
     int listGroup(const QModelIndex &index);
 
     Globals &m_globals;
     ErrorReporter &m_errors;
     CatalogueSelection &m_selection;
-    QueryReaderMaker m_makeQueryReader;
-    CatalogueHooks m_hooks;
+    std::function<std::unique_ptr<QueryReader>()> m_makeQueryReader;
     bool m_nodeClickBusy = false;
 };
 

@@ -31,9 +31,8 @@ QString imageKey(DragPicture picture)
 } // namespace
 
 CatalogueDrag::CatalogueDrag(CatalogueTreeView &tree, CatalogueListView &list, CatalogueSelection &selection, QueryTransfer &transfer,
-                             ImageList images, std::function<void()> dropped)
-    : QObject(&list), m_tree(tree), m_list(list), m_selection(selection), m_transfer(transfer), m_images(std::move(images)),
-      m_dropped(std::move(dropped))
+                             ImageList images)
+    : QObject(&list), m_tree(tree), m_list(list), m_selection(selection), m_transfer(transfer), m_images(std::move(images))
 {
     m_timer.setInterval(kTickMs);
     connect(&m_timer, &QTimer::timeout, this, &CatalogueDrag::scrollAndExpand);
@@ -108,7 +107,7 @@ void CatalogueDrag::release(const QPoint &globalPosition)
     if (!overTree)
         return;
     if (m_transfer.tvTreeView_DragDrop(dragReady))
-        m_dropped();
+        Q_EMIT dropped();
     else if (start.isValid())
         m_selection.selectNode(start);
 }

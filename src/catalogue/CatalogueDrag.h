@@ -8,8 +8,6 @@
 #include <QPersistentModelIndex>
 #include <QTimer>
 
-#include <functional>
-
 namespace qm {
 
 class CatalogueListView;
@@ -22,12 +20,15 @@ class CatalogueDrag final : public QObject
     Q_OBJECT
 public:
     CatalogueDrag(CatalogueTreeView &tree, CatalogueListView &list, CatalogueSelection &selection, QueryTransfer &transfer,
-                  ImageList images, std::function<void()> dropped);
+                  ImageList images);
     ~CatalogueDrag() override;
 
     /// Begins dragging the list's selected query. \throws RuntimeError 91 when no query is selected.
     void begin();
-    [[nodiscard]] bool isDragging() const { return m_dragging; }
+
+Q_SIGNALS:
+    /// A query was put down in a group.
+    void dropped();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -45,7 +46,6 @@ private:
     CatalogueSelection &m_selection;
     QueryTransfer &m_transfer;
     ImageList m_images;
-    std::function<void()> m_dropped;
     QPersistentModelIndex m_nodeAtStart;
     QPersistentModelIndex m_hovered;
     int m_hoverTicks = 0;

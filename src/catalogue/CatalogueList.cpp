@@ -127,6 +127,8 @@ QVariant CatalogueList::data(const QModelIndex &index, int role) const
         return text();
     case Qt::ToolTipRole:
         return plainToolTip(text());
+    case Qt::UserRole:
+        return row.tag.isEmpty() ? QVariant() : row.tag;
     case Qt::DecorationRole:
         if (index.column() == Text)
             return isLevel(row.key, selection::query) ? m_queryPicture : m_groupPicture;

@@ -56,11 +56,12 @@ public:
     /// \throws RuntimeError 91 when there is no such row.
     [[nodiscard]] const ListRow &row(int index) const;
 
-    /// Name of the group whose queries are listed.
+    /// Name of the group whose queries are listed, all of them or those before one that could not be read.
     QString tag;
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
+    /// Qt::UserRole is a query's file.
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;

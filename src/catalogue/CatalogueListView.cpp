@@ -83,7 +83,10 @@ void CatalogueListView::mousePressEvent(QMouseEvent *event)
         if (index.isValid()) {
             QMouseEvent plain = withoutModifiers(*event);
             QTreeView::mousePressEvent(&plain);
-            m_pressedAt = event->position().toPoint();
+            // A press that was led to its row, which an edit had moved away under the pointer, is no beginning of a drag.
+            const QPoint pointer = viewport()->mapFromGlobal(event->globalPosition().toPoint());
+            if ((event->position().toPoint() - pointer).manhattanLength() < QApplication::startDragDistance())
+                m_pressedAt = event->position().toPoint();
         }
     }
     Q_EMIT MouseDown(event->button(), index.isValid() ? index.row() : -1, event->globalPosition().toPoint());

@@ -21,16 +21,16 @@ constexpr Procedure kListDblClick{"lvListView_DblClick", QT_TRANSLATE_NOOP("qm::
 
 } // namespace
 
-CataloguePane::CataloguePane(Services services, CataloguePaneHooks hooks, QWidget *window)
-    : QObject(window), m_services(std::move(services)), m_hooks(std::move(hooks)), m_tree(m_services.images), m_list(m_services.images),
-      m_selection(m_tree, m_list),
-      m_catalogue(m_services.globals, m_services.errors, m_selection, m_services.makeQueryReader,
-                  {m_hooks.enableDisableMenus, m_hooks.setCaption, [this](const QModelIndex &node) { m_treeView->expand(node); }}),
-      m_treeView(new CatalogueTreeView(window)), m_listView(new CatalogueListView(m_list, window))
+CataloguePane::CataloguePane(CatalogueServices services, QWidget *window)
+    : QObject(window), m_services(std::move(services)), m_tree(m_services.images), m_list(m_services.images), m_selection(m_tree, m_list),
+      m_catalogue(m_services, m_selection), m_treeView(new CatalogueTreeView(window)), m_listView(new CatalogueListView(m_list, window))
 {
     m_treeView->setModel(&m_tree);
     m_treeView->setSelectionModel(&m_selection.treeModel());
     m_listView->setSelectionModel(&m_selection.listModel());
+    connect(&m_catalogue, &Catalogue::selected, this, &CataloguePane::selected);
+    connect(&m_catalogue, &Catalogue::captionChanged, this, &CataloguePane::captionChanged);
+    connect(&m_catalogue, &Catalogue::nodeOpened, m_treeView, &QTreeView::expand);
     connectTree();
     connectList();
 }
@@ -88,10 +88,10 @@ void CataloguePane::rightClickInTree(const QModelIndex &node, const QPoint &posi
 {
     if (node.isValid()) {
         m_selection.selectNode(node);
-        m_hooks.enableDisableMenus(selectionCode(m_selection.nodeKey()));
+        Q_EMIT selected(selectionCode(m_selection.nodeKey()));
     }
     refreshSelectedNode();
-    m_hooks.popUpRightClickMenu(position);
+    Q_EMIT rightClickMenuRequested(position);
 }
 
 void CataloguePane::tvTreeView_KeyUp(int keyCode)
@@ -103,15 +103,15 @@ void CataloguePane::tvTreeView_KeyUp(int keyCode)
         if (keyCode == keycode::enter)
             m_catalogue.tvTreeView_NodeClick(node);
         else if (keyCode == keycode::del && isLevel(m_selection.nodeKey(), selection::group))
-            m_hooks.deleteCommand();
+            Q_EMIT deleteRequested();
     });
 }
 
 void CataloguePane::tvTreeView_DblClick()
 {
     trapSilently([&] {
-        if (m_hooks.editNodeLabel && m_catalogue.tvTreeView_BeforeLabelEdit())
-            m_hooks.editNodeLabel(m_selection.nodeIndex());
+        if (m_catalogue.tvTreeView_BeforeLabelEdit())
+            Q_EMIT labelEditRequested(m_selection.nodeIndex());
     });
 }
 
@@ -132,13 +132,13 @@ void CataloguePane::lvListView_MouseDown(Qt::MouseButton button, int row, const 
 void CataloguePane::rightClickInList(int row, const QPoint &position)
 {
     if (row < 0) {
-        m_hooks.enableForEmptyListSpace(isLevel(m_selection.nodeKey(), selection::group));
+        Q_EMIT emptyListSpaceClicked(isLevel(m_selection.nodeKey(), selection::group));
     } else {
         // The menu takes the release away, so what it would do is done now.
         m_catalogue.lvListView_MouseUp();
-        m_hooks.enableDisableMenus(selectionCode(m_list.row(row).key));
+        Q_EMIT selected(selectionCode(m_list.row(row).key));
     }
-    m_hooks.popUpRightClickMenu(position);
+    Q_EMIT rightClickMenuRequested(position);
 }
 
 void CataloguePane::lvListView_KeyDown(int keyCode)
@@ -147,7 +147,7 @@ void CataloguePane::lvListView_KeyDown(int keyCode)
         if (keyCode == keycode::enter)
             lvListView_DblClick();
         else
-            m_hooks.deleteCommand();
+            Q_EMIT deleteRequested();
         m_treeView->setFocus(Qt::OtherFocusReason);
         m_listView->setDragReady(false);
     });
@@ -163,8 +163,8 @@ void CataloguePane::lvListView_DblClick()
         const ListRow row = m_list.row(index);
         if (isLevel(row.key, selection::group))
             m_catalogue.openSelectedGroup();
-        else if (isLevel(row.key, selection::query) && m_hooks.modifyReportQuery)
-            m_hooks.modifyReportQuery(row.subItems[CatalogueList::QueryFile - 1], m_selection.parentNode().tag);
+        else if (isLevel(row.key, selection::query))
+            Q_EMIT queryOpened(row.subItems[CatalogueList::QueryFile - 1], m_selection.parentNode().tag);
     });
 }
 

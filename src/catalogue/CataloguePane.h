@@ -13,34 +13,15 @@
 
 namespace qm {
 
-/// What the catalogue's events need of the main window.
-struct CataloguePaneHooks
-{
-    std::function<void(const QString &selectionCode)> enableDisableMenus;
-    std::function<void(bool groupSelected)> enableForEmptyListSpace; ///< command states for a right click beside the rows
-    std::function<void(const QString &caption)> setCaption;
-    std::function<void(const QPoint &globalPosition)> popUpRightClickMenu;
-    std::function<void()> deleteCommand; ///< the generic Delete command
-    std::function<void(const QString &queryFile, const QString &interfaceId)> modifyReportQuery;
-    std::function<void(const QModelIndex &node)> editNodeLabel;
-};
-
 /// Owns the catalogue: models, controls and operations, and the handlers of the controls' events.
 class CataloguePane final : public QObject
 {
     Q_OBJECT
 public:
-    /// What outlives the pane.
-    struct Services
-    {
-        Globals &globals;
-        ErrorReporter &errors;
-        Catalogue::QueryReaderMaker makeQueryReader;
-        ImageList images;
-    };
-    CataloguePane(Services services, CataloguePaneHooks hooks, QWidget *window);
+    CataloguePane(CatalogueServices services, QWidget *window);
     ~CataloguePane() override;
 
+    [[nodiscard]] const CatalogueServices &services() const { return m_services; }
     [[nodiscard]] CatalogueTreeView &tvTreeView() { return *m_treeView; }
     [[nodiscard]] CatalogueListView &lvListView() { return *m_listView; }
     [[nodiscard]] Catalogue &catalogue() { return m_catalogue; }
@@ -49,6 +30,17 @@ public:
 
     /// Node-click handling for the tree's selected node; nothing without one.
     void refreshSelectedNode();
+
+Q_SIGNALS:
+    /// As Catalogue's signals of that name.
+    void selected(const QString &code);
+    void captionChanged(const QString &caption);
+    /// A right click beside the list's rows; its commands are those of the selected node, a group or not.
+    void emptyListSpaceClicked(bool groupSelected);
+    void rightClickMenuRequested(const QPoint &globalPosition);
+    void deleteRequested();
+    void queryOpened(const QString &queryFile, const QString &interfaceId);
+    void labelEditRequested(const QModelIndex &node);
 
 private:
     void connectTree();
@@ -62,8 +54,7 @@ private:
     void rightClickInTree(const QModelIndex &node, const QPoint &position);
     void rightClickInList(int row, const QPoint &position);
 
-    Services m_services;
-    CataloguePaneHooks m_hooks;
+    CatalogueServices m_services;
     CatalogueTree m_tree;
     CatalogueList m_list;
     CatalogueSelection m_selection;

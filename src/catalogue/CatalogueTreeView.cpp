@@ -22,7 +22,6 @@ CatalogueTreeView::CatalogueTreeView(QWidget *parent) : QTreeView(parent)
     header()->hide();
     setUniformRowHeights(true);
     setIconSize(kIconSize);
-    setAnimated(true);
     setEditTriggers(NoEditTriggers);
     setSelectionMode(SingleSelection);
     setVerticalScrollMode(ScrollPerPixel);

@@ -22,9 +22,9 @@ const QString kCopyOf = QStringLiteral("Copy of ");
 
 } // namespace
 
-QueryTransfer::QueryTransfer(Globals &globals, ErrorReporter &errors, Prompts &prompts, CatalogueSelection &selection, Catalogue &catalogue,
-                             PendingPaste &pending)
-    : m_globals(globals), m_errors(errors), m_prompts(prompts), m_selection(selection), m_catalogue(catalogue), m_pending(pending)
+QueryTransfer::QueryTransfer(const CatalogueServices &services, CatalogueSelection &selection, Catalogue &catalogue, PendingPaste &pending)
+    : m_globals(services.globals), m_errors(services.errors), m_prompts(services.prompts), m_selection(selection), m_catalogue(catalogue),
+      m_pending(pending)
 {
 }
 

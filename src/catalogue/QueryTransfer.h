@@ -19,8 +19,7 @@ enum class DragPicture { Drag, Drop, Invalid };
 class QueryTransfer final
 {
 public:
-    QueryTransfer(Globals &globals, ErrorReporter &errors, Prompts &prompts, CatalogueSelection &selection, Catalogue &catalogue,
-                  PendingPaste &pending);
+    QueryTransfer(const CatalogueServices &services, CatalogueSelection &selection, Catalogue &catalogue, PendingPaste &pending);
 
     /// Records the selected query for "ID_Copy" and "ID_Cut". \throws RuntimeError 91 when nothing suitable is selected.
     void pickUpSelected(bool cut);

@@ -45,9 +45,10 @@ bool isNameTaken(const QString &packageFolder, const QString &name)
 
 } // namespace
 
-ReportGroups::ReportGroups(Globals &globals, ErrorReporter &errors, Prompts &prompts, CatalogueSelection &selection, Catalogue &catalogue,
+ReportGroups::ReportGroups(const CatalogueServices &services, CatalogueSelection &selection, Catalogue &catalogue,
                            PendingPaste &pendingPaste)
-    : m_globals(globals), m_errors(errors), m_prompts(prompts), m_selection(selection), m_catalogue(catalogue), m_pendingPaste(pendingPaste)
+    : m_globals(services.globals), m_errors(services.errors), m_prompts(services.prompts), m_selection(selection), m_catalogue(catalogue),
+      m_pendingPaste(pendingPaste)
 {
 }
 
@@ -180,18 +181,23 @@ void ReportGroups::renameOnDisk(const TreeNode &node, const QString &packageName
     const QString newKey = groupKey(packageName, newName);
     m_selection.tree().renameNode(node.key, newKey, newName);
     m_selection.list().renameRow(node.key, newKey, newName);
-    repointPaths(oldFolder + kSep, newFolder + kSep);
+    repointPaths(node.tag, oldName, newName);
     // Rows of the group's queries hold the old folder's paths.
     const bool listShowsItsQueries = m_selection.list().level() == selection::group && m_selection.list().tag == oldName;
     if (listShowsItsQueries)
         m_catalogue.openSelectedGroup();
 }
 
-void ReportGroups::repointPaths(const QString &oldFolder, const QString &newFolder)
+void ReportGroups::repointPaths(const QString &packageFolder, const QString &oldName, const QString &newName)
 {
+    const QString oldFolder = groupsFolder(packageFolder) + oldName + kSep;
+    const QString newFolder = groupsFolder(packageFolder) + newName + kSep;
+    // A package's folder may be written with either separator; a listing gives the platform's.
     for (QString *path : {&m_globals.gstrCurrentQueryFile, &m_pendingPaste.sourceFile})
-        if (path->startsWith(oldFolder, Qt::CaseInsensitive))
+        if (QDir::toNativeSeparators(*path).startsWith(QDir::toNativeSeparators(oldFolder), Qt::CaseInsensitive))
             path->replace(0, oldFolder.size(), newFolder);
+    if (m_pendingPaste.sourceGroup == packageFolder + oldName) // as copy and cut record it
+        m_pendingPaste.sourceGroup = packageFolder + newName;
 }
 
 void ReportGroups::stepOutOf(const QString &folder) const

@@ -14,8 +14,7 @@ class Prompts;
 class ReportGroups final
 {
 public:
-    ReportGroups(Globals &globals, ErrorReporter &errors, Prompts &prompts, CatalogueSelection &selection, Catalogue &catalogue,
-                 PendingPaste &pendingPaste);
+    ReportGroups(const CatalogueServices &services, CatalogueSelection &selection, Catalogue &catalogue, PendingPaste &pendingPaste);
 
     /// Creates a group with a generated name in the package, selects and lists it.
     void AddNewGroup(const QString &packageName);
@@ -35,7 +34,8 @@ public:
 
 private:
     void renameOnDisk(const TreeNode &node, const QString &packageName, const QString &oldName, const QString &newName);
-    void repointPaths(const QString &oldFolder, const QString &newFolder);
+    /// Leads the current query file and the pending paste to the group's new name. \p packageFolder ends with a separator.
+    void repointPaths(const QString &packageFolder, const QString &oldName, const QString &newName);
     /// Leaves \p folder when it is the current directory, or above it.
     void stepOutOf(const QString &folder) const;
 

@@ -5,6 +5,7 @@
 #include "core/ErrorReporter.h"
 #include "core/Prompts.h"
 #include "framework/Components.h"
+#include "framework/QueryFiles.h"
 #include "platform/Files.h"
 
 #include <QDir>
@@ -42,10 +43,9 @@ QString comparable(const QString &path)
 
 } // namespace
 
-ReportQueries::ReportQueries(Globals &globals, ErrorReporter &errors, Prompts &prompts, ComponentFactory &components,
-                             CatalogueSelection &selection, Catalogue &catalogue, ReportGroups &groups)
-    : m_globals(globals), m_errors(errors), m_prompts(prompts), m_components(components), m_selection(selection), m_catalogue(catalogue),
-      m_groups(groups)
+ReportQueries::ReportQueries(const CatalogueServices &services, CatalogueSelection &selection, Catalogue &catalogue, ReportGroups &groups)
+    : m_globals(services.globals), m_errors(services.errors), m_prompts(services.prompts), m_components(services.components),
+      m_selection(selection), m_catalogue(catalogue), m_groups(groups)
 {
 }
 
@@ -58,6 +58,15 @@ QString ReportQueries::selectedGroupFolder() const
 void ReportQueries::listSelectedGroup()
 {
     m_catalogue.openSelectedGroup();
+}
+
+void ReportQueries::selectFile(const QString &queryFile)
+{
+    for (int row = 0; row < m_selection.list().rows(); ++row)
+        if (m_selection.list().row(row).subItems[CatalogueList::QueryFile - 1] == queryFile)
+            m_selection.selectRow(row);
+    if (m_selection.rowIndex() >= 0)
+        m_catalogue.lvListView_ItemClick(m_selection.rowIndex());
 }
 
 bool ReportQueries::AddNewReportQuery(const QString &target)
@@ -96,18 +105,23 @@ QString ReportQueries::DetermineQueryName(const QString &groupFolder, const QStr
         QSet<QString> taken;
         for (const QString &name : files::list(groupFolder, QStringLiteral("*"), attr::normal))
             taken.insert(name.toCaseFolded());
-        QString candidate = description + extension;
-        bool found = false;
-        for (int i = 1; i <= kCandidates && !found; ++i) {
-            found = !taken.contains(candidate.toCaseFolded());
-            if (!found)
-                candidate = description + QString::number(i) + extension;
-        }
-        if (!found)
-            candidate.clear();
+        const auto firstFree = [&](const QString &words) {
+            QString candidate = words + extension;
+            for (int i = 1; i <= kCandidates; ++i) {
+                if (!taken.contains(candidate.toCaseFolded()))
+                    return candidate;
+                candidate = words + QString::number(i) + extension;
+            }
+            return QString();
+        };
+        QString name = firstFree(description);
         // The test above is on the name before the forbidden characters go.
-        candidate.removeIf([](QChar c) { return kRemoved.contains(c); });
-        return groupFolder + candidate;
+        name.removeIf([](QChar c) { return kRemoved.contains(c); });
+        while (files::isHiddenName(name) && name.size() > extension.size())
+            name.remove(0, 1);
+        if (name.compare(extension, Qt::CaseInsensitive) == 0)
+            name = firstFree(QStringLiteral("New Report Query"));
+        return groupFolder + name;
     });
 }
 
@@ -116,11 +130,7 @@ void ReportQueries::ModifyReportQuery(const QString &queryFile, const QString &i
     trap(m_errors, kModifyReportQuery, [&] {
         m_components.createReportInterface(interfaceId)->EditQuery(queryFile);
         listSelectedGroup();
-        for (int row = 0; row < m_selection.list().rows(); ++row)
-            if (m_selection.list().row(row).subItems[CatalogueList::QueryFile - 1] == queryFile)
-                m_selection.selectRow(row);
-        if (m_selection.rowIndex() >= 0)
-            m_catalogue.lvListView_ItemClick(m_selection.rowIndex());
+        selectFile(queryFile);
     });
 }
 
@@ -132,9 +142,9 @@ void ReportQueries::DeleteReportQuery(const QString &queryFile)
     });
 }
 
-void ReportQueries::RenameReportQuery(const QString &queryFile, const QString &newDescription)
+bool ReportQueries::RenameReportQuery(const QString &queryFile, const QString &newDescription)
 {
-    trap(m_errors, kRenameReportQuery, [&] {
+    return trap(m_errors, kRenameReportQuery, [&] {
         const auto access = m_components.createQueryAccess(m_catalogue.GetQueryAccess(m_selection.parentNode().text));
         const std::shared_ptr<Query> query = access->ReadFile(queryFile);
         query->Description = newDescription;
@@ -151,20 +161,20 @@ void ReportQueries::RenameReportQuery(const QString &queryFile, const QString &n
             files::kill(queryFile);
         }
         listSelectedGroup();
+        selectFile(newFile);
+        m_catalogue.lvListView_MouseUp();
+        return true;
     });
 }
 
 bool ReportQueries::lvListView_AfterLabelEdit(int row, const QString &newString)
 {
-    bool accepted = true;
-    trap(m_errors, kAfterLabelEdit, [&] {
+    return trap(m_errors, kAfterLabelEdit, [&] {
         const ListRow edited = m_selection.list().row(row);
         if (isLevel(edited.key, selection::group))
-            accepted = m_groups.RenameGroup(newString);
-        else if (isLevel(edited.key, selection::query))
-            RenameReportQuery(edited.tag, newString);
+            return m_groups.RenameGroup(newString);
+        return isLevel(edited.key, selection::query) && RenameReportQuery(edited.tag, newString);
     });
-    return accepted;
 }
 
 QString ReportQueries::chooseImportTarget(const TreeNode &group)
@@ -203,6 +213,8 @@ void ReportQueries::Import()
                 return;
             target = chooseImportTarget(group);
         }
+        if (const QString why = whyNotAQueryName(files::lastPart(target)); !why.isEmpty())
+            raise(err::badFileName, QStringLiteral("\"%1\" %2; choose another name").arg(files::lastPart(target), why));
         files::rename(source, target);
         // The group's folder stays the current directory afterwards.
         files::setCurrentFolder(groupsFolder(group.tag) + group.text);

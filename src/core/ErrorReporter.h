@@ -21,12 +21,6 @@ struct Procedure
     const char *source = nullptr; ///< module file name; nullptr: the error's own source
 };
 
-/// What a trap does with an error.
-enum class TrapPolicy {
-    Report, ///< one box through ReportError
-    Silent, ///< swallowed: for handlers that report nothing
-};
-
 /// Builds and shows the one message box of a failure; also the general question box.
 class ErrorReporter final
 {

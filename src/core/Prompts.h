@@ -24,7 +24,8 @@ struct FileDialogRequest
     QString folder;   ///< initial folder; empty: the platform's choice
     QString fileName; ///< proposed name
     QString filter;
-    QString defaultSuffix; ///< without dot; added to a name typed without one
+    QString defaultSuffix; ///< without dot; added to a typed name that no pattern of the filter takes
+    QString remembered;    ///< name under which the folder that was chosen is kept for the next time; empty: \c folder each time
 };
 
 /// Boxes, file dialogs and the mouse pointer. Texts are plain text, never markup.
@@ -41,8 +42,20 @@ public:
     /// The application's mouse pointer: 11 hourglass, 0 default. A state, not a stack.
     virtual void pointer(int shape) = 0;
     /// While on, boxes with only an OK button are shown modal but not awaited, one behind the other: an unattended run must not wait for
-    /// anyone.
+    /// anyone. Calls nest: each "on" is ended by an "off".
     virtual void unattended(bool on) = 0;
+};
+
+/// While it lives, boxes that only inform are shown but not awaited.
+class UnattendedScope final
+{
+public:
+    explicit UnattendedScope(Prompts &prompts) : m_prompts(prompts) { m_prompts.unattended(true); }
+    ~UnattendedScope() { m_prompts.unattended(false); }
+    Q_DISABLE_COPY_MOVE(UnattendedScope)
+
+private:
+    Prompts &m_prompts;
 };
 
 } // namespace qm

@@ -1,3 +1,4 @@
+#include "core/ConnectionString.h"
 #include "core/ErrorReporter.h"
 #include "datasources/AdoConnectionTester.h"
 #include "odbc/Connection.h"
@@ -46,7 +47,7 @@ QString openByAdo(const QString &connectionString, std::chrono::milliseconds dea
     } catch (const RuntimeError &error) {
         if (isProviderMissing(error.number()))
             return QStringLiteral("The provider \"%1\" is not installed on this machine for %2-bit programs: %3")
-                .arg(odbc::parseAdo(connectionString).value(u"Provider"), QString::number(sizeof(void *) * 8), error.description());
+                .arg(parseAdo(connectionString).value(u"Provider"), QString::number(sizeof(void *) * 8), error.description());
         if (isAdoIncomplete(error.number()))
             return QStringLiteral("ADO is not completely installed on this machine: %1").arg(error.description());
         throw;
@@ -59,7 +60,7 @@ QString openByAdo(const QString &connectionString, std::chrono::milliseconds dea
 
 void AdoConnectionTester::testConnection(const QString &connectionString)
 {
-    const QString password = odbc::parseAdo(connectionString).value(u"Password");
+    const QString password = parseAdo(connectionString).value(u"Password");
     try {
         const QString noWay = openByAdo(connectionString, m_deadline);
         if (noWay.isEmpty())

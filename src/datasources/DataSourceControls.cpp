@@ -70,18 +70,18 @@ frmDataSource::Controls::Controls(QDialog &form)
     cboDataSource->setCompleter(nullptr);
     cboDataSource->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     cboDataSource->setMinimumWidth(260);
-    cmdAddNew = named(new QPushButton(QObject::tr("&Add New...")), "cmdAddNew");
-    cmdSave = named(new QPushButton(QObject::tr("&Save")), "cmdSave");
-    cmdTest = named(new QPushButton(QObject::tr("&Test Connection")), "cmdTest");
-    cmdOK = named(new QPushButton(QObject::tr("OK")), "cmdOK");
-    cmdCancel = named(new QPushButton(QObject::tr("Cancel")), "cmdCancel");
-    cmdHelp = named(new QPushButton(QObject::tr("&Help")), "cmdHelp");
+    cmdAddNew = named(new QPushButton(frmDataSource::tr("&Add New...")), "cmdAddNew");
+    cmdSave = named(new QPushButton(frmDataSource::tr("&Save")), "cmdSave");
+    cmdTest = named(new QPushButton(frmDataSource::tr("&Test Connection")), "cmdTest");
+    cmdOK = named(new QPushButton(frmDataSource::tr("OK")), "cmdOK");
+    cmdCancel = named(new QPushButton(frmDataSource::tr("Cancel")), "cmdCancel");
+    cmdHelp = named(new QPushButton(frmDataSource::tr("&Help")), "cmdHelp");
     cmdOK->setDefault(true);
 
     Frame2 = named(new QFrame, "Frame2");
     auto *chooser = new QHBoxLayout(Frame2);
     chooser->setContentsMargins(0, 0, 0, 0);
-    auto *label = new QLabel(QObject::tr("&Data source:"));
+    auto *label = new QLabel(frmDataSource::tr("&Data source:"));
     label->setBuddy(cboDataSource);
     chooser->addWidget(label);
     chooser->addWidget(cboDataSource, 1);
@@ -104,18 +104,18 @@ frmDataSource::Controls::Controls(QDialog &form)
 QWidget *frmDataSource::Controls::makeSqlServerGroup()
 {
     fraSQL = framed("fraSQL");
-    lblSQL = heading(QObject::tr("Microsoft SQL Server"), "lblSQL");
-    txtSQL = note(QObject::tr("Server and database, and how to log on."), "txtSQL");
+    lblSQL = heading(frmDataSource::tr("Microsoft SQL Server"), "lblSQL");
+    txtSQL = note(frmDataSource::tr("Server and database, and how to log on."), "txtSQL");
     txtServerName = named(new QLineEdit, "txtServerName");
     txtDatabase = named(new QLineEdit, "txtDatabase");
     txtUserName = named(new QLineEdit, "txtUserName");
     txtPassword = password("txtPassword");
-    lblServer = caption(QObject::tr("Ser&ver:"), "lblServer", txtServerName);
-    lblDatabaseName = caption(QObject::tr("Data&base:"), "lblDatabaseName", txtDatabase);
-    lblUserName = caption(QObject::tr("&User name:"), "lblUserName", txtUserName);
-    lblPassword = caption(QObject::tr("&Password:"), "lblPassword", txtPassword);
-    optConnectionType[0] = named(new QRadioButton(QObject::tr("&Integrated security")), "optConnectionType0");
-    optConnectionType[1] = named(new QRadioButton(QObject::tr("Specific us&er")), "optConnectionType1");
+    lblServer = caption(frmDataSource::tr("Ser&ver:"), "lblServer", txtServerName);
+    lblDatabaseName = caption(frmDataSource::tr("Data&base:"), "lblDatabaseName", txtDatabase);
+    lblUserName = caption(frmDataSource::tr("&User name:"), "lblUserName", txtUserName);
+    lblPassword = caption(frmDataSource::tr("&Password:"), "lblPassword", txtPassword);
+    optConnectionType[0] = named(new QRadioButton(frmDataSource::tr("&Integrated security")), "optConnectionType0");
+    optConnectionType[1] = named(new QRadioButton(frmDataSource::tr("Specific us&er")), "optConnectionType1");
     optConnectionType[0]->setChecked(true);
 
     frameSpecificUser = framed("frameSpecificUser");
@@ -136,14 +136,14 @@ QWidget *frmDataSource::Controls::makeSqlServerGroup()
 QWidget *frmDataSource::Controls::makeOracleGroup()
 {
     fraOracle = framed("fraOracle");
-    lblOra = heading(QObject::tr("Oracle"), "lblOra");
-    txtOra = note(QObject::tr("Service name, user and password."), "txtOra");
+    lblOra = heading(frmDataSource::tr("Oracle"), "lblOra");
+    txtOra = note(frmDataSource::tr("Service name, user and password."), "txtOra");
     txtOraServer = named(new QLineEdit, "txtOraServer");
     txtOraUser = named(new QLineEdit, "txtOraUser");
     txtOraPassword = password("txtOraPassword");
-    lblOraServer = caption(QObject::tr("Service &name:"), "lblOraServer", txtOraServer);
-    lblOraUser = caption(QObject::tr("Use&r:"), "lblOraUser", txtOraUser);
-    lblOraPassword = caption(QObject::tr("Pass&word:"), "lblOraPassword", txtOraPassword);
+    lblOraServer = caption(frmDataSource::tr("Service &name:"), "lblOraServer", txtOraServer);
+    lblOraUser = caption(frmDataSource::tr("Use&r:"), "lblOraUser", txtOraUser);
+    lblOraPassword = caption(frmDataSource::tr("Pass&word:"), "lblOraPassword", txtOraPassword);
     auto *form = new QFormLayout(fraOracle);
     form->addRow(lblOra);
     form->addRow(txtOra);

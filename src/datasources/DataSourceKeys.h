@@ -2,14 +2,14 @@
 /// The vocabulary of data source types, and the way from a key to its file.
 #pragma once
 
+#include "core/DataSourcePrefix.h"
+
 #include <QString>
 
 namespace qm {
 
 inline constexpr char kSqlServerLabel[] = "Microsoft SQL Server";
 inline constexpr char kOracleLabel[] = "Oracle";
-inline constexpr char kSqlServerPrefix[] = "MSSQL::";
-inline constexpr char kOraclePrefix[] = "Oracle::";
 
 /// Whether \p key holds the SQL Server (Oracle) prefix anywhere, letter case respected.
 [[nodiscard]] bool isSqlServerKey(const QString &key);

@@ -36,7 +36,7 @@ constexpr Procedure kHelp{"cmdHelp_Click", QT_TRANSLATE_NOOP("qm::Procedure", "E
 } // namespace
 
 frmDataSource::frmDataSource(const Services &services, QWidget *parent)
-    : QDialog(parent), m_services(services), m(std::make_unique<Controls>(*this))
+    : QDialog(parent), m_services(services), m_controls(std::make_unique<Controls>(*this))
 {
     setObjectName(QStringLiteral("frmDataSource"));
     setWindowTitle(tr("Database Connection Information"));
@@ -47,18 +47,18 @@ frmDataSource::~frmDataSource() = default;
 
 void frmDataSource::connectControls()
 {
-    connect(m->cboDataSource, &QComboBox::activated, this, &frmDataSource::cboDataSource_Click);
+    connect(m_controls->cboDataSource, &QComboBox::activated, this, &frmDataSource::cboDataSource_Click);
     for (const int index : {0, 1})
-        connect(m->optConnectionType[index], &QRadioButton::clicked, this, [this, index] { optConnectionType_Click(index); });
-    for (QLineEdit *field :
-         {m->txtDatabase, m->txtOraPassword, m->txtOraServer, m->txtOraUser, m->txtPassword, m->txtServerName, m->txtUserName})
+        connect(m_controls->optConnectionType[index], &QRadioButton::clicked, this, [this, index] { optConnectionType_Click(index); });
+    for (QLineEdit *field : {m_controls->txtDatabase, m_controls->txtOraPassword, m_controls->txtOraServer, m_controls->txtOraUser,
+                             m_controls->txtPassword, m_controls->txtServerName, m_controls->txtUserName})
         connect(field, &QLineEdit::textChanged, this, [this] { m_mblnDirty = true; });
-    connect(m->cmdAddNew, &QPushButton::clicked, this, &frmDataSource::cmdAddNew_Click);
-    connect(m->cmdSave, &QPushButton::clicked, this, &frmDataSource::cmdSave_Click);
-    connect(m->cmdTest, &QPushButton::clicked, this, &frmDataSource::cmdTest_Click);
-    connect(m->cmdOK, &QPushButton::clicked, this, &QDialog::close);
-    connect(m->cmdCancel, &QPushButton::clicked, this, &QDialog::close);
-    connect(m->cmdHelp, &QPushButton::clicked, this, &frmDataSource::cmdHelp_Click);
+    connect(m_controls->cmdAddNew, &QPushButton::clicked, this, &frmDataSource::cmdAddNew_Click);
+    connect(m_controls->cmdSave, &QPushButton::clicked, this, &frmDataSource::cmdSave_Click);
+    connect(m_controls->cmdTest, &QPushButton::clicked, this, &frmDataSource::cmdTest_Click);
+    connect(m_controls->cmdOK, &QPushButton::clicked, this, &QDialog::close);
+    connect(m_controls->cmdCancel, &QPushButton::clicked, this, &QDialog::close);
+    connect(m_controls->cmdHelp, &QPushButton::clicked, this, &frmDataSource::cmdHelp_Click);
 }
 
 void frmDataSource::showModal()
@@ -76,13 +76,13 @@ void frmDataSource::Form_Load()
     const Globals &globals = m_services.globals;
     optConnectionType_Click(0);
     {
-        const QSignalBlocker filling(m->cboDataSource);
+        const QSignalBlocker filling(m_controls->cboDataSource);
         for (const QString &key : globals.gdicDataSources.Keys())
-            m->cboDataSource->addItem(globals.gdicDataSources.at(key)->DatasourceName);
-        m->cboDataSource->setCurrentIndex(-1);
+            m_controls->cboDataSource->addItem(globals.gdicDataSources.at(key)->DatasourceName);
+        m_controls->cboDataSource->setCurrentIndex(-1);
     }
     if (globals.gdicDataSources.Count() > 0) {
-        m->cboDataSource->setCurrentIndex(m->cboDataSource->currentIndex() + 1);
+        m_controls->cboDataSource->setCurrentIndex(m_controls->cboDataSource->currentIndex() + 1);
         cboDataSource_Click();
     } else {
         cmdAddNew_Click();
@@ -95,7 +95,7 @@ void frmDataSource::cboDataSource_Click()
 {
     trap(m_services.errors, kChoose, [&] {
         const auto &sources = m_services.globals.gdicDataSources;
-        const QString key = m->cboDataSource->currentText();
+        const QString key = m_controls->cboDataSource->currentText();
         if (!sources.Exists(key)) {
             ClearDataSourceFields();
             m_mblnDirty = false;
@@ -105,18 +105,18 @@ void frmDataSource::cboDataSource_Click()
         if (const auto sql = std::dynamic_pointer_cast<QMMDSMSSql>(info)) {
             EnableOracleControls(false);
             EnableSQLControls(true);
-            m->txtServerName->setText(sql->ServerName);
-            m->txtDatabase->setText(sql->DatabaseName);
+            m_controls->txtServerName->setText(sql->ServerName);
+            m_controls->txtDatabase->setText(sql->DatabaseName);
             const bool specificUser = sql->ConnectionType != 0;
             selectConnectionType(specificUser ? 1 : 0);
-            m->txtUserName->setText(specificUser ? sql->UserName : QString());
-            m->txtPassword->setText(specificUser ? sql->Password : QString());
+            m_controls->txtUserName->setText(specificUser ? sql->UserName : QString());
+            m_controls->txtPassword->setText(specificUser ? sql->Password : QString());
         } else if (const auto oracle = std::dynamic_pointer_cast<QMMDSOracle>(info)) {
             EnableSQLControls(false);
             EnableOracleControls(true);
-            m->txtOraServer->setText(oracle->ServerName);
-            m->txtOraUser->setText(oracle->UserName);
-            m->txtOraPassword->setText(oracle->Password);
+            m_controls->txtOraServer->setText(oracle->ServerName);
+            m_controls->txtOraUser->setText(oracle->UserName);
+            m_controls->txtOraPassword->setText(oracle->Password);
         }
         m_mblnDirty = false;
     });
@@ -124,30 +124,32 @@ void frmDataSource::cboDataSource_Click()
 
 void frmDataSource::selectConnectionType(int index)
 {
-    m->optConnectionType[index]->setChecked(true);
+    m_controls->optConnectionType[index]->setChecked(true);
     optConnectionType_Click(index);
 }
 
 void frmDataSource::optConnectionType_Click(int index)
 {
-    m->frameSpecificUser->setEnabled(index != 0);
-    m->lblUserName->setEnabled(index != 0);
-    m->lblPassword->setEnabled(index != 0);
+    m_controls->frameSpecificUser->setEnabled(index != 0);
+    m_controls->lblUserName->setEnabled(index != 0);
+    m_controls->lblPassword->setEnabled(index != 0);
 }
 
 void frmDataSource::EnableSQLControls(bool enabled)
 {
     for (QWidget *control :
-         std::initializer_list<QWidget *>{m->fraSQL, m->lblSQL, m->txtSQL, m->lblServer, m->txtServerName, m->lblDatabaseName,
-                                          m->lblUserName, m->txtDatabase, m->lblPassword, m->txtUserName})
+         std::initializer_list<QWidget *>{m_controls->fraSQL, m_controls->lblSQL, m_controls->txtSQL, m_controls->lblServer,
+                                          m_controls->txtServerName, m_controls->lblDatabaseName, m_controls->lblUserName,
+                                          m_controls->txtDatabase, m_controls->lblPassword, m_controls->txtUserName})
         control->setEnabled(enabled);
 }
 
 void frmDataSource::EnableOracleControls(bool enabled)
 {
     // The user field is left as it is.
-    for (QWidget *control : std::initializer_list<QWidget *>{m->fraOracle, m->lblOra, m->txtOra, m->lblOraServer, m->txtOraServer,
-                                                             m->lblOraUser, m->lblOraPassword, m->txtOraPassword})
+    for (QWidget *control : std::initializer_list<QWidget *>{m_controls->fraOracle, m_controls->lblOra, m_controls->txtOra,
+                                                             m_controls->lblOraServer, m_controls->txtOraServer, m_controls->lblOraUser,
+                                                             m_controls->lblOraPassword, m_controls->txtOraPassword})
         control->setEnabled(enabled);
 }
 
@@ -155,23 +157,24 @@ void frmDataSource::ClearDataSourceFields()
 {
     const QString type = m_services.addDialog.DatasourceType();
     if (type == QLatin1StringView(kSqlServerLabel)) {
-        for (QLineEdit *field : {m->txtServerName, m->txtDatabase, m->txtUserName, m->txtPassword})
+        for (QLineEdit *field : {m_controls->txtServerName, m_controls->txtDatabase, m_controls->txtUserName, m_controls->txtPassword})
             field->clear();
     } else if (type == QLatin1StringView(kOracleLabel)) {
-        for (QLineEdit *field : {m->txtOraServer, m->txtOraPassword, m->txtOraUser})
+        for (QLineEdit *field : {m_controls->txtOraServer, m_controls->txtOraPassword, m_controls->txtOraUser})
             field->clear();
     }
 }
 
 bool frmDataSource::IsSQLDataSourceValid() const
 {
-    return !m->txtServerName->text().isEmpty() && !m->txtDatabase->text().isEmpty() &&
-           (!m->optConnectionType[1]->isChecked() || !m->txtUserName->text().isEmpty());
+    return !m_controls->txtServerName->text().isEmpty() && !m_controls->txtDatabase->text().isEmpty() &&
+           (!m_controls->optConnectionType[1]->isChecked() || !m_controls->txtUserName->text().isEmpty());
 }
 
 bool frmDataSource::IsOracleDataSourceValid() const
 {
-    return !m->txtOraServer->text().isEmpty() && !m->txtOraUser->text().isEmpty() && !m->txtOraPassword->text().isEmpty();
+    return !m_controls->txtOraServer->text().isEmpty() && !m_controls->txtOraUser->text().isEmpty() &&
+           !m_controls->txtOraPassword->text().isEmpty();
 }
 
 void frmDataSource::cmdAddNew_Click()
@@ -184,8 +187,8 @@ void frmDataSource::cmdAddNew_Click()
         const bool isSql = dialog.DatasourceType() == QLatin1StringView(kSqlServerLabel);
         const bool isOracle = dialog.DatasourceType() == QLatin1StringView(kOracleLabel);
         if (isSql || isOracle) {
-            const QSignalBlocker inserting(m->cboDataSource);
-            m->cboDataSource->insertItem(0, dialog.DatasourceName());
+            const QSignalBlocker inserting(m_controls->cboDataSource);
+            m_controls->cboDataSource->insertItem(0, dialog.DatasourceName());
             if (isSql) {
                 EnableOracleControls(false);
                 EnableSQLControls(true);
@@ -195,7 +198,7 @@ void frmDataSource::cmdAddNew_Click()
             }
             ClearDataSourceFields();
         }
-        m->cboDataSource->setCurrentIndex(0);
+        m_controls->cboDataSource->setCurrentIndex(0);
         cboDataSource_Click();
         m_mblnDirty = true;
     });
@@ -204,12 +207,12 @@ void frmDataSource::cmdAddNew_Click()
 std::shared_ptr<DatabaseInfo> frmDataSource::enteredSqlServer() const
 {
     auto info = std::make_shared<QMMDSMSSql>();
-    info->ServerName = m->txtServerName->text();
-    info->DatabaseName = m->txtDatabase->text();
-    if (!m->optConnectionType[0]->isChecked()) {
+    info->ServerName = m_controls->txtServerName->text();
+    info->DatabaseName = m_controls->txtDatabase->text();
+    if (!m_controls->optConnectionType[0]->isChecked()) {
         info->ConnectionType = 1;
-        info->UserName = m->txtUserName->text();
-        info->Password = m->txtPassword->text();
+        info->UserName = m_controls->txtUserName->text();
+        info->Password = m_controls->txtPassword->text();
     }
     return info;
 }
@@ -217,16 +220,16 @@ std::shared_ptr<DatabaseInfo> frmDataSource::enteredSqlServer() const
 std::shared_ptr<DatabaseInfo> frmDataSource::enteredOracle() const
 {
     auto info = std::make_shared<QMMDSOracle>();
-    info->ServerName = m->txtOraServer->text();
-    info->UserName = m->txtOraUser->text();
-    info->Password = m->txtOraPassword->text();
+    info->ServerName = m_controls->txtOraServer->text();
+    info->UserName = m_controls->txtOraUser->text();
+    info->Password = m_controls->txtOraPassword->text();
     return info;
 }
 
 void frmDataSource::cmdSave_Click()
 {
     trap(m_services.errors, kSave, [&] {
-        const QString key = m->cboDataSource->currentText();
+        const QString key = m_controls->cboDataSource->currentText();
         const bool sql = isSqlServerKey(key), oracle = !sql && isOracleKey(key);
         if ((sql && !IsSQLDataSourceValid()) || (oracle && !IsOracleDataSourceValid())) {
             tell(tr("Please fill in all the fields."), box::exclamation);
@@ -256,16 +259,16 @@ void frmDataSource::storeRecord(const QString &key, std::shared_ptr<DatabaseInfo
 QString frmDataSource::connectionString() const
 {
     // Field texts go in as typed, without quoting.
-    if (!isSqlServerKey(m->cboDataSource->currentText()))
-        return QStringLiteral("Provider=MSDAORA.1;Password=") + m->txtOraPassword->text() + QStringLiteral(";User ID=") +
-               m->txtOraUser->text() + QStringLiteral(";Data Source=") + m->txtOraServer->text() +
+    if (!isSqlServerKey(m_controls->cboDataSource->currentText()))
+        return QStringLiteral("Provider=MSDAORA.1;Password=") + m_controls->txtOraPassword->text() + QStringLiteral(";User ID=") +
+               m_controls->txtOraUser->text() + QStringLiteral(";Data Source=") + m_controls->txtOraServer->text() +
                QStringLiteral(";Persist Security Info=False");
-    const QString where =
-        QStringLiteral(";Initial Catalog=") + m->txtDatabase->text() + QStringLiteral(";Data Source=") + m->txtServerName->text();
-    if (m->optConnectionType[0]->isChecked())
+    const QString where = QStringLiteral(";Initial Catalog=") + m_controls->txtDatabase->text() + QStringLiteral(";Data Source=") +
+                          m_controls->txtServerName->text();
+    if (m_controls->optConnectionType[0]->isChecked())
         return QStringLiteral("Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False") + where;
-    return QStringLiteral("Provider=SQLOLEDB.1;Persist Security Info=False;User ID=") + m->txtUserName->text() +
-           QStringLiteral(";Password=") + m->txtPassword->text() + where;
+    return QStringLiteral("Provider=SQLOLEDB.1;Persist Security Info=False;User ID=") + m_controls->txtUserName->text() +
+           QStringLiteral(";Password=") + m_controls->txtPassword->text() + where;
 }
 
 void frmDataSource::cmdTest_Click()

@@ -79,7 +79,7 @@ private:
     void tell(const QString &text, int style);
 
     Services m_services;
-    std::unique_ptr<Controls> m;
+    std::unique_ptr<Controls> m_controls;
     bool m_mblnDirty = false;
     bool m_mblnCloseOnActivate = false;
 };

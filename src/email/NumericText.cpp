@@ -2,6 +2,8 @@
 
 #include "core/RuntimeError.h"
 
+#include <QCoreApplication>
+
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -96,10 +98,10 @@ std::int32_t roundedInteger(QStringView text)
 {
     const std::optional<double> value = numericValue(text);
     if (!value)
-        raise(err::typeMismatch, QStringLiteral("'%1' is not a number").arg(text));
+        raise(err::typeMismatch, QCoreApplication::translate("qm::frmEmailSettings", "'%1' is not a number").arg(text));
     const double rounded = std::nearbyint(*value);
     if (rounded < std::numeric_limits<std::int32_t>::min() || rounded > std::numeric_limits<std::int32_t>::max())
-        raise(err::overflow, QStringLiteral("'%1' is outside -2147483648 to 2147483647").arg(text));
+        raise(err::overflow, QCoreApplication::translate("qm::frmEmailSettings", "'%1' is outside -2147483648 to 2147483647").arg(text));
     return static_cast<std::int32_t>(rounded);
 }
 

@@ -142,7 +142,7 @@ void frmEmailSettings::storeAndWrite()
     zeroWhenEmpty(*m_txtTimeout);
     record.Timeout = roundedInteger(m_txtTimeout->text());
     if (m_globals.gstrInstallPath.isEmpty())
-        qm::raise(err::pathNotFound, QStringLiteral("the installation folder is not known, so \"Email.cfg\" cannot be saved"));
+        qm::raise(err::pathNotFound, tr("the installation folder is not known, so \"Email.cfg\" cannot be saved"));
     m_makeReader()->WriteEmailSettings(record, m_globals.gstrInstallPath + QStringLiteral("Config") + kSep + QStringLiteral("Email.cfg"));
 }
 

@@ -1,5 +1,6 @@
 #include "framework/ComponentRegistry.h"
 
+#include "core/ErrorReporter.h"
 #include "core/RuntimeError.h"
 #include "framework/ComponentPlugin.h"
 #include "framework/QueryFiles.h"
@@ -34,6 +35,61 @@ bool serves(const QString &identifier, const QString &progId)
     const QStringView prefix = QStringView(identifier).chopped(1);
     return progId.startsWith(prefix, Qt::CaseInsensitive) && isWord(QStringView(progId).mid(prefix.size()));
 }
+
+/// One more as long as it lives.
+class Counted final
+{
+public:
+    explicit Counted(int &count) : m_count(count) { ++m_count; }
+    ~Counted() { --m_count; }
+    Q_DISABLE_COPY_MOVE(Counted)
+
+private:
+    int &m_count;
+};
+
+/// A report interface from elsewhere: of a plug-in or of the operating system.
+class ForeignReportInterface final : public ReportInterface
+{
+public:
+    ForeignReportInterface(std::unique_ptr<ReportInterface> component, QString progId, ApplicationLog *log, ComponentWork &work)
+        : m_component(std::move(component)), m_progId(std::move(progId)), m_log(log), m_work(work)
+    {
+    }
+    void EditQuery(const QString &target) override
+    {
+        const Counted atWork(m_work.edits);
+        m_component->EditQuery(target);
+    }
+    void GenerateReport(const QString &queryFile, int reserved, bool interactive, bool flag) override
+    {
+        const Counted atWork(m_work.reports);
+        try {
+            m_component->GenerateReport(queryFile, reserved, interactive, flag);
+        } catch (...) {
+            tell(queryFile, currentError());
+            throw;
+        }
+    }
+
+private:
+    void tell(const QString &queryFile, const RuntimeError &error) const
+    {
+        if (m_log == nullptr)
+            return;
+        const QString text = QStringLiteral("%1: %2 reported error %3 (%4): %5")
+                                 .arg(queryFile, m_progId, QString::number(error.number()), error.source(), error.description());
+        if (error.number() == err::noOutputByRule || error.number() == err::cancelledByOperator)
+            m_log->info(text);
+        else
+            m_log->error(text);
+    }
+
+    std::unique_ptr<ReportInterface> m_component;
+    QString m_progId;
+    ApplicationLog *m_log;
+    ComponentWork &m_work;
+};
 
 bool isNamedIn(const QJsonArray &identifiers, const QString &progId)
 {
@@ -134,9 +190,15 @@ void ComponentRegistry::logNotCreated(const QString &why) const
 
 std::unique_ptr<ReportInterface> ComponentRegistry::createReportInterface(const QString &progId)
 {
+    const auto watched = [&](std::unique_ptr<ReportInterface> component) -> std::unique_ptr<ReportInterface> {
+        if (!component)
+            return nullptr;
+        return std::make_unique<ForeignReportInterface>(std::move(component), progId, m_log, m_work);
+    };
     return create<ReportInterface>(
-        progId, m_reportInterfaces, "report interface", [&](ComponentPlugin &plugin) { return plugin.createReportInterface(progId); },
-        [&] { return systemReportInterface(progId, m_log, m_systemWork); });
+        progId, m_reportInterfaces, "report interface",
+        [&](ComponentPlugin &plugin) { return watched(plugin.createReportInterface(progId)); },
+        [&] { return watched(systemReportInterface(progId)); });
 }
 
 std::unique_ptr<QueryAccess> ComponentRegistry::createQueryAccess(const QString &progId)

@@ -10,7 +10,14 @@
 
 namespace qm {
 
+class ApplicationLog;
 class ComponentPlugin;
+
+/// How many calls of components that are not built in have not returned yet. They may let the operator's input through meanwhile.
+struct ComponentWork
+{
+    int edits = 0, reports = 0;
+};
 
 /// Families of identifiers that the product itself serves; each package has an identifier of its own.
 inline constexpr char kReportInterfaceFamily[] = "QuillmarkReports.*";
@@ -34,14 +41,15 @@ public:
     void registerReportInterface(const QString &identifier, ReportInterfaceMaker maker);
     void registerQueryAccess(const QString &identifier, QueryAccessMaker maker);
 
+    /// What is not built in is counted while it works, and reports that it fails to make are written to the log.
     /// \throws RuntimeError 429 naming the identifier and why nothing serves it; whatever the component's own creation throws.
     [[nodiscard]] std::unique_ptr<ReportInterface> createReportInterface(const QString &progId) override;
     [[nodiscard]] std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override;
 
-    /// Whether a component of the operating system is at work with its editor, or with a report. Its windows are none of this program's, so
+    /// Whether a component that is not built in is at work with its editor, or with a report. Its windows may be none of this program's, so
     /// nothing but this keeps the operator from starting something else meanwhile.
-    [[nodiscard]] bool isEditing() const { return m_systemWork.edits > 0; }
-    [[nodiscard]] bool isGenerating() const { return m_systemWork.reports > 0; }
+    [[nodiscard]] bool isEditing() const { return m_work.edits > 0; }
+    [[nodiscard]] bool isGenerating() const { return m_work.reports > 0; }
 
 private:
     template <class Maker>
@@ -61,7 +69,7 @@ private:
 
     QString m_componentsFolder;
     ApplicationLog *m_log;
-    ComponentWork m_systemWork;
+    ComponentWork m_work;
     std::vector<Entry<ReportInterfaceMaker>> m_reportInterfaces;
     std::vector<Entry<QueryAccessMaker>> m_queryAccesses;
 };

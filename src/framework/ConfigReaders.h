@@ -7,9 +7,9 @@
 
 namespace qm {
 
-/// "Packages.ini": one section "Package.<anything>" a package, in file order.
+/// "Packages.ini": one section "Package.<anything>" a package, in file order. A file with the section "Framework" may hold none.
 ///
-/// \throws RuntimeError 53/75 as Readers.h, 321 when the file holds no package or a package has no name or folder.
+/// \throws RuntimeError 53/75 as Readers.h, 321 when the file holds neither or a package has no name or folder.
 class IniPackageConfigReader final : public PackageConfigReader
 {
 public:

@@ -55,7 +55,8 @@ std::vector<std::shared_ptr<PackageInfo>> IniPackageConfigReader::ReadPackages(c
     for (const QString &section : sections)
         if (section.startsWith(QLatin1String(kSectionPrefix), Qt::CaseInsensitive))
             packages.push_back(readPackage(path, section, folder));
-    if (packages.empty())
+    // Without packages the section about the program itself tells a whole file from a wrong one.
+    if (packages.empty() && !sections.contains(QLatin1String("Framework"), Qt::CaseInsensitive))
         fail(path, QStringLiteral("no section [Package.1], [Package.2], ... was found. Add one for each event-log package."));
     return packages;
 }

@@ -1,40 +1,14 @@
 #include "framework/LayoutFile.h"
 
 #include "core/RuntimeError.h"
+#include "framework/LayoutWords.h"
 #include "framework/TableReader.h"
-#include "framework/TomlRewrite.h"
+#include "framework/toml/TomlRewrite.h"
 
 namespace qm {
 namespace {
 
 constexpr double kMaxMillimetres = 2000;
-
-// In the order of the enumerations.
-const QStringList &sizeWords()
-{
-    static const QStringList list = wordList({"A4", "A3", "A5", "Letter", "Legal"});
-    return list;
-}
-const QStringList &orientationWords()
-{
-    static const QStringList list = wordList({"portrait", "landscape"});
-    return list;
-}
-const QStringList &alignmentWords()
-{
-    static const QStringList list = wordList({"automatic", "left", "centre", "right"});
-    return list;
-}
-const QStringList &functionWords()
-{
-    static const QStringList list = wordList({"count", "sum", "average", "minimum", "maximum"});
-    return list;
-}
-const QStringList &chartWords()
-{
-    static const QStringList list = wordList({"", "bar", "column", "stacked-bar", "stacked-column", "line", "pie"});
-    return list;
-}
 
 const TomlSchema &schema()
 {
@@ -66,7 +40,7 @@ const TomlSchema &schema()
 LayoutPage readPage(const TableReader &table)
 {
     LayoutPage page;
-    page.size = static_cast<PageSize>(table.word("size", static_cast<int>(page.size), sizeWords()));
+    page.size = static_cast<PageSize>(table.word("size", static_cast<int>(page.size), paperWords()));
     page.orientation = static_cast<PageOrientation>(table.word("orientation", static_cast<int>(page.orientation), orientationWords()));
     page.marginMm = table.number("margin_mm", page.marginMm, 0, 100);
     return page;
@@ -103,7 +77,7 @@ std::vector<LayoutAggregate> readAggregates(const std::vector<TomlNode> &nodes, 
     for (const TomlNode &node : nodes) {
         const TableReader table(node, path);
         LayoutAggregate aggregate;
-        aggregate.function = static_cast<Aggregate>(table.word("function", static_cast<int>(Aggregate::Sum), functionWords()));
+        aggregate.function = static_cast<Aggregate>(table.word("function", static_cast<int>(Aggregate::Sum), aggregateWords()));
         aggregate.field = table.text("field");
         if (aggregate.field.isEmpty() && aggregate.function != Aggregate::Count)
             table.fail("field",
@@ -158,7 +132,7 @@ TomlNode pageTree(const LayoutPage &page, const TomlNode *original)
     TomlNode table;
     TableWriter writer(table, original);
     const LayoutPage usual;
-    writer.text("size", sizeWords().at(static_cast<int>(page.size)), sizeWords().at(static_cast<int>(usual.size)));
+    writer.text("size", paperWords().at(static_cast<int>(page.size)), paperWords().at(static_cast<int>(usual.size)));
     writer.text("orientation", orientationWords().at(static_cast<int>(page.orientation)),
                 orientationWords().at(static_cast<int>(usual.orientation)));
     writer.number("margin_mm", page.marginMm, usual.marginMm);
@@ -196,7 +170,7 @@ TomlNode aggregatesTree(const std::vector<LayoutAggregate> &aggregates)
         TomlNode &table = list.items.emplace_back();
         TableWriter writer(table, nullptr);
         writer.text("field", aggregate.field);
-        writer.always("function", TomlNode::ofText(functionWords().at(static_cast<int>(aggregate.function))));
+        writer.always("function", TomlNode::ofText(aggregateWords().at(static_cast<int>(aggregate.function))));
         writer.text("caption", aggregate.caption);
     }
     return list;

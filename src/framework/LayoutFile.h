@@ -3,7 +3,7 @@
 #pragma once
 
 #include "framework/ReportLayout.h"
-#include "framework/TomlNode.h"
+#include "framework/toml/TomlNode.h"
 
 #include <QByteArray>
 

@@ -2,6 +2,8 @@
 /// A report query as a query file (.rqn) holds it.
 #pragma once
 
+#include "framework/ReportFormat.h"
+
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -51,9 +53,9 @@ struct PrinterOutput
 
 struct OutputSettings
 {
-    int OutputType = 0;                     ///< code of an OutputKind; other codes are kept
-    QString format = QStringLiteral("pdf"); ///< pdf, html, xlsx, csv
-    QString file;                           ///< name pattern with {fields}; relative to the installation's "Reports" folder, or absolute
+    int OutputType = 0; ///< code of an OutputKind; other codes are kept
+    ReportFormat format = ReportFormat::Pdf;
+    QString file; ///< name pattern with {fields}; relative to the installation's "Reports" folder, or absolute
     bool csvByteOrderMark = false;
     bool csvGuardFormulas = false; ///< always on for e-mailed CSV
     EmailOutput email;

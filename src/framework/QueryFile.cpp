@@ -1,8 +1,9 @@
 #include "framework/QueryFile.h"
 
 #include "core/RuntimeError.h"
+#include "framework/SqlName.h"
 #include "framework/TableReader.h"
-#include "framework/TomlRewrite.h"
+#include "framework/toml/TomlRewrite.h"
 
 #include <QSet>
 
@@ -12,12 +13,6 @@ namespace qm {
 namespace {
 
 constexpr qint64 kMostCopies = 999;
-
-const QStringList &formatWords()
-{
-    static const QStringList list = wordList({"pdf", "html", "xlsx", "csv"});
-    return list;
-}
 
 /// In the order of ParameterType.
 const QStringList &parameterTypeWords()
@@ -56,18 +51,11 @@ const TomlSchema &schema()
 
 // --- reading -----------------------------------------------------------------------------------------------------------------------------
 
-bool isParameterName(const QString &name)
-{
-    const auto isLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_'; };
-    const auto fits = [&](QChar c) { return isLetter(c) || (c >= u'0' && c <= u'9'); };
-    return !name.isEmpty() && isLetter(name[0]) && std::all_of(name.begin(), name.end(), fits);
-}
-
 QueryParameter readParameter(const TableReader &table)
 {
     QueryParameter parameter;
     parameter.name = table.requiredText("name");
-    if (!isParameterName(parameter.name))
+    if (!isSqlName(parameter.name))
         table.fail("name",
                    QStringLiteral("a parameter's name consists of letters, digits and \"_\" and begins with a letter, as in the SQL "
                                   "without its colon; \"%1\" does not. Correct the line in a text editor.")
@@ -113,7 +101,7 @@ OutputSettings readOutput(const TomlNode &node, const QString &path)
     const TableReader table(node, path);
     OutputSettings output;
     output.OutputType = readOutputType(table, node);
-    output.format = formatWords().at(table.word("format", 0, formatWords()));
+    output.format = reportFormats().at(table.word("format", 0, formatWords()));
     output.file = table.text("file");
     output.csvByteOrderMark = table.boolean("csv_byte_order_mark", false);
     output.csvGuardFormulas = table.boolean("csv_guard_formulas", false);
@@ -180,7 +168,7 @@ TomlNode outputTree(const OutputSettings &output, const TomlNode *original)
     const QString word = outputTypeWord(output.OutputType);
     writer.always("type", word.isEmpty() ? TomlNode::ofInteger(output.OutputType) : TomlNode::ofText(word));
     const bool toScreen = output.OutputType == static_cast<int>(OutputKind::Screen);
-    writer.text("format", output.format, toScreen ? formatWords().first() : QString());
+    writer.text("format", formatWord(output.format), toScreen ? formatWord(reportFormats().first()) : QString());
     writer.text("file", output.file);
     writer.boolean("csv_byte_order_mark", output.csvByteOrderMark);
     writer.boolean("csv_guard_formulas", output.csvGuardFormulas);

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "framework/Query.h"
-#include "framework/TomlNode.h"
+#include "framework/toml/TomlNode.h"
 
 #include <QByteArray>
 

@@ -1,5 +1,6 @@
 #include "framework/QueryFiles.h"
 
+#include "core/ConnectionString.h"
 #include "core/RuntimeError.h"
 #include "framework/LayoutFile.h"
 #include "framework/QueryFile.h"
@@ -20,36 +21,46 @@ bool hasSeparator(const QString &text)
     return text.contains(u'/') || text.contains(u'\\');
 }
 
+bool isOwnFile(const Query &query, const QString &path)
+{
+    return !query.QueryFile.isEmpty() && files::sameFile(path, query.QueryFile);
+}
+
 /// A description with a separator in it, appended to a folder, would name a file in another folder.
 void requireNameFromDescription(const Query &query, const QString &path)
 {
-    if (!hasSeparator(query.Description) || (!query.QueryFile.isEmpty() && files::sameFile(path, query.QueryFile)))
+    if (!hasSeparator(query.Description) || isOwnFile(query, path))
         return;
     const qsizetype dot = path.lastIndexOf(u'.');
     if (path.left(dot).endsWith(query.Description))
         refuseName(query.Description, QStringLiteral("contains a separator"));
 }
 
-void requireQueryName(const QString &path)
+/// A file that has a hidden name already may keep it.
+void requireQueryName(const Query &query, const QString &path)
 {
     const QString name = files::lastPart(path);
-    const qsizetype dot = name.lastIndexOf(u'.');
-    if ((dot < 0 ? name : name.left(dot)).trimmed().isEmpty())
-        refuseName(name, QStringLiteral("has nothing before the extension"));
-    if (const QString why = files::whyNotAName(name); !why.isEmpty())
+    const QString why = isOwnFile(query, path) ? files::whyNotAName(name) : whyNotAQueryName(name);
+    if (!why.isEmpty())
         refuseName(name, why);
 }
 
 /// A connection string with a password makes the file private.
 files::Privacy privacyOf(const Query &query)
 {
-    const QString source = query.dataSource;
-    const bool holdsPassword =
-        source.contains(QLatin1String("PWD"), Qt::CaseInsensitive) || source.contains(QLatin1String("password"), Qt::CaseInsensitive);
-    return holdsPassword ? files::Privacy::Secret : files::Privacy::Normal;
+    return holdsSecret(query.dataSource) ? files::Privacy::Secret : files::Privacy::Normal;
 }
 
 } // namespace
+
+QString whyNotAQueryName(const QString &name)
+{
+    if (name.left(name.lastIndexOf(u'.')).trimmed().isEmpty())
+        return QStringLiteral("has nothing before the extension");
+    if (files::isHiddenName(name))
+        return QStringLiteral("begins with a dot, which hides a file");
+    return files::whyNotAName(name);
+}
 
 std::shared_ptr<Query> TomlQueryReader::ReadQuery(const QString &path)
 {
@@ -77,9 +88,9 @@ std::shared_ptr<Query> TomlQueryAccess::ReadFile(const QString &path)
 
 void TomlQueryAccess::WriteFile(const Query &query, const QString &path)
 {
-    requireQueryName(path);
+    requireQueryName(query, path);
     requireNameFromDescription(query, path);
-    if (files::entryExists(path) && (query.QueryFile.isEmpty() || !files::sameFile(path, query.QueryFile)))
+    if (files::entryExists(path) && !isOwnFile(query, path))
         raise(
             err::fileAlreadyExists,
             QStringLiteral("%1 is the file of another query. Choose another description or file name.").arg(files::existingSpelling(path)),

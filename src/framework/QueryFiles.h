@@ -7,6 +7,9 @@
 
 namespace qm {
 
+/// Whether \p name can be the name of a query file that the catalogue lists. \returns an empty text, or the reason ("begins with ...").
+[[nodiscard]] QString whyNotAQueryName(const QString &name);
+
 /// Reads query files for the catalogue's list, fast: the query has its description, file, report file and output type, and nothing else,
 /// and cannot be written. A file in which these are wrong is refused as by TomlQueryAccess; other faults show when the query is opened or
 /// run.
@@ -24,7 +27,7 @@ public:
     [[nodiscard]] std::shared_ptr<Query> ReadFile(const QString &path) override;
     /// Keeps keys this version does not know. A file that differs from the query's own only in letter case is written under its old
     /// spelling. \throws RuntimeError 58 when \p path is taken by a file other than the query's own, 52 for a name that is none on some
-    /// platform, 5 for a query that could not be read back, and as files::saveAtomically.
+    /// platform or that no listing shows, 5 for a query that could not be read back, and as files::saveAtomically.
     void WriteFile(const Query &query, const QString &path) override;
 };
 

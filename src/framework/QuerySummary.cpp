@@ -1,6 +1,6 @@
 // The catalogue's road to a query file: what the list shows, without building the file's tree.
 #include "framework/QueryFile.h"
-#include "framework/TomlCursor.h"
+#include "framework/toml/TomlCursor.h"
 
 namespace qm {
 namespace {

@@ -10,17 +10,8 @@
 
 namespace qm {
 
-class ApplicationLog;
-
-/// How many calls of such components have not returned yet. They may let the operator's input through meanwhile.
-struct ComponentWork
-{
-    int edits = 0, reports = 0;
-};
-
-/// \returns null when the system knows no \p progId. \throws RuntimeError 429 when it does, and cannot make one. Failed reports are written
-/// to \p log, which may be null. It and \p work outlive the component.
-[[nodiscard]] std::unique_ptr<ReportInterface> systemReportInterface(const QString &progId, ApplicationLog *log, ComponentWork &work);
+/// \returns null when the system knows no \p progId. \throws RuntimeError 429 when it does, and cannot make one.
+[[nodiscard]] std::unique_ptr<ReportInterface> systemReportInterface(const QString &progId);
 
 /// \returns and throws as above. A query that it read has Description, QueryFile, ReportFile and OutputType only. WriteFile gives the
 /// component the object that it read for that query file, after changing in it what was changed; 91 when it read none, 75 when the

@@ -2,7 +2,7 @@
 
 namespace qm {
 
-std::unique_ptr<ReportInterface> systemReportInterface(const QString &, ApplicationLog *, ComponentWork &)
+std::unique_ptr<ReportInterface> systemReportInterface(const QString &)
 {
     return nullptr;
 }

@@ -1,7 +1,6 @@
 #include "framework/SystemComponents.h"
 
 #include "core/RuntimeError.h"
-#include "platform/ApplicationLog.h"
 #include "platform/AutomationWindows.h"
 #include "platform/Files.h"
 
@@ -14,59 +13,19 @@ using automation::Object;
 
 namespace {
 
-/// One more as long as it lives.
-class Counted final
-{
-public:
-    explicit Counted(int &count) : m_count(count) { ++m_count; }
-    ~Counted() { --m_count; }
-    Counted(const Counted &) = delete;
-    Counted &operator=(const Counted &) = delete;
-
-private:
-    int &m_count;
-};
-
 class ComReportInterface final : public ReportInterface
 {
 public:
-    ComReportInterface(Object object, QString progId, ApplicationLog *log, ComponentWork &work)
-        : m_object(std::move(object)), m_progId(std::move(progId)), m_log(log), m_work(work)
-    {
-    }
-    void EditQuery(const QString &target) override
-    {
-        const Counted atWork(m_work.edits);
-        m_object.call(QStringLiteral("EditQuery"), {target});
-    }
+    explicit ComReportInterface(Object object) : m_object(std::move(object)) {}
+    void EditQuery(const QString &target) override { m_object.call(QStringLiteral("EditQuery"), {target}); }
     void GenerateReport(const QString &queryFile, int reserved, bool interactive, bool flag) override
     {
-        const Counted atWork(m_work.reports);
-        try {
-            m_object.call(QStringLiteral("GenerateReport"), {queryFile, reserved, interactive, flag});
-        } catch (const RuntimeError &error) {
-            if (m_log != nullptr)
-                tell(*m_log, queryFile, error);
-            throw;
-        }
+        m_object.call(QStringLiteral("GenerateReport"), {queryFile, reserved, interactive, flag});
     }
 
 private:
-    void tell(ApplicationLog &log, const QString &queryFile, const RuntimeError &error) const
-    {
-        const QString text = QStringLiteral("%1: %2 reported error %3 (%4): %5")
-                                 .arg(queryFile, m_progId, QString::number(error.number()), error.source(), error.description());
-        if (error.number() == err::noOutputByRule || error.number() == err::cancelledByOperator)
-            log.info(text);
-        else
-            log.error(text);
-    }
-
     Apartment m_apartment;
     Object m_object;
-    QString m_progId;
-    ApplicationLog *m_log;
-    ComponentWork &m_work;
 };
 
 /// The query objects that were read are kept: only the component knows all that is in one.
@@ -131,11 +90,11 @@ private:
 
 } // namespace
 
-std::unique_ptr<ReportInterface> systemReportInterface(const QString &progId, ApplicationLog *log, ComponentWork &work)
+std::unique_ptr<ReportInterface> systemReportInterface(const QString &progId)
 {
     const Apartment apartment; // the component has one of its own from then on
     std::optional<Object> object = Object::create(progId);
-    return object ? std::make_unique<ComReportInterface>(*std::move(object), progId, log, work) : nullptr;
+    return object ? std::make_unique<ComReportInterface>(*std::move(object)) : nullptr;
 }
 
 std::unique_ptr<QueryAccess> systemQueryAccess(const QString &progId)

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/WallTime.h"
-#include "framework/TomlNode.h"
+#include "framework/toml/TomlNode.h"
 
 #include <QStringList>
 

@@ -2,7 +2,7 @@
 #include "framework/ConfigReaders.h"
 #include "framework/OwnPaths.h"
 #include "framework/TableReader.h"
-#include "framework/TomlText.h"
+#include "framework/toml/TomlText.h"
 #include "platform/Files.h"
 
 namespace qm {

@@ -2,8 +2,8 @@
 #include "framework/ConfigReaders.h"
 #include "framework/OwnPaths.h"
 #include "framework/TableReader.h"
-#include "framework/TomlCursor.h"
-#include "framework/TomlText.h"
+#include "framework/toml/TomlCursor.h"
+#include "framework/toml/TomlText.h"
 #include "platform/Files.h"
 
 #include <QSet>

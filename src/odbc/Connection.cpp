@@ -54,7 +54,10 @@ struct ConnectAttempt
         connection->m_open = true;
         connection->m_driver = route.driver;
         connection->m_family = route.family;
-        connection->learn();
+        if (const QString refusal = connection->learn(); !refusal.isEmpty()) {
+            outcome.failure = {Stage::Driver, {{QString(), 0, refusal, 0}}};
+            return outcome;
+        }
         outcome.connection = std::move(connection);
         return outcome;
     }
@@ -68,13 +71,15 @@ Connection::~Connection()
     SQLDisconnect(m_handle.get());
 }
 
-void Connection::learn()
+QString Connection::learn()
 {
-    m_engine = infoText(m_handle.get(), SQL_DBMS_NAME);
     SQLGetInfoW(m_handle.get(), SQL_GETDATA_EXTENSIONS, &m_getData, sizeof m_getData, nullptr);
     // The library tells more than the name under which it is registered.
     if (const Family library = familyOf(infoText(m_handle.get(), SQL_DRIVER_NAME)); library != Family::Other)
         m_family = library;
+    if (m_family != Family::Sqlite && familyOf(infoText(m_handle.get(), SQL_DBMS_NAME)) != Family::Sqlite)
+        return {};
+    return QStringLiteral("the driver %1 reads SQLite under another name. Register it under a name that holds \"SQLite\".").arg(m_driver);
 }
 
 void Connection::beginTransaction()
@@ -90,7 +95,10 @@ ConnectOutcome connectTo(const Endpoint &endpoint, std::chrono::seconds patience
     if (routing.route.strings.empty())
         return {nullptr,
                 {Stage::LogIn,
-                 {{QString(), 0, QStringLiteral("the driver %1 cannot be given a value that holds \"};\".").arg(routing.route.driver), 0}}},
+                 {{QString(), 0,
+                   QStringLiteral("the driver %1 cannot be given a value whose closing brace it would take for the value's end.")
+                       .arg(routing.route.driver),
+                   0}}},
                 routing.route.driver};
     ConnectOutcome first;
     for (const QString &text : routing.route.strings) {

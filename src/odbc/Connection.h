@@ -22,9 +22,7 @@ public:
 
     [[nodiscard]] SQLHANDLE get() const { return m_handle.get(); }
     [[nodiscard]] const QString &driver() const { return m_driver; }
-    /// The engine behind it, as the driver names it ("PostgreSQL"), and the family of the driver's library.
-    [[nodiscard]] const QString &engine() const { return m_engine; }
-    [[nodiscard]] Family family() const { return m_family; }
+    [[nodiscard]] const Engine &engine() const { return engineOf(driverFamily(m_family).dialect); }
     /// SQL_GD_... bits: what SQLGetData may be asked.
     [[nodiscard]] SQLUINTEGER getDataExtensions() const { return m_getData; }
     /// Leaves the statements that follow uncommitted.
@@ -33,12 +31,13 @@ public:
 private:
     friend struct ConnectAttempt;
     Connection() = default;
-    void learn();
+    /// \returns why the connection may not be used; empty when it may.
+    QString learn();
 
     Environment m_environment;
     ConnectionHandle m_handle;
     bool m_open = false;
-    QString m_driver, m_engine;
+    QString m_driver;
     Family m_family = Family::Other;
     SQLUINTEGER m_getData = 0;
 };

@@ -10,7 +10,7 @@ namespace qm::odbc {
 
 namespace {
 
-constexpr SQLSMALLINT kMostUnits = 1024;
+constexpr SQLSMALLINT kMostUnits = 2048;
 
 struct NamedEntry
 {
@@ -34,84 +34,56 @@ std::vector<NamedEntry> walk(Ask &&ask)
     }
 }
 
-QString firstOf(const QStringList &wanted, const QStringList &installed)
+/// The value of \p key among "key=value" pieces, each ended by a NUL.
+QString attribute(const QString &attributes, QStringView key)
 {
-    for (const QString &name : wanted)
-        for (const QString &driver : installed)
-            if (driver.compare(name, Qt::CaseInsensitive) == 0)
-                return driver;
+    for (const QString &piece : attributes.split(QChar(u'\0')))
+        if (piece.startsWith(key, Qt::CaseInsensitive) && piece.mid(key.size()).startsWith(u'='))
+            return piece.mid(key.size() + 1).trimmed();
     return {};
 }
 
 } // namespace
 
-QStringList installedDrivers()
+std::vector<InstalledDriver> listDrivers()
 {
     const Environment environment;
-    QStringList names;
+    std::vector<InstalledDriver> drivers;
     for (const NamedEntry &entry :
          walk([&](SQLUSMALLINT direction, SQLWCHAR *name, SQLSMALLINT *nameUnits, SQLWCHAR *attributes, SQLSMALLINT *attributeUnits) {
              return SQLDriversW(environment.get(), direction, name, kMostUnits, nameUnits, attributes, kMostUnits, attributeUnits);
          }))
-        names << entry.name;
+        drivers.push_back({entry.name, attribute(entry.description, u"Driver")});
+    return drivers;
+}
+
+QStringList installedDrivers()
+{
+    QStringList names;
+    for (const InstalledDriver &driver : listDrivers())
+        names << driver.name;
     return names;
 }
 
-QString driverOfDsn(const QString &dsn)
+std::vector<DataSourceName> listDataSourceNames()
 {
     const Environment environment;
+    std::vector<DataSourceName> names;
     for (const NamedEntry &entry :
          walk([&](SQLUSMALLINT direction, SQLWCHAR *name, SQLSMALLINT *nameUnits, SQLWCHAR *driver, SQLSMALLINT *driverUnits) {
              return SQLDataSourcesW(environment.get(), direction, name, kMostUnits, nameUnits, driver, kMostUnits, driverUnits);
          }))
-        if (entry.name.compare(dsn, Qt::CaseInsensitive) == 0)
-            return entry.description;
-    return {};
+        names.push_back({entry.name, entry.description});
+    return names;
 }
 
-Family familyOf(const QString &driver)
+QString dsnSetting(const QString &dsn, const QString &key)
 {
-    const QString name = driver.toLower();
-    if (name.contains(QStringLiteral("freetds")) || name.contains(QStringLiteral("tdsodbc")))
-        return Family::FreeTds;
-    if (name.contains(QStringLiteral("oracle")))
-        return Family::Oracle;
-    if (name.contains(QStringLiteral("sql server")) || name.contains(QStringLiteral("sql native client")) ||
-        name.contains(QStringLiteral("msodbcsql")))
-        return Family::Microsoft;
-    if (name.contains(QStringLiteral("postgres")) || name.contains(QStringLiteral("psqlodbc")))
-        return Family::PostgreSql;
-    if (name.contains(QStringLiteral("sqlite")))
-        return Family::Sqlite;
-    return Family::Other;
-}
-
-QStringList sqlServerDriverNames()
-{
-    return {QStringLiteral("ODBC Driver 18 for SQL Server"), QStringLiteral("ODBC Driver 17 for SQL Server"),
-            QStringLiteral("ODBC Driver 13 for SQL Server"), QStringLiteral("FreeTDS"),
-            QStringLiteral("Devart ODBC Driver for SQL Server")};
-}
-
-QStringList oracleDriverNames()
-{
-    return {QStringLiteral("Oracle 21 ODBC driver"), QStringLiteral("Oracle 19 ODBC driver"), QStringLiteral("Oracle 18 ODBC driver"),
-            QStringLiteral("Oracle 12c ODBC driver"), QStringLiteral("Devart ODBC Driver for Oracle")};
-}
-
-QString sqlServerDriver(const QStringList &installed)
-{
-    return firstOf(sqlServerDriverNames(), installed);
-}
-
-QString oracleDriver(const QStringList &installed)
-{
-    const QString known = firstOf(oracleDriverNames(), installed);
-    if (!known.isEmpty())
-        return known;
-    const auto any = std::find_if(installed.begin(), installed.end(),
-                                  [](const QString &name) { return name.contains(QStringLiteral("oracle"), Qt::CaseInsensitive); });
-    return any == installed.end() ? QString() : *any;
+    std::array<SQLWCHAR, kMostUnits> value{};
+    WideText section(dsn), entry(key), nothing((QString())), file(QStringLiteral("ODBC.INI"));
+    const int units = SQLGetPrivateProfileStringW(section.data(), entry.data(), nothing.data(), value.data(),
+                                                  static_cast<int>(value.size()), file.data());
+    return fromWide(value.data(), std::clamp<qsizetype>(units, 0, kMostUnits - 1));
 }
 
 } // namespace qm::odbc

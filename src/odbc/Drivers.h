@@ -1,29 +1,34 @@
 /// \file
-/// Which ODBC drivers this computer has, and what is known of them.
+/// Which ODBC drivers and data source names this computer lists.
 #pragma once
 
 #include <QString>
 #include <QStringList>
 
+#include <vector>
+
 namespace qm::odbc {
 
-/// The driver families that need something of their own.
-enum class Family { FreeTds, Microsoft, PostgreSql, Sqlite, Oracle, Other };
+struct InstalledDriver
+{
+    QString name;
+    QString library; ///< its file, where the driver manager tells it
+};
 
-/// Names of the installed drivers, as the driver manager lists them.
+/// The installed drivers, as the driver manager lists them.
+[[nodiscard]] std::vector<InstalledDriver> listDrivers();
+/// Their names.
 [[nodiscard]] QStringList installedDrivers();
-/// The driver of the data source name \p dsn; empty when the driver manager does not list it.
-[[nodiscard]] QString driverOfDsn(const QString &dsn);
 
-/// What \p driver is, by its name.
-[[nodiscard]] Family familyOf(const QString &driver);
+struct DataSourceName
+{
+    QString name;
+    QString driver; ///< the driver's name or its file
+};
 
-/// The first of the wanted drivers, in order of preference, that is in \p installed; empty when none is. Letter case does not matter.
-[[nodiscard]] QString sqlServerDriver(const QStringList &installed);
-/// The same for Oracle; when no known one is installed, any whose name holds "oracle".
-[[nodiscard]] QString oracleDriver(const QStringList &installed);
-/// The names looked for, for messages.
-[[nodiscard]] QStringList sqlServerDriverNames();
-[[nodiscard]] QStringList oracleDriverNames();
+/// The data source names of the system and of the user.
+[[nodiscard]] std::vector<DataSourceName> listDataSourceNames();
+/// What the data source name \p dsn sets for \p key; empty when it sets nothing.
+[[nodiscard]] QString dsnSetting(const QString &dsn, const QString &key);
 
 } // namespace qm::odbc

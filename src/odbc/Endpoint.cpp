@@ -1,6 +1,14 @@
 #include "odbc/Endpoint.h"
 
+#include "core/ConnectionString.h"
+#include "odbc/Drivers.h"
 #include "odbc/InstanceBrowser.h"
+#include "odbc/SourceGuard.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <optional>
 
 namespace qm::odbc {
 
@@ -8,92 +16,93 @@ namespace {
 
 constexpr int kDefaultPort = 1433;
 
-/// Builds one connection string, escaping each value.
-class StringBuilder final
+/// \p value behind "KEY=". A driver manager may look for its own keys in a string that it cut to the low byte of each character, where
+/// U+013B is a semicolon: there, too, it must stay one value. \returns nothing when it cannot.
+std::optional<QString> written(const QString &value, Escaping escaping)
 {
-public:
-    explicit StringBuilder(Escaping escaping) : m_escaping(escaping) {}
+    QString cut = value;
+    for (QChar &unit : cut)
+        unit = QChar(unit.unicode() & 0xFF);
+    std::optional<QString> text = escaped(value, escaping);
+    if (text && !text->startsWith(u'{') && (cut.contains(u';') || cut.startsWith(u'{')))
+        text = u'{' + value + u'}';
+    // A manager closes at a brace before blanks and a semicolon, and takes two braces for one.
+    static const QRegularExpression closed(QStringLiteral("\\}\\s*(?:;|$)"));
+    const bool endsEarly = cut.count(u'}') != value.count(u'}') || (escaping == Escaping::Bare && cut.contains(closed));
+    return text && text->startsWith(u'{') && endsEarly ? std::nullopt : text;
+}
 
-    void add(const char *key, const QString &value)
-    {
-        const auto written = escaped(value, m_escaping);
-        m_possible = m_possible && written;
-        m_text += QString::fromLatin1(key) + u'=' + written.value_or(QString()) + u';';
+/// The connection strings that say \p properties to a driver of \p family: more than one where its version decides the spelling, which is
+/// told only once connected; most values are spelled alike. Empty when none can.
+std::vector<QString> spelled(Family family, const Properties &properties)
+{
+    std::vector<QString> strings;
+    const auto &entries = properties.entries();
+    const bool hasBrace =
+        std::any_of(entries.begin(), entries.end(), [](const Properties::Entry &entry) { return entry.second.contains(u'}'); });
+    for (const Escaping escaping : {Escaping::Bare, Escaping::Doubled}) {
+        if (escaping == Escaping::Bare && family != Family::FreeTds)
+            continue;
+        QString text;
+        bool isPossible = true;
+        for (const auto &[key, value] : entries) {
+            const bool isDriver = key.compare(QStringLiteral("Driver"), Qt::CaseInsensitive) == 0;
+            const auto said = isDriver ? u'{' + value + u'}' : written(value, escaping);
+            isPossible = isPossible && said;
+            text += key + u'=' + said.value_or(QString()) + u';';
+        }
+        if (isPossible && (strings.empty() || (hasBrace && strings.front() != text)))
+            strings.push_back(text);
     }
-    void addDriver(const QString &name) { m_text += QStringLiteral("Driver={%1};").arg(name); }
-    [[nodiscard]] bool isPossible() const { return m_possible; }
-    [[nodiscard]] const QString &text() const { return m_text; }
+    return strings;
+}
 
-private:
-    Escaping m_escaping;
-    QString m_text;
-    bool m_possible = true;
-};
+void add(Properties &properties, const char *key, const QString &value)
+{
+    properties.add(QString::fromLatin1(key), value);
+}
 
-void addLogIn(StringBuilder &builder, const Endpoint &endpoint)
+/// The settings of the driver's family that neither \p properties nor their DSN make.
+void addDefaults(Properties &properties, Family family, const QString &dsn)
+{
+    for (const auto &[key, value] : driverFamily(family).defaults) {
+        const QString name = QString::fromLatin1(key);
+        if (!properties.find(name) && (dsn.isEmpty() || dsnSetting(dsn, name).isEmpty()))
+            properties.add(name, QString::fromLatin1(value));
+    }
+}
+
+void addLogIn(Properties &properties, const Endpoint &endpoint)
 {
     if (endpoint.integrated) {
-        builder.add("Trusted_Connection", QStringLiteral("Yes"));
+        add(properties, "Trusted_Connection", QStringLiteral("Yes"));
         return;
     }
-    builder.add("UID", endpoint.user);
-    builder.add("PWD", endpoint.password);
+    add(properties, "UID", endpoint.user);
+    add(properties, "PWD", endpoint.password);
 }
 
-QString freeTdsString(const Endpoint &endpoint, const ServerAddress &address, const QString &driver, Escaping escaping)
+/// The route with \p engine's driver, or the failure that there is none.
+Routing withDriver(const Engine &engine)
 {
-    StringBuilder builder(escaping);
-    builder.addDriver(driver);
-    builder.add("Server", address.host);
-    builder.add("Port", QString::number(address.port > 0 ? address.port : kDefaultPort));
-    // Without a version the driver guesses it by connecting, and never ends where a server is silent.
-    builder.add("TDS_Version", QStringLiteral("7.4"));
-    builder.add("Database", endpoint.database);
-    addLogIn(builder, endpoint);
-    return builder.isPossible() ? builder.text() : QString();
-}
-
-QString microsoftString(const Endpoint &endpoint, const ServerAddress &address, const QString &driver)
-{
-    StringBuilder builder(Escaping::Doubled);
-    builder.addDriver(driver);
-    builder.add("Server", address.port > 0 ? QStringLiteral("%1,%2").arg(address.host).arg(address.port) : address.host);
-    builder.add("Database", endpoint.database);
-    addLogIn(builder, endpoint);
-    if (driver.contains(QStringLiteral(" 18 ")))
-        builder.add("Encrypt", QStringLiteral("optional"));
-    return builder.text();
-}
-
-Routing noDriver(const QString &kind, const QStringList &names, const QStringList &installed)
-{
+    const QStringList installed = installedDrivers();
     Routing routing;
+    routing.route.driver = chooseDriver(engine, installed);
+    routing.route.family = familyOf(routing.route.driver);
+    if (!routing.route.driver.isEmpty())
+        return routing;
     const QString have = installed.isEmpty() ? QStringLiteral("none") : installed.join(QStringLiteral(", "));
     routing.failure = {Stage::Driver,
                        {{QStringLiteral("IM002"), 0,
                          QStringLiteral("no ODBC driver for %1 is installed. Looked for: %2. Installed: %3.")
-                             .arg(kind, names.join(QStringLiteral(", ")), have),
+                             .arg(QLatin1StringView(engine.label), driverNames(engine).join(QStringLiteral(", ")), have),
                          0}}};
     return routing;
 }
 
-/// The route's driver, or the failure that there is none.
-Routing withDriver(Endpoint::Kind kind)
-{
-    const bool oracle = kind == Endpoint::Kind::Oracle;
-    const QStringList installed = installedDrivers();
-    Routing routing;
-    routing.route.driver = oracle ? oracleDriver(installed) : sqlServerDriver(installed);
-    routing.route.family = familyOf(routing.route.driver);
-    if (!routing.route.driver.isEmpty())
-        return routing;
-    return oracle ? noDriver(QStringLiteral("Oracle"), oracleDriverNames(), installed)
-                  : noDriver(QStringLiteral("Microsoft SQL Server"), sqlServerDriverNames(), installed);
-}
-
 Routing toSqlServer(const Endpoint &endpoint, std::chrono::milliseconds patience)
 {
-    Routing routing = withDriver(endpoint.kind);
+    Routing routing = withDriver(engineOf(SqlDialect::MsSql));
     if (routing.failure)
         return routing;
     ServerAddress address = ServerAddress::of(endpoint.server);
@@ -109,59 +118,55 @@ Routing toSqlServer(const Endpoint &endpoint, std::chrono::milliseconds patience
         }
         address.port = answer.port;
     }
-    if (routing.route.family != Family::FreeTds) {
-        routing.route.strings = {microsoftString(endpoint, address, routing.route.driver)};
-        return routing;
+    Properties properties;
+    add(properties, "Driver", routing.route.driver);
+    if (routing.route.family == Family::FreeTds) {
+        add(properties, "Server", address.host);
+        add(properties, "Port", QString::number(address.port > 0 ? address.port : kDefaultPort));
+    } else {
+        add(properties, "Server", address.port > 0 ? QStringLiteral("%1,%2").arg(address.host).arg(address.port) : address.host);
     }
-    // Which of the two is right depends on the driver's version, which is told only once connected; most values are spelled alike.
-    for (const Escaping escaping : {Escaping::Bare, Escaping::Doubled}) {
-        const QString text = freeTdsString(endpoint, address, routing.route.driver, escaping);
-        const bool special = endpoint.password.contains(u'}') || endpoint.user.contains(u'}') || endpoint.database.contains(u'}');
-        if (!text.isEmpty() && (routing.route.strings.empty() || special) &&
-            (routing.route.strings.empty() || routing.route.strings.front() != text))
-            routing.route.strings.push_back(text);
-    }
+    addDefaults(properties, routing.route.family, {});
+    add(properties, "Database", endpoint.database);
+    addLogIn(properties, endpoint);
+    if (routing.route.driver.contains(QStringLiteral(" 18 ")))
+        add(properties, "Encrypt", QStringLiteral("optional"));
+    routing.route.strings = spelled(routing.route.family, properties);
     return routing;
 }
 
 Routing toOracle(const Endpoint &endpoint)
 {
-    Routing routing = withDriver(endpoint.kind);
+    Routing routing = withDriver(engineOf(SqlDialect::Oracle));
     if (routing.failure)
         return routing;
-    StringBuilder builder(Escaping::Doubled);
-    builder.addDriver(routing.route.driver);
-    builder.add("DBQ", endpoint.server);
-    builder.add("UID", endpoint.integrated ? QStringLiteral("/") : endpoint.user);
+    Properties properties;
+    add(properties, "Driver", routing.route.driver);
+    add(properties, "DBQ", endpoint.server);
+    add(properties, "UID", endpoint.integrated ? QStringLiteral("/") : endpoint.user);
     if (!endpoint.integrated)
-        builder.add("PWD", endpoint.password);
-    routing.route.strings = {builder.text()};
+        add(properties, "PWD", endpoint.password);
+    routing.route.strings = spelled(routing.route.family, properties);
     return routing;
 }
 
-/// The operator's own string, with what keeps this driver from hanging or from reading a whole result at once, unless it says otherwise.
+/// What the query's string sets, written anew so that the driver reads the entries that were looked at and no others, with what keeps this
+/// driver from hanging or from reading a whole result at once unless string or DSN say otherwise.
 Routing toOdbc(const Endpoint &endpoint)
 {
-    const Properties properties = parseOdbc(endpoint.connection);
+    const Guarding guarding = guard(endpoint.connection);
+    const GuardedSource &source = guarding.source;
     Routing routing;
-    const QString dsn = properties.value(u"DSN");
-    routing.route.driver = properties.value(u"Driver");
-    if (routing.route.driver.isEmpty() && !dsn.isEmpty())
-        routing.route.driver = driverOfDsn(dsn);
-    routing.route.family = familyOf(routing.route.driver);
-    std::vector<std::pair<const char *, const char *>> defaults;
-    if (routing.route.family == Family::FreeTds)
-        defaults = {{"TDS_Version", "7.4"}};
-    else if (routing.route.family == Family::PostgreSql)
-        defaults = {
-            {"UseDeclareFetch", "1"}, {"Fetch", "1000"}, {"BoolsAsChar", "0"}, {"KeepaliveTime", "30"}, {"KeepaliveInterval", "10"}};
-    QString text = endpoint.connection.trimmed();
-    if (!text.endsWith(u';'))
-        text += u';';
-    for (const auto &[key, value] : defaults)
-        if (!properties.find(QString::fromLatin1(key)))
-            text += QString::fromLatin1(key) + u'=' + QString::fromLatin1(value) + u';';
-    routing.route.strings = {text};
+    routing.route.driver = source.driver;
+    routing.route.family = source.family;
+    if (!guarding.refusal.isEmpty() || source.family == Family::Sqlite) {
+        const QString words = guarding.refusal.isEmpty() ? QStringLiteral("SQLite is not read through its driver.") : guarding.refusal;
+        routing.failure = {Stage::Driver, {{QString(), 0, words, 0}}};
+        return routing;
+    }
+    Properties properties = source.properties;
+    addDefaults(properties, source.family, source.dsn);
+    routing.route.strings = spelled(source.family, properties);
     return routing;
 }
 

@@ -2,9 +2,8 @@
 /// A database to connect to, and the ODBC connection string that does it.
 #pragma once
 
-#include "odbc/ConnectionString.h"
 #include "odbc/Diagnostics.h"
-#include "odbc/Drivers.h"
+#include "odbc/Engines.h"
 
 #include <QString>
 

@@ -1,13 +1,13 @@
 #include "odbc/Wide.h"
 
+#include "core/Utf8.h"
+
 #include <cstdint>
 #include <cstring>
 
 namespace qm::odbc {
 
 namespace {
-
-constexpr char32_t kReplacement = 0xFFFD;
 
 bool isHigh(char32_t unit)
 {
@@ -16,24 +16,6 @@ bool isHigh(char32_t unit)
 bool isLow(char32_t unit)
 {
     return unit >= 0xDC00 && unit < 0xE000;
-}
-
-char *put(char *out, char32_t c)
-{
-    const auto byte = [&out](char32_t bits) { *out++ = static_cast<char>(bits); };
-    if (c < 0x800) {
-        byte(0xC0 | (c >> 6));
-    } else {
-        if (c < 0x10000) {
-            byte(0xE0 | (c >> 12));
-        } else {
-            byte(0xF0 | (c >> 18));
-            byte(0x80 | ((c >> 12) & 0x3F));
-        }
-        byte(0x80 | ((c >> 6) & 0x3F));
-    }
-    byte(0x80 | (c & 0x3F));
-    return out;
 }
 
 } // namespace
@@ -73,8 +55,8 @@ char *writeUtf8(const SQLWCHAR *text, std::size_t units, char *out)
         if (isHigh(c) && i + 1 < units && isLow(static_cast<char16_t>(text[i + 1])))
             c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char16_t>(text[++i]) - 0xDC00U);
         else if (isHigh(c) || isLow(c))
-            c = kReplacement;
-        out = put(out, c);
+            c = utf8::kReplacement;
+        out = utf8::encode(c, out);
     }
     return out;
 }

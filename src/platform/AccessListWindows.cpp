@@ -2,6 +2,7 @@
 
 #include "platform/SystemFileWindows.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <vector>
@@ -141,6 +142,18 @@ bool isOwnFile(const std::wstring &path)
     const auto maker = tokenInformation(TokenOwner); // the administrators' group for what an administrator makes
     return (!user.empty() && EqualSid(owner, reinterpret_cast<const TOKEN_USER *>(user.data())->User.Sid)) ||
            (!maker.empty() && EqualSid(owner, reinterpret_cast<const TOKEN_OWNER *>(maker.data())->Owner));
+}
+
+bool belongsToTrusted(const std::wstring &path)
+{
+    Local<void> descriptor;
+    const PSID owner = readOwner(path, descriptor);
+    if (owner == nullptr)
+        return false;
+    constexpr std::array trusted{WinBuiltinAdministratorsSid, WinLocalSystemSid};
+    if (std::any_of(trusted.begin(), trusted.end(), [&](WELL_KNOWN_SID_TYPE kind) { return IsWellKnownSid(owner, kind) != 0; }))
+        return true;
+    return isOwnFile(path);
 }
 
 QString ownerOf(const std::wstring &path)

@@ -16,6 +16,8 @@ bool copyAccessList(const std::wstring &from, const std::wstring &to);
 void makePrivate(const std::wstring &path, const QString &shownAs);
 /// Whether the file belongs to the user this process runs as, or to the group that owns what this user makes.
 [[nodiscard]] bool isOwnFile(const std::wstring &path);
+/// Whether the file belongs to the user this process runs as, to the administrators, or to the system itself.
+[[nodiscard]] bool belongsToTrusted(const std::wstring &path);
 /// The user or group that owns the file, as DOMAIN\name; empty when the system does not tell.
 [[nodiscard]] QString ownerOf(const std::wstring &path);
 

@@ -9,7 +9,8 @@
 namespace qm {
 
 /// Writes "Logs/<program>.log" under the installation folder, rotating: five old files of 5 MB are kept. A line is the local time with its
-/// distance from UTC, the process number, the level and the text. Line breaks and control characters are escaped.
+/// distance from UTC, the process number, the level and the text. Line breaks and control characters are escaped. Any number of programs
+/// may write the same log. The folder "Logs" is made when it is missing, but only in an installation that is there.
 /// Without a writable folder it stays silent; it never throws. Thread-safe.
 class ApplicationLog final
 {

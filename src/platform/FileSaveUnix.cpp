@@ -2,6 +2,7 @@
 
 #include "core/RuntimeError.h"
 #include "platform/Files.h"
+#include "platform/PathParts.h"
 #include "platform/PosixFileUnix.h"
 
 #include <array>
@@ -9,7 +10,6 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace qm::files {
@@ -23,49 +23,24 @@ constexpr mode_t kOwner = S_IRUSR | S_IWUSR;
 constexpr mode_t kOthers = S_IRWXO;
 constexpr qsizetype kBlock = 65536;
 
-/// Gives the new file the old one's access list, where the file system keeps such lists.
-void copyAccessList(const QString &from, int to)
-{
-    std::array<char, 4096> list{};
-    const char *name = "system.posix_acl_access";
-    const ssize_t size = ::getxattr(native(from).constData(), name, list.data(), list.size());
-    if (size > 0)
-        (void)::fsetxattr(to, name, list.data(), static_cast<std::size_t>(size), 0);
-}
-
-/// Whether the file got \p group; only members of a group may give files to it.
-bool giveToGroup(int file, gid_t group)
-{
-    struct stat now
-    {
-    };
-    return (::fstat(file, &now) == 0 && now.st_gid == group) || ::fchown(file, static_cast<uid_t>(-1), group) == 0;
-}
-
 /// Owner, group and permission bits of the temporary before it takes the target's place.
 void givePermissions(const Replacement &file, Privacy privacy)
 {
-    const int descriptor = file.descriptor();
     struct stat model
     {
     };
+    QByteArray listed;
     if (file.old()) {
         model = *file.old();
-        if (::geteuid() == 0)
-            (void)::fchown(descriptor, model.st_uid, static_cast<gid_t>(-1));
-        copyAccessList(file.target(), descriptor);
+        listed = native(file.target());
     } else if (privacy == Privacy::Normal) {
         return; // the mask and the folder's default list have decided
     } else if (::stat(native(folderOf(file.target())).constData(), &model) == 0) {
+        model.st_uid = ::geteuid();
         model.st_mode = kOwner | (model.st_mode & (S_IRGRP | S_IWGRP));
     }
-    mode_t mode = model.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
-    if (privacy == Privacy::Secret)
-        mode &= ~kOthers;
-    if (!giveToGroup(descriptor, model.st_gid))
-        mode &= ~static_cast<mode_t>(S_IRWXG);
-    if (::fchmod(descriptor, mode) != 0)
-        raiseSystem(errno, file.target());
+    if (const int code = file.file().giveAccess(listed, model, privacy == Privacy::Secret ? kOthers : 0); code != 0)
+        raiseSystem(code, file.target());
 }
 
 /// Whether the file at \p path holds exactly \p bytes; looks no further than the first difference.
@@ -97,7 +72,8 @@ void saveAtomically(const QString &path, const QByteArray &bytes, Privacy privac
             raiseSystem(errno, file.target());
         return;
     }
-    file.open(privacy == Privacy::Secret ? kOwner : kEverybody);
+    // Until it has its own rights, nobody else may open it.
+    file.open(file.old() || privacy == Privacy::Secret ? kOwner : kEverybody);
     givePermissions(file, privacy);
     file.write(bytes.constData(), static_cast<std::size_t>(bytes.size()));
     file.commit();
@@ -128,6 +104,8 @@ QByteArray readAll(const QString &path)
         raise(err::pathFileAccess, path + QStringLiteral(": is not a file"));
     if (start < 0)
         raiseSystem(errno, path);
+    if (status.st_size > paths::kMostBytes)
+        paths::raiseTooLong(path);
     // One byte more than the file shows, so that its end is seen without another round.
     QByteArray bytes(static_cast<qsizetype>(status.st_size) + 1, Qt::Uninitialized);
     qsizetype filled = 0;
@@ -141,6 +119,8 @@ QByteArray readAll(const QString &path)
             bytes.truncate(filled);
             return bytes;
         }
+        if (filled > paths::kMostBytes)
+            paths::raiseTooLong(path);
         if (filled == bytes.size()) // it grows while it is read
             bytes.resize(filled + kBlock);
     }

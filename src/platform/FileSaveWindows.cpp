@@ -3,6 +3,7 @@
 #include "core/RuntimeError.h"
 #include "platform/AccessListWindows.h"
 #include "platform/Files.h"
+#include "platform/PathParts.h"
 #include "platform/SystemFileWindows.h"
 
 #include <algorithm>
@@ -76,8 +77,10 @@ QByteArray readAll(const QString &path)
     if (GetFileType(file.get()) != FILE_TYPE_DISK)
         raise(err::pathFileAccess, path + QStringLiteral(": is not a file"));
     QByteArray bytes;
-    if (const DWORD code = readBytes(file, bytes, std::numeric_limits<qsizetype>::max()); code != ERROR_SUCCESS)
+    if (const DWORD code = readBytes(file, bytes, paths::kMostBytes + 1); code != ERROR_SUCCESS)
         raiseSystem(code, path);
+    if (bytes.size() > paths::kMostBytes)
+        paths::raiseTooLong(path);
     return bytes;
 }
 

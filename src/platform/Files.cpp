@@ -1,31 +1,17 @@
 #include "platform/Files.h"
 
 #include "core/RuntimeError.h"
+#include "platform/PathParts.h"
 
 #include <QDir>
 
 #include <algorithm>
-#include <array>
 
 namespace qm::files {
 
 namespace {
 
 constexpr qsizetype kLongestName = 255; ///< of the common file systems: UTF-16 units on some, UTF-8 bytes on others
-
-bool isReservedDevice(const QString &name)
-{
-    static constexpr std::array devices{u"CON", u"PRN", u"AUX", u"NUL", u"CONIN$", u"CONOUT$"};
-    QString base = name.section(u'.', 0, 0).toUpper();
-    while (base.endsWith(u' '))
-        base.chop(1);
-    if (std::any_of(devices.begin(), devices.end(), [&](QStringView device) { return base == device; }))
-        return true;
-    if (base.size() != 4 || !(base.startsWith(u"COM") || base.startsWith(u"LPT")))
-        return false;
-    const QChar port = base[3];
-    return (port >= u'1' && port <= u'9') || port == u'\u00B9' || port == u'\u00B2' || port == u'\u00B3';
-}
 
 } // namespace
 
@@ -51,7 +37,7 @@ QString whyNotAName(const QString &name)
         return QStringLiteral("contains half of a character");
     if (name.endsWith(u' ') || name.endsWith(u'.'))
         return QStringLiteral("ends with a blank or a dot");
-    if (isReservedDevice(name))
+    if (paths::isReservedDevice(name))
         return QStringLiteral("is a reserved device name");
     if (name.size() > kLongestName || name.toUtf8().size() > kLongestName)
         return QStringLiteral("is longer than %1 bytes").arg(kLongestName);

@@ -30,6 +30,8 @@ namespace files {
 [[nodiscard]] QStringList list(const QString &folder, const QString &pattern, int mask);
 /// The listing order: letter case folded, UTF-16 code units; ties by exact code units. The same on every platform.
 [[nodiscard]] bool orderedBefore(QStringView a, QStringView b);
+/// Whether list() takes a file of that name for hidden, whatever its attributes.
+[[nodiscard]] bool isHiddenName(const QString &name);
 /// Whether a normal file is at \p path (letter case ignored; wildcards have no meaning; an empty path is no file).
 [[nodiscard]] bool fileExists(const QString &path);
 /// Whether anything, directories included, is at \p path (letter case ignored).
@@ -71,7 +73,7 @@ enum class Privacy { Normal, Secret /* never readable by others than owner and t
 /// An existing file keeps its group, its permission bits (less those of others for Secret) and its access list; links are followed.
 /// \throws RuntimeError 76, 75, 61, 57, 52; the old file is then whole.
 void saveAtomically(const QString &path, const QByteArray &bytes, Privacy privacy = Privacy::Normal);
-/// The whole file. \throws RuntimeError 53, 75.
+/// The whole file, 64 MB at most. \throws RuntimeError 53, 75, 321 when it is larger.
 [[nodiscard]] QByteArray readAll(const QString &path);
 /// Renames a file out of the way as NAME.unreadable-1, -2, ... \returns the new path.
 QString setAside(const QString &path);

@@ -61,7 +61,7 @@ void copyContent(const QString &from, Replacement &to)
         to.write(block.data(), static_cast<std::size_t>(got));
     }
     const timespec times[2] = {status.st_atim, status.st_mtim};
-    (void)::futimens(to.descriptor(), times); // the content is what matters
+    (void)::futimens(to.file().descriptor(), times); // the content is what matters
     to.commit();
 }
 
@@ -150,13 +150,18 @@ void removeFolder(const QString &path)
     }
 }
 
+bool isHiddenName(const QString &name)
+{
+    return name.startsWith(u'.');
+}
+
 int fileAttributes(const QString &path)
 {
     const Found file = require(path);
     int bits = S_ISDIR(file.entry.st_mode) ? attr::directory : attr::normal;
     if (!S_ISDIR(file.entry.st_mode) && !S_ISREG(file.entry.st_mode) && !S_ISLNK(file.entry.st_mode))
         bits |= attr::system;
-    if (lastPart(file.path).startsWith(u'.'))
+    if (isHiddenName(lastPart(file.path)))
         bits |= attr::hidden;
     struct stat behind = file.entry;
     if (S_ISLNK(file.entry.st_mode))

@@ -246,6 +246,11 @@ void removeFolder(const QString &path)
     raiseSystem(code, folder.path, err::pathNotFound);
 }
 
+bool isHiddenName(const QString &)
+{
+    return false; // only the attribute hides
+}
+
 int fileAttributes(const QString &path)
 {
     return bitsOf(require(path).entry.attributes);

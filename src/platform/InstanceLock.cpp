@@ -1,5 +1,6 @@
 #include "platform/InstanceLock.h"
 
+#include "platform/FileRights.h"
 #include "platform/Files.h"
 #include "platform/RaiseChannel.h"
 
@@ -60,6 +61,8 @@ InstanceLock::Result InstanceLock::acquire()
 {
     if (m_state->lock.isLocked())
         return Result::Acquired;
+    if (files::isPipeOrDevice(m_state->path)) // reading it could wait for ever
+        return Result::NotLockable;
     if (m_state->lock.tryLock(kLastBreath) || (removeEmptyLock(m_state->lock, m_state->path) && m_state->lock.tryLock(0))) {
         m_state->channel = std::make_unique<RaiseChannel>(m_state->path);
         connect(m_state->channel.get(), &RaiseChannel::asked, this, &InstanceLock::raiseRequested);

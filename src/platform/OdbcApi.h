@@ -6,6 +6,7 @@
 #include <windows.h>
 #endif
 
+#include <odbcinst.h>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>

@@ -1,17 +1,22 @@
 #include "platform/PosixFileUnix.h"
 
-#include <QFile>
-#include <QRandomGenerator>
+#include "platform/TemporaryFiles.h"
 
-#include <cstdlib>
+#include <QFile>
+
+#include <array>
+#include <climits>
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace qm::posix {
 
 namespace {
+
+constexpr int kMostNames = 100; ///< tried before a folder is given up
 
 std::int32_t classicNumber(int code, std::int32_t missing)
 {
@@ -77,6 +82,20 @@ std::optional<struct stat> entryAt(const QString &path)
     return entry;
 }
 
+QByteArray targetOf(QByteArray path)
+{
+    constexpr int kMostLinks = 40; // as the system has it
+    std::array<char, PATH_MAX> link{};
+    for (int followed = 0; followed < kMostLinks; ++followed) {
+        const ssize_t size = ::readlink(path.constData(), link.data(), link.size());
+        if (size <= 0)
+            return path;
+        const QByteArray next(link.data(), static_cast<qsizetype>(size));
+        path = next.startsWith('/') ? next : path.first(path.lastIndexOf('/') + 1) + next;
+    }
+    return path;
+}
+
 void requireWritable(const QString &path, const struct stat &entry)
 {
     if (S_ISDIR(entry.st_mode))
@@ -89,19 +108,96 @@ void requireWritable(const QString &path, const struct stat &entry)
         raiseSystem(errno, path);
 }
 
+TemporaryFile::~TemporaryFile()
+{
+    if (!m_name.isEmpty())
+        ::unlink(m_name.constData());
+}
+
+QByteArray TemporaryFile::freshName() const
+{
+    // Hidden, and without a suffix that any listing of the program looks for.
+    return m_folder + '/' + QFile::encodeName(temporaryName());
+}
+
+int TemporaryFile::make(const QByteArray &folder, mode_t mode)
+{
+    m_folder = folder;
+#ifdef O_TMPFILE
+    if (::access("/proc/self/fd", X_OK) == 0)
+        m_file = Descriptor(retrying([&] { return ::open(m_folder.constData(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode); }));
+#endif
+    for (int attempt = 0; !m_file.isOpen(); ++attempt) {
+        const QByteArray name = freshName();
+        m_file = Descriptor(retrying([&] { return ::open(name.constData(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, mode); }));
+        if (m_file.isOpen())
+            m_name = name;
+        else if (errno != EEXIST || attempt == kMostNames)
+            return errno;
+    }
+    holdTemporary(descriptor());
+    return 0;
+}
+
+int TemporaryFile::giveAccess(const QByteArray &path, const struct stat &model, mode_t taken) const
+{
+    if (::geteuid() == 0)
+        (void)::fchown(descriptor(), model.st_uid, static_cast<gid_t>(-1));
+    std::array<char, 4096> list{};
+    const char *const name = "system.posix_acl_access";
+    // A file system may keep no such lists.
+    const ssize_t size = path.isEmpty() ? 0 : ::getxattr(path.constData(), name, list.data(), list.size());
+    if (size > 0)
+        (void)::fsetxattr(descriptor(), name, list.data(), static_cast<std::size_t>(size), 0);
+    mode_t mode = model.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO) & ~taken;
+    struct stat now
+    {
+    };
+    const bool inGroup = ::fstat(descriptor(), &now) == 0 && now.st_gid == model.st_gid;
+    if (!inGroup && ::fchown(descriptor(), static_cast<uid_t>(-1), model.st_gid) != 0)
+        mode &= ~static_cast<mode_t>(S_IRWXG);
+    return ::fchmod(descriptor(), mode) == 0 ? 0 : errno;
+}
+
+int TemporaryFile::giveName()
+{
+    const QByteArray source = "/proc/self/fd/" + QByteArray::number(descriptor());
+    for (int attempt = 0; m_name.isEmpty(); ++attempt) {
+        const QByteArray name = freshName();
+        if (::linkat(AT_FDCWD, source.constData(), AT_FDCWD, name.constData(), AT_SYMLINK_FOLLOW) == 0)
+            m_name = name;
+        else if (errno != EEXIST || attempt == kMostNames)
+            return errno;
+    }
+    return 0;
+}
+
+int TemporaryFile::replace(const QByteArray &target)
+{
+    if (retrying([&] { return ::fsync(descriptor()); }) != 0)
+        return errno;
+    if (const int code = giveName(); code != 0)
+        return code;
+    // Held until it has its name: with an old file's time of change it looks left.
+    if (::rename(m_name.constData(), target.constData()) != 0)
+        return errno;
+    m_name.clear();
+    (void)m_file.close();
+    // The new file is in place; some file systems refuse to flush a folder, which changes nothing about that.
+    const Descriptor folder(::open(m_folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.isOpen())
+        (void)::fsync(folder.get());
+    return 0;
+}
+
 Replacement::Replacement(const QString &target) : m_target(files::existingSpelling(target))
 {
     m_old = entryAt(m_target);
     if (m_old && S_ISLNK(m_old->st_mode)) {
-        struct stat behind
-        {
-        };
-        char *real = ::realpath(native(m_target).constData(), nullptr);
-        if (real != nullptr && ::stat(real, &behind) == 0) {
-            m_target = QFile::decodeName(real);
-            m_old = behind;
-        }
-        std::free(real);
+        m_target = QFile::decodeName(targetOf(native(m_target)));
+        m_old = entryAt(m_target);
+        if (m_old && S_ISLNK(m_old->st_mode))
+            raiseSystem(ELOOP, target);
     }
     if (m_old)
         requireWritable(m_target, *m_old);
@@ -109,34 +205,18 @@ Replacement::Replacement(const QString &target) : m_target(files::existingSpelli
         requireName(m_target);
 }
 
-Replacement::~Replacement()
-{
-    if (!m_temporary.isEmpty())
-        ::unlink(m_temporary.constData());
-}
+Replacement::~Replacement() = default;
 
 void Replacement::open(mode_t mode)
 {
-    const QByteArray folder = native(folderOf(m_target));
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        // Hidden, and without a suffix that any listing of the program looks for.
-        const QByteArray candidate = folder + "/.quillmark-" + QByteArray::number(QRandomGenerator::system()->generate64(), 36) + ".tmp";
-        m_file =
-            Descriptor(retrying([&] { return ::open(candidate.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode); }));
-        if (m_file.isOpen()) {
-            m_temporary = candidate;
-            return;
-        }
-        if (errno != EEXIST)
-            break;
-    }
-    raiseSystem(errno, QStringLiteral("%1 (making a temporary file in its folder)").arg(m_target), err::pathNotFound);
+    if (const int code = m_file.make(native(folderOf(m_target)), mode); code != 0)
+        raiseSystem(code, QStringLiteral("%1 (making a temporary file in its folder)").arg(m_target), err::pathNotFound);
 }
 
 void Replacement::write(const char *data, std::size_t size)
 {
     while (size > 0) {
-        const ssize_t written = retrying([&] { return ::write(m_file.get(), data, size); });
+        const ssize_t written = retrying([&] { return ::write(m_file.descriptor(), data, size); });
         if (written < 0)
             raiseSystem(errno, m_target);
         data += written;
@@ -146,17 +226,8 @@ void Replacement::write(const char *data, std::size_t size)
 
 void Replacement::commit()
 {
-    if (retrying([&] { return ::fsync(m_file.get()); }) != 0)
-        raiseSystem(errno, m_target);
-    if (const int code = m_file.close(); code != 0)
-        raiseSystem(code, m_target);
-    if (::rename(m_temporary.constData(), native(m_target).constData()) != 0)
-        raiseSystem(errno, m_target, err::pathNotFound);
-    m_temporary.clear();
-    // The new file is in place; some file systems refuse to flush a folder, which changes nothing about that.
-    const Descriptor folder(::open(native(folderOf(m_target)).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.isOpen())
-        (void)::fsync(folder.get());
+    if (const int code = m_file.replace(native(m_target)); code != 0)
+        raiseSystem(code, m_target, err::pathNotFound);
 }
 
 } // namespace qm::posix

@@ -56,11 +56,43 @@ auto retrying(Call call)
 [[noreturn]] void raiseSystem(int code, const QString &what, std::int32_t missing = err::fileNotFound);
 /// The entry itself, a link not followed; nullopt when nothing is there.
 [[nodiscard]] std::optional<struct stat> entryAt(const QString &path);
+/// Where the link \p path leads in the end, although nothing may be there yet; \p path when it is none. A link where links go in circles.
+[[nodiscard]] QByteArray targetOf(QByteArray path);
 using namespace paths;
 /// \throws RuntimeError 75 when the file at \p path is a folder, has no write permission bit or refuses writing to this user.
 void requireWritable(const QString &path, const struct stat &entry);
 
-/// A new file that takes the place of another at once, or never: a hidden temporary in the same folder until commit().
+/// The one way in which a file of settings or a report takes another's place: at once and whole, or never. Its functions give 0 or the
+/// system's error number, since each caller has words of its own for a failure.
+class TemporaryFile final
+{
+public:
+    TemporaryFile() = default;
+    ~TemporaryFile();
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+
+    /// Makes it in \p folder, without a name where the system can do that, so that a killed program leaves nothing behind; else hidden.
+    /// \p mode is cut by the process's mask.
+    [[nodiscard]] int make(const QByteArray &folder, mode_t mode);
+    /// Gives it the access list of the file \p path, and the owner, group and permission bits of \p model less \p taken. A group that this
+    /// user may not give files to gets nothing.
+    [[nodiscard]] int giveAccess(const QByteArray &path, const struct stat &model, mode_t taken = 0) const;
+    /// Flushes to the disk and, still held, puts it in the place of \p target, which lies in the folder it was made in.
+    [[nodiscard]] int replace(const QByteArray &target);
+    /// Open for reading and writing; -1 before make() and after replace().
+    [[nodiscard]] int descriptor() const { return m_file.get(); }
+
+private:
+    [[nodiscard]] QByteArray freshName() const;
+    [[nodiscard]] int giveName();
+
+    QByteArray m_folder;
+    QByteArray m_name; ///< empty while it has none
+    Descriptor m_file;
+};
+
+/// A file of the program's own that is to be replaced.
 class Replacement final
 {
 public:
@@ -77,15 +109,14 @@ public:
     /// Makes the temporary, with the permission bits \p mode cut by the process's mask.
     void open(mode_t mode);
     void write(const char *data, std::size_t size);
-    [[nodiscard]] int descriptor() const { return m_file.get(); }
+    [[nodiscard]] const TemporaryFile &file() const { return m_file; }
     /// Flushes to the disk and takes the target's place.
     void commit();
 
 private:
     QString m_target;
     std::optional<struct stat> m_old;
-    QByteArray m_temporary;
-    Descriptor m_file;
+    TemporaryFile m_file;
 };
 
 } // namespace qm::posix

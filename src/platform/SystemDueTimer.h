@@ -4,6 +4,7 @@
 
 #include "platform/DueTimer.h"
 
+#include <chrono>
 #include <memory>
 
 namespace qm {
@@ -14,7 +15,10 @@ class SystemDueTimer final : public DueTimer
 {
     Q_OBJECT
 public:
-    explicit SystemDueTimer(QObject *parent = nullptr);
+    /// Systems do not tell of a changed zone, so the due instant is worked out again at least this often.
+    static constexpr std::chrono::seconds kLongestSleep{60};
+
+    explicit SystemDueTimer(QObject *parent = nullptr, std::chrono::seconds longestSleep = kLongestSleep);
     ~SystemDueTimer() override;
 
     /// \throws RuntimeError 5 when \p due has no valid date, 75 when the system gives no timer; what was armed before stays armed.

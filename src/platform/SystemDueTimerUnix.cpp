@@ -15,9 +15,6 @@ using namespace qm::posix;
 
 namespace {
 
-/// The system tells of a clock that is set but not of a changed zone, so the due instant is worked out again at least this often.
-constexpr std::int64_t kLongestSleep = 60; // s
-
 std::int64_t unixNow()
 {
     timespec now{};
@@ -32,17 +29,21 @@ struct SystemDueTimer::State
     Descriptor timer;
     std::unique_ptr<QSocketNotifier> notifier;
     std::optional<WallTime> due;
+    std::int64_t longestSleep = 0; ///< seconds
 
     /// Sleeps until \p instant, but not too long. \returns whether the system agreed.
     bool sleepUntil(std::int64_t instant)
     {
         itimerspec until{};
-        until.it_value.tv_sec = std::clamp<std::int64_t>(instant, 1, unixNow() + kLongestSleep);
+        until.it_value.tv_sec = std::clamp<std::int64_t>(instant, 1, unixNow() + longestSleep);
         return ::timerfd_settime(timer.get(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &until, nullptr) == 0;
     }
 };
 
-SystemDueTimer::SystemDueTimer(QObject *parent) : DueTimer(parent), m_state(std::make_unique<State>()) {}
+SystemDueTimer::SystemDueTimer(QObject *parent, std::chrono::seconds longestSleep) : DueTimer(parent), m_state(std::make_unique<State>())
+{
+    m_state->longestSleep = longestSleep.count();
+}
 
 SystemDueTimer::~SystemDueTimer() = default;
 

@@ -12,8 +12,6 @@ using namespace qm::win;
 
 namespace {
 
-/// The system follows a clock that is set but tells nothing of a changed zone, so the due instant is worked out again at least this often.
-constexpr std::int64_t kLongestSleep = 60; // s
 constexpr std::int64_t kTicksPerSecond = 10'000'000;
 constexpr std::int64_t kUnixEpoch = 11'644'473'600; ///< seconds from the system's epoch, 1601, to 1970
 
@@ -32,17 +30,21 @@ struct SystemDueTimer::State
     Handle timer;
     std::unique_ptr<QWinEventNotifier> notifier; // after the timer: gone before it is closed
     std::optional<WallTime> due;
+    std::int64_t longestSleep = 0; ///< seconds
 
     /// Sleeps until \p instant, but not too long. \returns whether the system agreed.
     bool sleepUntil(std::int64_t instant)
     {
         LARGE_INTEGER until{};
-        until.QuadPart = (std::clamp<std::int64_t>(instant, 1, unixNow() + kLongestSleep) + kUnixEpoch) * kTicksPerSecond;
+        until.QuadPart = (std::clamp<std::int64_t>(instant, 1, unixNow() + longestSleep) + kUnixEpoch) * kTicksPerSecond;
         return SetWaitableTimer(timer.get(), &until, 0, nullptr, nullptr, FALSE) != 0;
     }
 };
 
-SystemDueTimer::SystemDueTimer(QObject *parent) : DueTimer(parent), m_state(std::make_unique<State>()) {}
+SystemDueTimer::SystemDueTimer(QObject *parent, std::chrono::seconds longestSleep) : DueTimer(parent), m_state(std::make_unique<State>())
+{
+    m_state->longestSleep = longestSleep.count();
+}
 
 SystemDueTimer::~SystemDueTimer() = default;
 

@@ -1,9 +1,9 @@
 #include "platform/SystemFileWindows.h"
 
 #include "platform/AccessListWindows.h"
+#include "platform/TemporaryFiles.h"
 
 #include <QDir>
-#include <QRandomGenerator>
 
 #include <algorithm>
 #include <array>
@@ -13,9 +13,6 @@ namespace qm::win {
 namespace {
 
 constexpr qsizetype kOldPathLimit = 240; ///< what the system takes without the long form, with room for a short name behind it
-
-/// ERROR_DISK_QUOTA_EXCEEDED, which not every set of headers names.
-constexpr DWORD kQuotaExceeded = 1295;
 
 std::int32_t classicNumber(DWORD code, std::int32_t missing)
 {
@@ -80,9 +77,11 @@ std::wstring native(const QString &path)
     if (path.contains(QChar(u'\0')) || path.contains(u'*') || path.contains(u'?') || !path.isValidUtf16())
         raise(err::badFileName, path);
     const QString own = QDir::toNativeSeparators(path);
-    if (own.size() < kOldPathLimit || !QDir::isAbsolutePath(own) || own.startsWith(QStringLiteral("\\\\")))
+    if (own.size() < kOldPathLimit || !QDir::isAbsolutePath(own) || own.startsWith(QStringLiteral("\\\\?\\")))
         return own.toStdWString();
-    return (QStringLiteral("\\\\?\\") + QDir::toNativeSeparators(QDir::cleanPath(own))).toStdWString();
+    const QString clean = QDir::toNativeSeparators(QDir::cleanPath(own));
+    return (clean.startsWith(QStringLiteral("\\\\")) ? QStringLiteral("\\\\?\\UNC") + clean.mid(1) : QStringLiteral("\\\\?\\") + clean)
+        .toStdWString();
 }
 
 QString systemWords(DWORD code)
@@ -127,6 +126,48 @@ void requireWritable(const QString &path, const Entry &entry)
         raise(err::pathFileAccess, path + QStringLiteral(": the file is read-only"));
 }
 
+TemporaryFile::~TemporaryFile()
+{
+    m_file.close();
+    if (!m_name.empty())
+        DeleteFileW(m_name.c_str());
+}
+
+DWORD TemporaryFile::make(const QString &folder, const std::wstring &model)
+{
+    DWORD code = ERROR_FILE_EXISTS;
+    for (int attempt = 0; code == ERROR_FILE_EXISTS && attempt < 100; ++attempt) {
+        const std::wstring name = native(folder + kSep + temporaryName());
+        m_file = Handle(CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED, nullptr));
+        code = m_file.isOpen() ? ERROR_SUCCESS : GetLastError();
+        if (code == ERROR_SUCCESS)
+            m_name = name;
+    }
+    if (code == ERROR_SUCCESS && !model.empty())
+        copyAccessList(model, m_name);
+    return code;
+}
+
+DWORD TemporaryFile::replace(const std::wstring &target, DWORD attributes)
+{
+    if (!FlushFileBuffers(m_file.get()))
+        return GetLastError();
+    m_file.close();
+    if (!SetFileAttributesW(m_name.c_str(), attributes))
+        return GetLastError();
+    constexpr int attempts = 10;
+    for (int attempt = 1; !MoveFileExW(m_name.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH); ++attempt) {
+        const DWORD code = GetLastError();
+        if (!isPassing(code) || attempt == attempts)
+            return code;
+        constexpr DWORD pause = 20; // ms
+        Sleep(pause);
+    }
+    m_name.clear();
+    return ERROR_SUCCESS;
+}
+
 Replacement::Replacement(const QString &target) : m_target(files::existingSpelling(target)), m_old(entryAt(m_target))
 {
     if (m_old)
@@ -135,32 +176,12 @@ Replacement::Replacement(const QString &target) : m_target(files::existingSpelli
         requireName(m_target);
 }
 
-Replacement::~Replacement()
-{
-    m_file.close();
-    if (!m_temporary.empty())
-        DeleteFileW(m_temporary.c_str());
-}
-
 void Replacement::open(bool secret)
 {
-    const QString folder = folderOf(m_target);
-    DWORD code = ERROR_FILE_EXISTS;
-    for (int attempt = 0; code == ERROR_FILE_EXISTS && attempt < 100; ++attempt) {
-        const QString mark = QString::number(QRandomGenerator::system()->generate64(), 36);
-        const std::wstring name = native(folder + kSep + QStringLiteral(".qm-") + mark + QStringLiteral(".tmp"));
-        m_file = Handle(CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
-                                    FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED, nullptr));
-        code = m_file.isOpen() ? ERROR_SUCCESS : GetLastError();
-        if (code == ERROR_SUCCESS)
-            m_temporary = name;
-    }
-    if (code != ERROR_SUCCESS)
+    if (const DWORD code = m_file.make(folderOf(m_target), m_old ? native(m_target) : std::wstring()); code != ERROR_SUCCESS)
         raiseSystem(code, QStringLiteral("%1 (making a temporary file in its folder)").arg(m_target), err::pathNotFound);
-    if (m_old)
-        copyAccessList(native(m_target), m_temporary);
     if (secret)
-        makePrivate(m_temporary, m_target);
+        makePrivate(m_file.path(), m_target);
 }
 
 void Replacement::write(const char *data, std::size_t size)
@@ -168,7 +189,7 @@ void Replacement::write(const char *data, std::size_t size)
     constexpr std::size_t most = 1U << 24U;
     while (size > 0) {
         DWORD written = 0;
-        if (!WriteFile(m_file.get(), data, static_cast<DWORD>(std::min(size, most)), &written, nullptr))
+        if (!WriteFile(m_file.handle(), data, static_cast<DWORD>(std::min(size, most)), &written, nullptr))
             raiseSystem(GetLastError(), m_target);
         data += written;
         size -= written;
@@ -177,22 +198,8 @@ void Replacement::write(const char *data, std::size_t size)
 
 void Replacement::commit(DWORD attributes)
 {
-    if (!FlushFileBuffers(m_file.get()))
-        raiseSystem(GetLastError(), m_target);
-    m_file.close();
-    const std::wstring target = native(m_target);
-    if (!SetFileAttributesW(m_temporary.c_str(), attributes))
-        raiseSystem(GetLastError(), m_target);
-    constexpr int attempts = 10;
-    for (int attempt = 1; !MoveFileExW(m_temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-         ++attempt) {
-        const DWORD code = GetLastError();
-        if (!isPassing(code) || attempt == attempts)
-            raiseSystem(code, m_target, err::pathNotFound);
-        constexpr DWORD pause = 20; // ms
-        Sleep(pause);
-    }
-    m_temporary.clear();
+    if (const DWORD code = m_file.replace(native(m_target), attributes); code != ERROR_SUCCESS)
+        raiseSystem(code, m_target, err::pathNotFound);
 }
 
 } // namespace qm::win

@@ -1,11 +1,13 @@
 #include "scheduler/JobTable.h"
 
+#include "core/PlainTip.h"
 #include "core/RuntimeError.h"
 #include "platform/Files.h"
 #include "scheduler/NextRun.h"
 
 #include <QColor>
 #include <QFont>
+#include <QHash>
 
 #include <array>
 
@@ -55,6 +57,12 @@ const QString &JobTable::Entry::queryFile() const
     return job ? job->queryFile : cells().queryFile;
 }
 
+const QString &JobTable::Entry::description() const
+{
+    const auto *const job = std::get_if<ListedJob>(&content);
+    return job ? job->description : cells().description;
+}
+
 JobTable::Entry JobTable::entryOf(ListedJob job)
 {
     // The text of a valid date reads back as that date.
@@ -70,7 +78,8 @@ JobTable::Entry JobTable::entryOf(JobRow row)
 const JobTable::Entry &JobTable::entry(int index) const
 {
     if (index < 0 || index >= rows())
-        raise(err::subscriptOutOfRange, QStringLiteral("the schedule has no row %1").arg(index + 1));
+        raise(err::subscriptOutOfRange,
+              index < 0 ? tr("no scheduled report is selected") : tr("the schedule has no row %1").arg(index + 1));
     return m_rows[static_cast<std::size_t>(index)];
 }
 
@@ -107,11 +116,12 @@ void JobTable::setRow(int index, JobRow row)
 void JobTable::removeRowAt(int index)
 {
     static_cast<void>(entry(index));
-    const int selected = m_selected == index ? -1 : m_selected > index ? m_selected - 1 : m_selected;
+    const bool movesUp = m_selected > index || m_selected == rows() - 1;
     beginRemoveRows({}, index, index);
     m_rows.erase(m_rows.begin() + index);
+    m_selected -= movesUp ? 1 : 0;
     endRemoveRows();
-    selectRow(selected);
+    Q_EMIT selectedRowChanged(m_selected); // in any case: the row of that number may be another job now
 }
 
 std::optional<int> JobTable::rowOfJob(std::int32_t jobId) const
@@ -163,9 +173,18 @@ void JobTable::refreshFileMarks()
 QStringList JobTable::jobsWithoutFile() const
 {
     QStringList descriptions;
-    for (const Entry &each : m_rows)
-        if (fileIsMissing(each))
-            descriptions.append(each.cells().description);
+    QHash<QString, bool> looked; // many jobs may share a query file
+    for (const Entry &each : m_rows) {
+        if (!each.fileIsMissing) {
+            const auto known = looked.constFind(each.queryFile());
+            if (known != looked.constEnd())
+                each.fileIsMissing = *known;
+            else
+                looked.insert(each.queryFile(), fileIsMissing(each));
+        }
+        if (*each.fileIsMissing)
+            descriptions.append(each.description());
+    }
     return descriptions;
 }
 
@@ -228,7 +247,7 @@ QVariant JobTable::data(const QModelIndex &index, int role) const
         return index.column() == QueryFile && fileIsMissing(each) ? QVariant(struck) : QVariant();
     }
     case Qt::ToolTipRole:
-        return fileIsMissing(each) ? tr("The query file of this job does not exist: %1").arg(each.queryFile()).toHtmlEscaped() : QVariant();
+        return fileIsMissing(each) ? plainTip(tr("The query file of this job does not exist: %1").arg(each.queryFile())) : QVariant();
     case Qt::AccessibleTextRole: {
         if (index.column() == Picture)
             return tr("Scheduled report");

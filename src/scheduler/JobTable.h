@@ -27,7 +27,7 @@ struct JobRow
 struct ListedJob
 {
     WallTime dateTime;
-    int frequency = 0; ///< code, see frequencyText()
+    int frequency = 0; ///< code of the record, see Frequency
     QString description, queryFile;
     std::int32_t jobId = 0;
     QString interfaceId;
@@ -51,6 +51,7 @@ public:
     void setJobs(std::vector<ListedJob> jobs);
     void appendRow(JobRow row);
     void setRow(int index, JobRow row);
+    /// When the selected row goes, its neighbour is selected: the one below, at the end the one above.
     void removeRowAt(int index);
     /// The first row of that job, or nullopt.
     [[nodiscard]] std::optional<int> rowOfJob(std::int32_t jobId) const;
@@ -67,7 +68,7 @@ public:
 
     /// Forgets which query files were found, so that rows whose file has gone (or come back) are marked anew.
     void refreshFileMarks();
-    /// Descriptions of the jobs whose query file does not exist (looks at the disk for every row).
+    /// Descriptions of the jobs whose query file does not exist (looks at the disk once for every file).
     [[nodiscard]] QStringList jobsWithoutFile() const;
 
     void setPicture(const QIcon &picture) { m_picture = picture; }
@@ -78,6 +79,7 @@ public:
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 Q_SIGNALS:
+    /// Another row is selected, or the selected row has another number or job now.
     void selectedRowChanged(int row);
 
 private:
@@ -90,6 +92,7 @@ private:
         [[nodiscard]] const JobRow &cells() const;
         [[nodiscard]] std::int32_t jobId() const;
         [[nodiscard]] const QString &queryFile() const;
+        [[nodiscard]] const QString &description() const;
     };
     [[nodiscard]] const Entry &entry(int index) const;
     [[nodiscard]] static Entry entryOf(ListedJob job);

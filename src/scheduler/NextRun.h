@@ -4,18 +4,25 @@
 
 #include <QDate>
 
+#include <array>
 #include <optional>
 
 namespace qm {
 
-/// Codes of a job's frequency; other codes are kept and never move.
-namespace frequency {
-inline constexpr int single = 0, daily = 1, weekly = 2, monthly = 3;
-} // namespace frequency
+/// How often a job runs. The values are the codes of the job's record; the record keeps any other code as the number it is, and its job
+/// never moves.
+enum class Frequency { Single, Daily, Weekly, Monthly };
 
-/// "Single", "Daily", "Weekly", "Monthly"; empty for another code.
+/// All of them, as they are listed.
+inline constexpr std::array kFrequencies{Frequency::Single, Frequency::Daily, Frequency::Weekly, Frequency::Monthly};
+
+/// "Single", "Daily", "Weekly", "Monthly".
+[[nodiscard]] QString frequencyText(Frequency frequency);
+/// The same for a code of the record; empty for a code that is no frequency.
 [[nodiscard]] QString frequencyText(int code);
-/// The code of a frequency text, compared exactly; nullopt for any other text.
+/// The frequency of a text, compared exactly; nullopt for any other text.
+[[nodiscard]] std::optional<Frequency> frequencyOf(QStringView text);
+/// Its code in the record.
 [[nodiscard]] std::optional<int> frequencyCode(QStringView text);
 
 /// Where the advance of one due job ends.

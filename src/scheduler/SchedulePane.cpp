@@ -1,9 +1,11 @@
 #include "scheduler/SchedulePane.h"
 
 #include "core/ErrorReporter.h"
+#include "scheduler/MissingFileNotice.h"
 #include "scheduler/ScheduleTableView.h"
 
 #include <QCoreApplication>
+#include <QVBoxLayout>
 
 namespace qm {
 
@@ -17,24 +19,27 @@ constexpr Procedure kRtClick{"dtblScheduleTable_RtClick", kUnanticipated, kModul
 
 constexpr int kEnterCode = 13, kDeleteCode = 46;
 
-ScheduleServices scheduleServices(const SchedulePane::Services &services, JobTable &table)
+ScheduleServices scheduleServices(const SchedulePane::Services &services, JobTable &table, JobConfigReader &reader)
 {
-    return {services.globals, table, services.reader, services.errors, services.prompts, services.clock, services.journal};
+    return {services.globals, table, reader, services.errors, services.prompts, services.clock, services.journal};
 }
 
 } // namespace
 
-SchedulePane::SchedulePane(const Services &services, SchedulePaneHooks hooks, QWidget *window)
-    : QObject(window), m_services(services), m_hooks(std::move(hooks)),
-      m_dialog(services.globals, services.errors, services.prompts, services.help, window),
-      m_timer(
-          scheduleServices(services, m_table),
-          [this](const QString &interfaceId, bool interactive) { m_hooks.runReport(interfaceId, interactive); },
-          [this] { return m_hooks.isProducingRows(); }),
-      m_jobs(scheduleServices(services, m_table), m_dialog, m_timer, [this] { m_hooks.tableEmptied(); }),
-      m_view(new ScheduleTableView(m_table, window))
+SchedulePane::SchedulePane(const Services &services, ScheduleTimer::ReportMaker runReport, std::function<bool()> isBusy, QWidget *window)
+    : QObject(window), m_services(services), m_dialog(services.globals, services.errors, services.prompts, services.help, window),
+      m_watch(scheduleServices(services, m_table, services.reader)),
+      m_timer(scheduleServices(services, m_table, m_watch.reader()), std::move(runReport), std::move(isBusy)),
+      m_jobs(scheduleServices(services, m_table, m_watch.reader()), m_dialog, m_timer), m_contents(new QWidget(window)),
+      m_view(new ScheduleTableView(m_table, m_contents))
 {
+    auto *layout = new QVBoxLayout(m_contents);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(new MissingFileNotice(m_table, m_contents));
+    layout->addWidget(m_view, 1);
     m_timer.setPopulateJobs([this] { m_jobs.PopulateJobs(); });
+    m_watch.watch(m_timer);
     connect(m_view, &ScheduleTableView::LfDblClick, this, &SchedulePane::dtblScheduleTable_LfDblClick);
     connect(m_view, &ScheduleTableView::KeyDown, this, &SchedulePane::dtblScheduleTable_KeyDown);
     connect(m_view, &ScheduleTableView::RtClick, this, &SchedulePane::dtblScheduleTable_RtClick);
@@ -49,7 +54,8 @@ void SchedulePane::dtblScheduleTable_LfDblClick()
         if (m_table.rows() > 0)
             m_jobs.ModifyScheduledJob();
         else
-            m_jobs.AddNewScheduledJob({}, {}, false);
+            // The first job of an empty schedule begins without a query file, whatever an earlier showing of the dialog holds.
+            m_jobs.AddNewScheduledJob({}, {}, true);
     });
 }
 
@@ -59,9 +65,9 @@ void SchedulePane::dtblScheduleTable_KeyDown(int keyCode)
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
         if (keyCode == kEnterCode) {
             m_jobs.ModifyScheduledJob();
-            m_hooks.focusTree();
+            Q_EMIT left();
         } else if (keyCode == kDeleteCode && m_table.rows() > 0) {
-            m_hooks.deleteCommand();
+            Q_EMIT deleteRequested();
         }
     });
 }
@@ -73,8 +79,8 @@ void SchedulePane::dtblScheduleTable_RtClick(int row, const QPoint &position)
             m_table.selectRow(row);
             m_services.globals.gstrCurrentQueryFile = m_table.row(row).queryFile;
         }
-        m_hooks.enableDisableMenus(QStringLiteral("D"));
-        m_hooks.popUpRightClickMenu(position);
+        Q_EMIT chosen();
+        Q_EMIT menuRequested(position);
     });
 }
 
@@ -82,7 +88,7 @@ void SchedulePane::rowChosen(int row)
 {
     trapSilently([&] {
         m_services.globals.gstrCurrentQueryFile = m_table.row(row).queryFile;
-        m_hooks.enableDisableMenus(QStringLiteral("D"));
+        Q_EMIT chosen();
     });
 }
 

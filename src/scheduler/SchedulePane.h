@@ -4,6 +4,7 @@
 
 #include "scheduler/JobTable.h"
 #include "scheduler/ScheduleTimer.h"
+#include "scheduler/ScheduleWatch.h"
 #include "scheduler/ScheduledJobs.h"
 #include "scheduler/frmScheduledReport.h"
 
@@ -17,19 +18,8 @@ namespace qm {
 class HelpViewer;
 class ScheduleTableView;
 
-/// What the schedule table's events need of the main window.
-struct SchedulePaneHooks
-{
-    std::function<void(const QString &selectionCode)> enableDisableMenus;
-    std::function<void(const QPoint &globalPosition)> popUpRightClickMenu;
-    std::function<void()> deleteCommand; ///< the generic Delete command
-    std::function<void()> focusTree;
-    std::function<void()> tableEmptied; ///< node-click handling for the tree's selected node
-    std::function<void(const QString &interfaceId, bool interactive)> runReport;
-    std::function<bool()> isProducingRows;
-};
-
-/// Owns the schedule: table model, control, job operations, timer and dialog, and the table's event handlers.
+/// Owns the schedule: table model, control, job operations, timer, watch and dialog, and the table's event handlers. What concerns the rest
+/// of the window is told by signals.
 class SchedulePane final : public QObject
 {
     Q_OBJECT
@@ -45,14 +35,28 @@ public:
         ScheduleJournal &journal;
         HelpViewer &help;
     };
-    SchedulePane(const Services &services, SchedulePaneHooks hooks, QWidget *window);
+    /// \p runReport and \p isBusy as ScheduleTimer wants them.
+    SchedulePane(const Services &services, ScheduleTimer::ReportMaker runReport, std::function<bool()> isBusy, QWidget *window);
     ~SchedulePane() override;
 
+    /// The table below the notice of jobs that point to nothing.
+    [[nodiscard]] QWidget &contents() { return *m_contents; }
     [[nodiscard]] ScheduleTableView &dtblScheduleTable() { return *m_view; }
     [[nodiscard]] JobTable &table() { return m_table; }
     [[nodiscard]] ScheduledJobs &jobs() { return m_jobs; }
     [[nodiscard]] ScheduleTimer &timer() { return m_timer; }
+    [[nodiscard]] ScheduleWatch &watch() { return m_watch; }
     [[nodiscard]] frmScheduledReport &dialog() { return m_dialog; }
+
+Q_SIGNALS:
+    /// The operator turned to the schedule: its commands are wanted.
+    void chosen();
+    /// The pop-up menu is wanted at a global position.
+    void menuRequested(const QPoint &globalPosition);
+    /// The generic Delete command is wanted.
+    void deleteRequested();
+    /// The table is done with; the focus goes to the tree.
+    void left();
 
 private:
     void dtblScheduleTable_LfDblClick();
@@ -61,12 +65,13 @@ private:
     void rowChosen(int row);
 
     Services m_services;
-    SchedulePaneHooks m_hooks;
     JobTable m_table;
     frmScheduledReport m_dialog;
+    ScheduleWatch m_watch;
     ScheduleTimer m_timer;
     ScheduledJobs m_jobs;
-    ScheduleTableView *m_view; ///< owned by its parent widget
+    QWidget *m_contents; ///< owned by its parent widget, as is the table in it
+    ScheduleTableView *m_view;
 };
 
 } // namespace qm

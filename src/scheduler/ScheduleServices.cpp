@@ -3,6 +3,8 @@
 #include "framework/Readers.h"
 #include "platform/Files.h"
 
+#include <QCoreApplication>
+
 namespace qm {
 
 void saveJobs(const ScheduleServices &services)
@@ -11,8 +13,9 @@ void saveJobs(const ScheduleServices &services)
     static_cast<void>(requireJobs(globals));
     if (globals.gstrInstallPath.isEmpty())
         raise(err::pathNotFound,
-              QStringLiteral("the installation folder is not known, so \"Jobs.cfg\" cannot be saved; set the registry value "
-                             "\"InstallPath\" and start the program again"));
+              QCoreApplication::translate("qm::ScheduledJobs",
+                                          "the installation folder is not known, so \"Jobs.cfg\" cannot be saved; set the registry value "
+                                          "\"InstallPath\" and start the program again"));
     services.reader.SaveJobs(globals.gcolJobs, globals.gstrInstallPath + QStringLiteral("Config") + kSep + QStringLiteral("Jobs.cfg"));
 }
 

@@ -24,7 +24,10 @@ public:
     virtual ~ScheduleJournal() = default;
     /// A due job whose report was not made, and why.
     virtual void notRun(const ScheduledReportJob &job, const QString &reason) = 0;
-    /// A job that runs although \p skipped of its earlier times went by unattended.
+    /// A report that was not even begun, and why; \p interactive: the operator asked for it, not the schedule.
+    virtual void refused(const QString &queryFile, bool interactive, const QString &reason) = 0;
+    /// A job, due at its `DateTime`, that ran so late that \p skipped later times of its own, up to the end of the day on which it
+    /// \p ran, are left out.
     virtual void skippedRuns(const ScheduledReportJob &job, const WallTime &ran, int skipped) = 0;
     /// A line of the application log.
     virtual void note(const QString &text) = 0;

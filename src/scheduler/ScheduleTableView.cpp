@@ -91,6 +91,12 @@ void ScheduleTableView::currentChanged(const QModelIndex &current, const QModelI
     Q_EMIT RowChosen(current.row());
 }
 
+void ScheduleTableView::rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end)
+{
+    const QScopedValueRollback following(m_following, true); // the model says which row is selected afterwards
+    QTableView::rowsAboutToBeRemoved(parent, start, end);
+}
+
 void ScheduleTableView::mousePressEvent(QMouseEvent *event)
 {
     QMouseEvent plain = withoutControl(*event);
@@ -136,12 +142,6 @@ void ScheduleTableView::contextMenuEvent(QContextMenuEvent *event)
     const int row = m_table.selectedRow();
     const QRect cell = row >= 0 ? visualRect(m_table.index(row, JobTable::Date)) : QRect();
     Q_EMIT RtClick(row, viewport()->mapToGlobal(cell.isValid() ? cell.center() : QPoint(kPadding, kPadding)));
-}
-
-void ScheduleTableView::focusInEvent(QFocusEvent *event)
-{
-    QTableView::focusInEvent(event);
-    Q_EMIT GotFocus();
 }
 
 void ScheduleTableView::paintEvent(QPaintEvent *event)

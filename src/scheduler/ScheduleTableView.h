@@ -22,9 +22,8 @@ Q_SIGNALS:
     void KeyDown(int keyCode);
     /// A right click, or the menu key; \p row is -1 off the rows, \p position is global.
     void RtClick(int row, const QPoint &position);
-    /// The operator selected a row by mouse or keyboard.
+    /// The operator selected a row by mouse or keyboard. What the schedule does to its rows is no choice.
     void RowChosen(int row);
-    void GotFocus();
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -32,9 +31,9 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
-    void focusInEvent(QFocusEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
+    void rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end) override;
 
 private:
     void showModelSelection(int row);

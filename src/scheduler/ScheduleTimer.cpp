@@ -36,34 +36,9 @@ std::int32_t secondsUntil(const WallTime &when, const WallTime &now)
                                                               std::numeric_limits<std::int32_t>::max()));
 }
 
-/// Sets a flag for as long as a scope lasts.
-class FlagScope final
-{
-public:
-    explicit FlagScope(bool &flag) : m_flag(flag) { m_flag = true; }
-    ~FlagScope() { m_flag = false; }
-    Q_DISABLE_COPY_MOVE(FlagScope)
-
-private:
-    bool &m_flag;
-};
-
-/// While it lasts, boxes that only inform are shown but not awaited.
-class UnattendedScope final
-{
-public:
-    explicit UnattendedScope(Prompts &prompts) : m_prompts(prompts) { m_prompts.unattended(true); }
-    ~UnattendedScope() { m_prompts.unattended(false); }
-    Q_DISABLE_COPY_MOVE(UnattendedScope)
-
-private:
-    Prompts &m_prompts;
-};
-
 } // namespace
 
-ScheduleTimer::ScheduleTimer(const ScheduleServices &services, std::function<void(const QString &, bool)> runReport,
-                             std::function<bool()> isBusy, QObject *parent)
+ScheduleTimer::ScheduleTimer(const ScheduleServices &services, ReportMaker runReport, std::function<bool()> isBusy, QObject *parent)
     : QObject(parent), m_services(services), m_runReport(std::move(runReport)), m_isBusy(std::move(isBusy))
 {
     m_tmrScheduleTimer.setObjectName(QStringLiteral("tmrScheduleTimer"));
@@ -83,7 +58,10 @@ void ScheduleTimer::setDueTimer(std::unique_ptr<DueTimer> dueTimer)
 
 void ScheduleTimer::SetTimer(bool repopulate)
 {
-    runChain(trap(m_services.errors, kSetTimer, [&] { return chooseAndArm(repopulate); }));
+    // A chain that runs ends by setting the timer itself.
+    if (m_chainRuns || m_hasEnded)
+        return;
+    runChain(setTimer(repopulate));
 }
 
 void ScheduleTimer::RescheduleJob(int row)
@@ -91,28 +69,93 @@ void ScheduleTimer::RescheduleJob(int row)
     runChain(row);
 }
 
+template <class Body>
+auto ScheduleTimer::explained(Body &&body)
+{
+    m_whyStill.clear();
+    try {
+        return body();
+    } catch (...) {
+        m_whyStill = currentError().description();
+        throw;
+    }
+}
+
 void ScheduleTimer::runChain(std::optional<int> row)
 {
-    while (row) {
-        const UnattendedScope unattended(m_services.prompts);
-        const Afterwards afterwards = trap(m_services.errors, kRescheduleJob, [&] {
-            const FlagScope rescheduling(m_rescheduling);
-            return reschedule(*row);
-        });
-        if (afterwards == Afterwards::Stop)
+    m_chainRuns = true;
+    while (row && !m_hasEnded) {
+        if (m_isBusy()) {
+            m_dueJobWaits = true;
             break;
-        row = trap(m_services.errors, kSetTimer, [&] { return chooseAndArm(true); });
+        }
+        const UnattendedScope unattended(m_services.prompts);
+        const Afterwards afterwards = trap(m_services.errors, kRescheduleJob, [&] { return explained([&] { return reschedule(*row); }); });
+        if (afterwards == Afterwards::ReportGoesOn)
+            return; // reportOver() takes the chain up again
+        if (afterwards == Afterwards::Stop) {
+            standStill();
+            break;
+        }
+        row = setTimer(true);
     }
+    m_chainRuns = false;
     m_standstillRounds = 0;
-    if (m_matureWaits)
-        QMetaObject::invokeMethod(this, &ScheduleTimer::deliverWaitingMature, Qt::QueuedConnection);
+    deliverWaitingMature();
+}
+
+void ScheduleTimer::reportOver()
+{
+    m_reportIsMade = false;
+    if (!m_chainWaits)
+        return;
+    m_chainWaits = false;
+    const UnattendedScope unattended(m_services.prompts);
+    runChain(m_hasEnded ? std::nullopt : setTimer(true));
+    if (m_tmrScheduleTimer.isActive())
+        tmrScheduleTimer_Timer(); // the countdown stood while the report was made
+}
+
+void ScheduleTimer::end()
+{
+    m_hasEnded = true;
+    m_matureWaits = m_dueJobWaits = false;
+}
+
+std::optional<int> ScheduleTimer::setTimer(bool repopulate)
+{
+    bool done = false;
+    m_dueJobWaits = false;
+    const std::optional<int> row = trap(m_services.errors, kSetTimer, [&] {
+        return explained([&] {
+            const std::optional<int> due = chooseAndArm(repopulate);
+            done = true;
+            return due;
+        });
+    });
+    if (done)
+        Q_EMIT goesOn();
+    else
+        standStill();
+    return row;
+}
+
+void ScheduleTimer::standStill()
+{
+    Q_EMIT standsStill(m_whyStill);
 }
 
 std::optional<int> ScheduleTimer::chooseAndArm(bool repopulate)
 {
-    if (repopulate && m_populateJobs)
-        m_populateJobs();
     JobTable &table = m_services.table;
+    if (repopulate && m_populateJobs) {
+        // The operator may be about to change or delete the selected job.
+        const std::optional<std::int32_t> selected =
+            table.selectedRow() >= 0 ? std::optional(table.row(table.selectedRow()).jobId) : std::nullopt;
+        m_populateJobs();
+        if (const std::optional<int> row = selected ? table.rowOfJob(*selected) : std::nullopt)
+            table.selectRow(*row);
+    }
     if (table.rows() == 0)
         return std::nullopt;
 
@@ -129,7 +172,7 @@ std::optional<int> ScheduleTimer::chooseAndArm(bool repopulate)
     m_mdtmNextRun = due;
     m_mstrNextJobDescription = row.description;
     if (!m_mudoTimer)
-        raise(err::objectNotSet, QStringLiteral("the timer component was not created"));
+        raise(err::objectNotSet, tr("the timer component was not created"));
     m_matureWaits = false;
     m_mudoTimer->SetDueTime(due);
     return std::nullopt;
@@ -138,7 +181,7 @@ std::optional<int> ScheduleTimer::chooseAndArm(bool repopulate)
 ScheduleTimer::Afterwards ScheduleTimer::reschedule(int rowIndex)
 {
     const JobRow row = m_services.table.row(rowIndex);
-    guardAgainstStandstill(row.jobId, row.nextRun);
+    guardAgainstStandstill(row);
 
     JobCollection &jobs = requireJobs(m_services.globals);
     const auto job = std::find_if(jobs.begin(), jobs.end(), [&](const auto &each) { return each->JobId == row.jobId; });
@@ -148,7 +191,8 @@ ScheduleTimer::Afterwards ScheduleTimer::reschedule(int rowIndex)
 
     if (advance.retired || advance.periods > 0) {
         if (job == jobs.end())
-            raise(err::subscriptOutOfRange, QStringLiteral("no job of the schedule has the number %1").arg(row.jobId));
+            raise(err::subscriptOutOfRange,
+                  tr("the job '%1' (%2) is in the table but no longer in the schedule").arg(row.description, row.queryFile));
         if (advance.retired) {
             jobs.erase(job);
             m_services.table.removeRowAt(rowIndex);
@@ -172,28 +216,46 @@ ScheduleTimer::Afterwards ScheduleTimer::runOrReportMissing(const ScheduledRepor
         m_services.journal.note(
             QStringLiteral("scheduled report '%1' (%2) starts; due %3 %4")
                 .arg(job.JobDescription, job.QueryFileName, shortDateText(job.DateTime.date), time24Text(job.DateTime.secondOfDay)));
-        m_runReport(interfaceId, false);
-        return Afterwards::SetTimer;
+        m_reportIsMade = true;
+        m_runReport(interfaceId, false, [this] { reportOver(); });
+        m_chainWaits = m_reportIsMade;
+        if (!m_chainWaits)
+            return Afterwards::SetTimer;
+        showMoved(job.JobId, interfaceId);
+        return Afterwards::ReportGoesOn;
     }
+    m_whyStill =
+        tr("the query file of '%1' is missing (%2). Change or delete that job, or add one.").arg(job.JobDescription, job.QueryFileName);
     m_services.journal.notRun(job, QStringLiteral("query file missing"));
     if (++m_lngMissingCount == 1) {
-        m_services.prompts.messageBox(
-            QCoreApplication::translate("qm::ScheduleTimer", "The query file for the scheduled Report Job is either missing or corrupt."),
-            box::ok | box::exclamation, QString::fromLatin1(kApplicationTitle));
+        m_services.prompts.messageBox(tr("The query file for the scheduled Report Job is either missing or corrupt."),
+                                      box::ok | box::exclamation, QString::fromLatin1(kApplicationTitle));
         return Afterwards::Stop;
     }
     return Afterwards::SetTimer;
 }
 
-void ScheduleTimer::guardAgainstStandstill(std::int32_t jobId, const QString &nextRun)
+void ScheduleTimer::showMoved(std::int32_t jobId, const QString &interfaceId)
 {
-    if (m_standstillRounds > 0 && m_standstillJob == jobId && m_standstillRun == nextRun) {
+    const JobCollection &jobs = requireJobs(m_services.globals);
+    const auto job = std::find_if(jobs.begin(), jobs.end(), [&](const auto &each) { return each->JobId == jobId; });
+    const std::optional<int> row = m_services.table.rowOfJob(jobId);
+    if (job == jobs.end() || !row)
+        return;
+    const ListedJob moved{(*job)->DateTime, (*job)->Frequency, (*job)->JobDescription, (*job)->QueryFileName, jobId, interfaceId};
+    m_services.table.setRow(*row, moved.toRow());
+}
+
+void ScheduleTimer::guardAgainstStandstill(const JobRow &row)
+{
+    if (m_standstillRounds > 0 && m_standstillJob == row.jobId && m_standstillRun == row.nextRun) {
         if (++m_standstillRounds >= kStandstillRounds)
-            raise(err::outOfStackSpace, QStringLiteral("the job with number %1 comes up again and again without moving on").arg(jobId));
+            raise(err::outOfStackSpace,
+                  tr("the job '%1' (%2) comes up again and again without moving on").arg(row.description, row.queryFile));
         return;
     }
-    m_standstillJob = jobId;
-    m_standstillRun = nextRun;
+    m_standstillJob = row.jobId;
+    m_standstillRun = row.nextRun;
     m_standstillRounds = 1;
 }
 
@@ -201,7 +263,9 @@ void ScheduleTimer::mudoTimer_Mature()
 {
     // The component's handler reports under the tick's name.
     trap(m_services.errors, kTick, [&] {
-        if (m_rescheduling || m_isBusy()) {
+        if (m_hasEnded)
+            return;
+        if (m_chainRuns || m_isBusy()) {
             m_matureWaits = true;
             return;
         }
@@ -217,32 +281,38 @@ void ScheduleTimer::mudoTimer_Mature()
 
 void ScheduleTimer::deliverWaitingMature()
 {
-    if (m_matureWaits)
-        mudoTimer_Mature();
+    // Not within the run that it waited for, whose end has more to do.
+    if (m_matureWaits || m_dueJobWaits)
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (m_matureWaits)
+                    mudoTimer_Mature();
+                else if (m_dueJobWaits && !m_isBusy())
+                    SetTimer(true);
+            },
+            Qt::QueuedConnection);
 }
 
 void ScheduleTimer::tmrScheduleTimer_Timer()
 {
     trap(m_services.errors, kTick, [&] {
         // Started again only at the end: after a failure the countdown stands still.
-        if (m_services.table.rows() == 0) {
-            showCountdown(tr("No Reports Scheduled"));
+        if (m_chainRuns) {
+            // The tick does not come between: what it would count down to is what is being made.
+        } else if (m_services.table.rows() == 0) {
+            Q_EMIT countdownChanged(tr("No Reports Scheduled"));
         } else if (m_mdtmNextRun) {
             const std::int32_t s = secondsUntil(*m_mdtmNextRun, m_services.clock.wallNow());
             const int days = s / 86400, hours = s / 3600 % 24, minutes = s / 60 % 60, seconds = s % 60;
             // Joined piece by piece: a description may hold anything, "%1" included.
-            showCountdown(QStringLiteral("Next Report: '") + m_mstrNextJobDescription + QStringLiteral("' is scheduled to run in ") +
-                          QString::number(days) + QStringLiteral(" Days ") + QString::number(hours) + QStringLiteral(" Hours ") +
-                          QString::number(minutes) + QStringLiteral(" Minutes ") + QString::number(seconds) + QStringLiteral(" Seconds."));
+            Q_EMIT countdownChanged(QStringLiteral("Next Report: '") + m_mstrNextJobDescription +
+                                    QStringLiteral("' is scheduled to run in ") + QString::number(days) + QStringLiteral(" Days ") +
+                                    QString::number(hours) + QStringLiteral(" Hours ") + QString::number(minutes) +
+                                    QStringLiteral(" Minutes ") + QString::number(seconds) + QStringLiteral(" Seconds."));
         }
         startTick();
     });
-}
-
-void ScheduleTimer::showCountdown(const QString &text)
-{
-    m_countdownText = text;
-    Q_EMIT countdownChanged(text);
 }
 
 void ScheduleTimer::startTick()

@@ -14,49 +14,60 @@
 namespace qm {
 
 class DueTimer;
+struct JobRow;
 
 /// Keeps exactly one wake-up pending, for the earliest row of the schedule table, and shows a countdown to it every second.
 ///
 /// SetTimer and RescheduleJob call each other as their last act; the calls are run as a loop, so any number of overdue jobs fits. A job
-/// that comes up again and again without moving ends the chain with error 28. A wake-up that arrives while a report is producing rows, or
-/// while a job is being moved on, waits until that is done.
+/// that comes up again and again without moving ends the chain with error 28. A report that is made in the background suspends the chain
+/// until it is over; nothing else of the schedule runs meanwhile, and the operator's own calls of SetTimer are what the chain ends with
+/// anyway. A wake-up that arrives while a report is producing rows, or during a chain, waits until that is done; so does a job that is
+/// found due while the operator's own report is.
 class ScheduleTimer final : public QObject
 {
     Q_OBJECT
 public:
-    /// \p runReport makes the current query's report through the given interface identifier; \p isBusy tells whether a report produces rows
-    /// now.
-    ScheduleTimer(const ScheduleServices &services, std::function<void(const QString &interfaceId, bool interactive)> runReport,
-                  std::function<bool()> isBusy, QObject *parent = nullptr);
+    /// Makes the current query's report through the given interface identifier, and calls \p over when it is made or has failed: before it
+    /// returns, or later.
+    using ReportMaker = std::function<void(const QString &interfaceId, bool interactive, std::function<void()> over)>;
+
+    /// \p isBusy tells whether the operator's own report produces rows now.
+    ScheduleTimer(const ScheduleServices &services, ReportMaker runReport, std::function<bool()> isBusy, QObject *parent = nullptr);
     ~ScheduleTimer() override;
 
     /// Takes the timer component into use.
     void setDueTimer(std::unique_ptr<DueTimer> dueTimer);
 
-    /// Arms the component for the earliest row, or runs that row when it is due or its query file is missing.
+    /// Arms the component for the earliest row, or runs that row when it is due or its query file is missing. A job that is selected
+    /// stays so when the rows are rebuilt.
     void SetTimer(bool repopulate);
     /// Processes the job of a row that is due.
     void RescheduleJob(int row);
-    /// Delivers a wake-up that waited for the end of a report.
+    /// Delivers a wake-up or a due job that waited for the end of a report, when the event loop comes round.
     void deliverWaitingMature();
+    /// The program ends: no job is touched any more, those that are due included; the next start finds them as they are.
+    void end();
 
     /// Has every row rebuilt from the job collection; set once by the owner.
     void setPopulateJobs(std::function<void()> populateJobs) { m_populateJobs = std::move(populateJobs); }
 
-    [[nodiscard]] const QString &countdownText() const { return m_countdownText; }
-
 Q_SIGNALS:
     /// The text of the status bar's panel "NextSchReport" and of the tray icon's tip.
     void countdownChanged(const QString &text);
+    /// A chain ended without setting the timer: nothing runs until somebody calls SetTimer. \p why is for log and operator.
+    void standsStill(const QString &why);
+    /// The timer was set, or a job is due now, or there is nothing to set the timer for.
+    void goesOn();
 
 private:
     /// What RescheduleJob asks for when it ends.
-    enum class Afterwards { Stop, SetTimer };
+    enum class Afterwards { Stop, SetTimer, ReportGoesOn };
 
     void mudoTimer_Mature();
     void tmrScheduleTimer_Timer();
-    void showCountdown(const QString &text);
     void startTick();
+    /// SetTimer's procedure up to the job that must be rescheduled at once, if any.
+    std::optional<int> setTimer(bool repopulate);
     /// One pass of SetTimer. \returns the row that must be rescheduled at once, if any.
     std::optional<int> chooseAndArm(bool repopulate);
     /// One pass of RescheduleJob.
@@ -64,22 +75,33 @@ private:
     Afterwards runOrReportMissing(const ScheduledReportJob &job, const QString &interfaceId, int periodsSkipped);
     /// The chain of RescheduleJob and SetTimer calls that begins with \p row.
     void runChain(std::optional<int> row);
-    void guardAgainstStandstill(std::int32_t jobId, const QString &nextRun);
+    void reportOver();
+    /// Shows where a job stands by now, so that the operator who changes it during its report does not move it back.
+    void showMoved(std::int32_t jobId, const QString &interfaceId);
+    void standStill();
+    /// Runs \p body and keeps what an error that leaves it says.
+    template <class Body>
+    auto explained(Body &&body);
+    void guardAgainstStandstill(const JobRow &row);
 
     ScheduleServices m_services;
-    std::function<void(const QString &, bool)> m_runReport;
+    ReportMaker m_runReport;
     std::function<bool()> m_isBusy;
     std::function<void()> m_populateJobs;
     std::unique_ptr<DueTimer> m_mudoTimer;
     QTimer m_tmrScheduleTimer;
-    QString m_countdownText;
 
     std::optional<WallTime> m_mdtmNextRun; ///< with which the component was last armed; empty: never
     QString m_mstrNextJobDescription;
     std::int32_t m_lngMissingCount = 0; ///< calls of RescheduleJob that found the query file missing, since the program started
 
-    bool m_rescheduling = false;
+    bool m_chainRuns = false;
+    bool m_reportIsMade = false; ///< by the chain
+    bool m_chainWaits = false;   ///< for that report, in the background
     bool m_matureWaits = false;
+    bool m_dueJobWaits = false; ///< for the end of the operator's own report
+    bool m_hasEnded = false;
+    QString m_whyStill;
     std::int32_t m_standstillJob = 0;
     QString m_standstillRun;
     int m_standstillRounds = 0;

@@ -11,8 +11,6 @@
 #include <algorithm>
 #include <limits>
 
-#include <QCoreApplication>
-
 namespace qm {
 
 namespace {
@@ -29,7 +27,7 @@ std::int32_t nextJobId(const JobCollection &jobs)
     for (const auto &job : jobs)
         largest = std::max(largest, job->JobId);
     if (largest == std::numeric_limits<std::int32_t>::max())
-        raise(err::overflow, QStringLiteral("the largest job number is already in use; delete that job first"));
+        raise(err::overflow, ScheduledJobs::tr("the largest job number is already in use; delete that job first"));
     return largest + 1;
 }
 
@@ -46,9 +44,8 @@ QString joinedNextRun(const JobRow &row)
 
 } // namespace
 
-ScheduledJobs::ScheduledJobs(const ScheduleServices &services, frmScheduledReport &dialog, ScheduleTimer &timer,
-                             std::function<void()> tableEmptied)
-    : m_services(services), m_dialog(dialog), m_timer(timer), m_tableEmptied(std::move(tableEmptied))
+ScheduledJobs::ScheduledJobs(const ScheduleServices &services, frmScheduledReport &dialog, ScheduleTimer &timer)
+    : m_services(services), m_dialog(dialog), m_timer(timer)
 {
 }
 
@@ -67,17 +64,17 @@ void ScheduledJobs::PopulateJobs()
     });
 }
 
-void ScheduledJobs::AddNewScheduledJob(const QString &queryFile, const QString &interfaceId, bool querySelected)
+void ScheduledJobs::AddNewScheduledJob(const QString &queryFile, const QString &interfaceId, bool prefillQuery)
 {
     trap(m_services.errors, kAddNewScheduledJob, [&] {
         static_cast<void>(requireJobs(m_services.globals));
         const WallTime now = m_services.clock.wallNow();
-        m_dialog.FrequencyString = frequencyText(frequency::single);
+        m_dialog.FrequencyString = frequencyText(Frequency::Single);
         m_dialog.StartDateString = shortDateText(now.date);
         m_dialog.StartTimeString = time24Text(now.secondOfDay);
-        if (querySelected)
+        if (prefillQuery)
             m_dialog.QueryFileNameString = queryFile;
-        m_dialog.JobDescriptionString = QStringLiteral("New Scheduled Report");
+        m_dialog.JobDescriptionString = tr("New Scheduled Report");
         m_dialog.showModal();
         if (m_dialog.IsOK())
             addFromDialog(interfaceId);
@@ -124,8 +121,7 @@ void ScheduledJobs::ModifyScheduledJob()
     // The schedule goes on behind the dialog: the job may have moved to another row, or have gone.
     const std::optional<int> index = table.rowOfJob(before.jobId);
     if (!index)
-        raise(err::subscriptOutOfRange,
-              QStringLiteral("the job '%1' ran and left the schedule while its dialog was open").arg(before.description));
+        raise(err::subscriptOutOfRange, tr("the job '%1' ran and left the schedule while its dialog was open").arg(before.description));
     JobRow row = table.row(*index);
     row.date = m_dialog.StartDateString;
     row.time = time12Text(parseTime(m_dialog.StartTimeString));
@@ -153,9 +149,8 @@ void ScheduledJobs::DeleteScheduledJob()
     static_cast<void>(requireJobs(m_services.globals));
     JobTable &table = m_services.table;
     const std::int32_t id = table.row(table.selectedRow()).jobId;
-    const int answer = m_services.prompts.messageBox(
-        QCoreApplication::translate("qm::ScheduledJobs", "Are you sure you want to delete this scheduled job?"), box::yesNo | box::question,
-        QString::fromLatin1(kApplicationTitle));
+    const int answer = m_services.prompts.messageBox(tr("Are you sure you want to delete this scheduled job?"), box::yesNo | box::question,
+                                                     QString::fromLatin1(kApplicationTitle));
     // The schedule goes on behind the question: delete the job that was asked about, wherever its row is by now.
     if (const std::optional<int> index = table.rowOfJob(id); answer == box::idYes && index) {
         JobCollection &jobs = requireJobs(m_services.globals);
@@ -167,7 +162,7 @@ void ScheduledJobs::DeleteScheduledJob()
     }
     m_timer.SetTimer(false);
     if (table.rows() == 0)
-        m_tableEmptied();
+        Q_EMIT tableEmptied();
 }
 
 } // namespace qm

@@ -4,7 +4,7 @@
 
 #include "scheduler/ScheduleServices.h"
 
-#include <functional>
+#include <QObject>
 
 namespace qm {
 
@@ -12,20 +12,24 @@ class frmScheduledReport;
 class ScheduleTimer;
 
 /// The operations on scheduled jobs. Every change is saved at once and ends by setting the timer anew.
-class ScheduledJobs final
+class ScheduledJobs final : public QObject
 {
+    Q_OBJECT
 public:
-    /// \p tableEmptied is called after a delete that left no row: the views must match the empty schedule.
-    ScheduledJobs(const ScheduleServices &services, frmScheduledReport &dialog, ScheduleTimer &timer, std::function<void()> tableEmptied);
+    ScheduledJobs(const ScheduleServices &services, frmScheduledReport &dialog, ScheduleTimer &timer);
 
     /// Rebuilds every row from the job collection.
     void PopulateJobs();
-    /// Asks for a new job. \p querySelected: the list has a selected report query, whose file is \p queryFile.
-    void AddNewScheduledJob(const QString &queryFile, const QString &interfaceId, bool querySelected);
+    /// Asks for a new job. \p prefillQuery: the dialog begins with \p queryFile; else with what it held when it was shown last.
+    void AddNewScheduledJob(const QString &queryFile, const QString &interfaceId, bool prefillQuery);
     /// Edits the job of the selected row. \throws RuntimeError 9 no row, 91 jobs never read, or what saving says.
     void ModifyScheduledJob();
     /// Deletes the job of the selected row after a question. \throws as ModifyScheduledJob.
     void DeleteScheduledJob();
+
+Q_SIGNALS:
+    /// A delete left no row: the views must match the empty schedule.
+    void tableEmptied();
 
 private:
     void addFromDialog(const QString &interfaceId);
@@ -33,7 +37,6 @@ private:
     ScheduleServices m_services;
     frmScheduledReport &m_dialog;
     ScheduleTimer &m_timer;
-    std::function<void()> m_tableEmptied;
 };
 
 } // namespace qm

@@ -20,6 +20,8 @@
 #include <QTimeEdit>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace qm {
 
 namespace {
@@ -123,9 +125,9 @@ void frmScheduledReport::showModal()
 void frmScheduledReport::Form_Load()
 {
     m_cboFreq->clear();
-    for (int code = frequency::single; code <= frequency::monthly; ++code)
-        m_cboFreq->addItem(frequencyText(code));
-    m_cboFreq->setCurrentIndex(frequencyCode(FrequencyString).value_or(frequency::single));
+    for (const Frequency each : kFrequencies)
+        m_cboFreq->addItem(frequencyText(each));
+    m_cboFreq->setCurrentIndex(std::max(0, m_cboFreq->findText(FrequencyString)));
 
     m_txtJobDesc->setText(JobDescriptionString);
     m_txtStartDate->setDate(parseDate(StartDateString));
@@ -141,7 +143,7 @@ void frmScheduledReport::cmdQueryFile_Click()
         FileDialogRequest request;
         request.title = windowTitle();
         request.folder = m_globals.gstrInstallPath;
-        request.filter = QStringLiteral("Quillmark Report Query File (*.rqn) | *.rqn");
+        request.filter = tr("Quillmark Report Query File (*.rqn) | *.rqn");
         if (const auto chosen = m_prompts.chooseOpenFile(request); chosen && !chosen->isEmpty())
             m_txtQueryFile->setText(*chosen);
     });

@@ -18,53 +18,48 @@ constexpr char kModule[] = "frmMain.frm";
 constexpr Procedure kListMouseMove{"lvListView_MouseMove",
                                    QT_TRANSLATE_NOOP("qm::Procedure", "Unanticipated error occured in the User Interface"), kModule};
 
-QString id(const char *identifier)
-{
-    return QString::fromLatin1(identifier);
-}
-
 } // namespace
 
-CatalogueCommands::CatalogueCommands(const Services &services, CataloguePane &pane, Commands &commands,
-                                     SelectionCommands &selectionCommands, std::function<void()> filesChanged)
-    : m_errors(services.errors), m_pane(pane), m_selection(pane.selection()),
-      m_groups(services.globals, services.errors, services.prompts, m_selection, pane.catalogue(), pane.pendingPaste()),
-      m_queries(services.globals, services.errors, services.prompts, services.components, m_selection, pane.catalogue(), m_groups),
-      m_transfer(services.globals, services.errors, services.prompts, m_selection, pane.catalogue(), pane.pendingPaste()),
-      m_treeEditor(*new LabelEditor(pane.tvTreeView(),
+CatalogueCommands::CatalogueCommands(CataloguePane &pane, Commands &commands, SelectionCommands &selectionCommands)
+    : m_errors(pane.services().errors), m_pane(pane), m_selection(pane.selection()),
+      m_groups(pane.services(), m_selection, pane.catalogue(), pane.pendingPaste()),
+      m_queries(pane.services(), m_selection, pane.catalogue(), m_groups),
+      m_transfer(pane.services(), m_selection, pane.catalogue(), pane.pendingPaste()),
+      m_treeEditor(*new LabelEditor(pane.tvTreeView(), LabelEditor::OnRefusal::Reopen,
                                     [this](const QModelIndex &index, const QString &text) { return afterTreeEdit(index, text); })),
-      m_listEditor(*new LabelEditor(pane.lvListView(),
+      m_listEditor(*new LabelEditor(pane.lvListView(), LabelEditor::OnRefusal::Cancel,
                                     [this](const QModelIndex &index, const QString &text) { return afterListEdit(index, text); })),
-      m_drag(
-          *new CatalogueDrag(pane.tvTreeView(), pane.lvListView(), m_selection, m_transfer, services.images, [this] { m_filesChanged(); })),
-      m_filesChanged(std::move(filesChanged))
+      m_drag(*new CatalogueDrag(pane.tvTreeView(), pane.lvListView(), m_selection, m_transfer, pane.services().images))
 {
     setTools(commands);
     setSelectionCommands(selectionCommands);
-    QObject::connect(&pane.lvListView(), &CatalogueListView::BeginDrag, &m_drag,
-                     [this] { trap(m_errors, kListMouseMove, [&] { m_drag.begin(); }); });
+    connect(&pane, &CataloguePane::labelEditRequested, this, [this](const QModelIndex &node) { m_treeEditor.edit(node); });
+    connect(&pane, &CataloguePane::queryOpened, this,
+            [this](const QString &file, const QString &interfaceId) { m_queries.ModifyReportQuery(file, interfaceId); });
+    connect(&pane.lvListView(), &CatalogueListView::BeginDrag, this, [this] { trap(m_errors, kListMouseMove, [&] { m_drag.begin(); }); });
+    connect(&m_drag, &CatalogueDrag::dropped, this, &CatalogueCommands::filesChanged);
 }
 
 void CatalogueCommands::setTools(Commands &commands)
 {
-    commands.setCommand(id("ID_ReportGroup"), [this] { addNewGroup(); });
-    commands.setCommand(id("ID_ReportQuery"), [this] { addNewQuery(); });
-    commands.setCommand(id("ID_Copy"), [this, &commands] {
+    commands.setCommand(command::reportGroup, [this] { addNewGroup(); });
+    commands.setCommand(command::reportQuery, [this] { addNewQuery(); });
+    commands.setCommand(command::copy, [this, &commands] {
         m_transfer.pickUpSelected(false);
         commands.PasteEnabled(true);
     });
-    commands.setCommand(id("ID_Cut"), [this, &commands] {
+    commands.setCommand(command::cut, [this, &commands] {
         m_transfer.pickUpSelected(true);
         commands.PasteEnabled(true);
     });
-    commands.setCommand(id("ID_Paste"), [this, &commands] {
+    commands.setCommand(command::paste, [this, &commands] {
         m_transfer.paste();
         commands.PasteEnabled(false);
-        m_filesChanged();
+        Q_EMIT filesChanged();
     });
-    commands.setCommand(id("ID_SaveAs"), [this] {
+    commands.setCommand(command::saveAs, [this] {
         m_queries.Import();
-        m_filesChanged();
+        Q_EMIT filesChanged();
     });
 }
 
@@ -72,12 +67,19 @@ void CatalogueCommands::setSelectionCommands(SelectionCommands &selectionCommand
 {
     using View = SelectionCommands::View;
     using Verb = SelectionCommands::Verb;
+    const auto nodeIsSelected = [this] { return m_selection.nodeIndex().isValid(); };
+    const auto rowIsSelected = [this] { return m_selection.rowIndex() >= 0; };
     for (const Verb verb : {Verb::Modify, Verb::Rename})
-        selectionCommands.set(View::TreeView, verb, [this] { editTreeLabel(); });
-    selectionCommands.set(View::ListView, Verb::Modify, [this] { modifyInList(); });
-    selectionCommands.set(View::ListView, Verb::Rename, [this] { editListLabel(); });
-    selectionCommands.set(View::TreeView, Verb::Delete, [this] { deleteInTree(); });
-    selectionCommands.set(View::ListView, Verb::Delete, [this] { deleteInList(); });
+        selectionCommands.set(
+            View::TreeView, verb, [this] { editTreeLabel(); }, nodeIsSelected);
+    selectionCommands.set(
+        View::TreeView, Verb::Delete, [this] { deleteSelectedGroup(); }, nodeIsSelected);
+    selectionCommands.set(
+        View::ListView, Verb::Modify, [this] { modifyInList(); }, rowIsSelected);
+    selectionCommands.set(
+        View::ListView, Verb::Rename, [this] { editListLabel(); }, rowIsSelected);
+    selectionCommands.set(
+        View::ListView, Verb::Delete, [this] { deleteInList(); }, rowIsSelected);
 }
 
 void CatalogueCommands::addNewGroup()
@@ -114,11 +116,6 @@ void CatalogueCommands::modifyInList()
         m_queries.ModifyReportQuery(row.tag, m_selection.parentNode().tag);
 }
 
-void CatalogueCommands::deleteInTree()
-{
-    deleteSelectedGroup();
-}
-
 void CatalogueCommands::deleteInList()
 {
     if (isLevel(m_selection.row().key, selection::query))
@@ -138,7 +135,7 @@ void CatalogueCommands::deleteSelectedGroup()
     if (isLevel(node.key, selection::group))
         m_groups.DeleteGroup();
     m_pane.refreshSelectedNode();
-    m_filesChanged();
+    Q_EMIT filesChanged();
 }
 
 void CatalogueCommands::deleteSelectedQuery()
@@ -152,15 +149,14 @@ void CatalogueCommands::deleteSelectedQuery()
         return;
     m_queries.DeleteReportQuery(row.tag);
     m_pane.catalogue().openSelectedGroup();
-    m_filesChanged();
+    Q_EMIT filesChanged();
 }
 
 bool CatalogueCommands::afterTreeEdit(const QModelIndex &index, const QString &text)
 {
-    // The click that ended the edit may have selected another node already.
     m_selection.selectNode(index);
     const bool renamed = m_groups.tvTreeView_AfterLabelEdit(text);
-    m_filesChanged();
+    Q_EMIT filesChanged();
     return renamed;
 }
 
@@ -171,7 +167,7 @@ bool CatalogueCommands::afterListEdit(const QModelIndex &index, const QString &t
     if (isLevel(row.key, selection::group))
         m_selection.selectNode(m_selection.tree().find(row.key));
     const bool accepted = m_queries.lvListView_AfterLabelEdit(index.row(), text);
-    m_filesChanged();
+    Q_EMIT filesChanged();
     return accepted;
 }
 

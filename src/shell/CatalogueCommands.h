@@ -8,36 +8,25 @@
 #include "catalogue/ReportGroups.h"
 #include "catalogue/ReportQueries.h"
 
-#include <functional>
-
 namespace qm {
 
 class CataloguePane;
 class Commands;
-class ComponentFactory;
-class Prompts;
 class SelectionCommands;
 
 /// Owns the operations on groups and queries, the label editors and the drag, and gives their tools their commands.
-class CatalogueCommands final
+class CatalogueCommands final : public QObject
 {
+    Q_OBJECT
 public:
-    struct Services
-    {
-        Globals &globals;
-        ErrorReporter &errors;
-        Prompts &prompts;
-        ComponentFactory &components;
-        ImageList images;
-    };
-    /// \p filesChanged is called after each operation that moved, renamed or deleted query files.
-    CatalogueCommands(const Services &services, CataloguePane &pane, Commands &commands, SelectionCommands &selectionCommands,
-                      std::function<void()> filesChanged);
+    CatalogueCommands(CataloguePane &pane, Commands &commands, SelectionCommands &selectionCommands);
 
-    void ModifyReportQuery(const QString &queryFile, const QString &interfaceId) { m_queries.ModifyReportQuery(queryFile, interfaceId); }
-    void editNodeLabel(const QModelIndex &node) { m_treeEditor.edit(node); }
-    /// Ends a label edit in progress. \returns false when the name was refused: no command may run over the open editor.
+    /// Ends a label edit in progress. \returns false when the name was refused: no command may run on it.
     bool endLabelEdit() { return m_treeEditor.commitNow() && m_listEditor.commitNow(); }
+
+Q_SIGNALS:
+    /// Query files were moved, renamed or deleted, or may have been.
+    void filesChanged();
 
 private:
     void setTools(Commands &commands);
@@ -47,7 +36,6 @@ private:
     void editTreeLabel();
     void editListLabel();
     void modifyInList();
-    void deleteInTree();
     void deleteInList();
     /// Asks, deletes the group of the tree's selected node if it is one, and lists what there is afterwards.
     void deleteSelectedGroup();
@@ -64,7 +52,6 @@ private:
     LabelEditor &m_treeEditor; ///< both editors are owned by their views
     LabelEditor &m_listEditor;
     CatalogueDrag &m_drag; ///< owned by the list
-    std::function<void()> m_filesChanged;
 };
 
 } // namespace qm

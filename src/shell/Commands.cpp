@@ -42,8 +42,8 @@ QString withoutMnemonic(QString caption)
 
 } // namespace
 
-Commands::Commands(ErrorReporter &errors, CommandFacts facts, QWidget *window)
-    : QObject(window), m_errors(errors), m_facts(std::move(facts)), m_window(window)
+Commands::Commands(ErrorReporter &errors, const CommandFacts &facts, QWidget *window)
+    : QObject(window), m_errors(errors), m_facts(facts), m_window(window)
 {
     makeTools();
     fillMenus();
@@ -54,13 +54,13 @@ Commands::Commands(ErrorReporter &errors, CommandFacts facts, QWidget *window)
 void Commands::makeTools()
 {
     for (const MenuDefinition &definition : menuDefinitions()) {
-        const QString id = QString::fromLatin1(definition.id);
+        const QString id = QString(definition.id);
         auto *menu = new QMenu(m_window);
         menu->setObjectName(id);
         m_menus.insert(id, menu);
     }
     for (const ToolDefinition &definition : toolDefinitions()) {
-        const QString id = QString::fromLatin1(definition.id);
+        const QString id = QString(definition.id);
         QMenu *menu = m_menus.value(id);
         QAction *action = menu ? menu->menuAction() : new QAction(this);
         action->setText(tr(definition.caption));
@@ -81,30 +81,30 @@ void Commands::makeTools()
 void Commands::fillMenus()
 {
     for (const MenuDefinition &definition : menuDefinitions()) {
-        QMenu *menu = m_menus.value(QString::fromLatin1(definition.id));
-        for (const char *item : definition.items) {
-            if (*item)
-                menu->addAction(tool(QString::fromLatin1(item)));
-            else
+        QMenu *menu = m_menus.value(QString(definition.id));
+        for (const QLatin1StringView item : definition.items) {
+            if (item == command::separator)
                 menu->addSeparator();
+            else
+                menu->addAction(tool(item));
         }
     }
 }
 
 void Commands::fillMenuBar(QMenuBar &bar) const
 {
-    for (const char *id : menuBarItems())
-        bar.addMenu(menu(QString::fromLatin1(id)));
+    for (const QLatin1StringView id : menuBarItems())
+        bar.addMenu(menu(id));
 }
 
 void Commands::fillButtonBar(QToolBar &bar)
 {
-    for (const char *item : buttonBarItems()) {
-        if (!*item) {
+    for (const QLatin1StringView item : buttonBarItems()) {
+        if (item == command::separator) {
             bar.addSeparator();
             continue;
         }
-        QAction *action = tool(QString::fromLatin1(item));
+        QAction *action = tool(item);
         bar.addAction(action);
         QWidget *button = bar.widgetForAction(action);
         button->setAccessibleName(withoutMnemonic(action->text()));
@@ -119,7 +119,7 @@ bool Commands::eventFilter(QObject *watched, QEvent *event)
         const auto *button = static_cast<QWidget *>(watched);
         for (const QAction *action : button->actions())
             for (const ToolDefinition &definition : toolDefinitions())
-                if (action->objectName() == QLatin1String(definition.id) && !*definition.tip)
+                if (action->objectName() == definition.id && !*definition.tip)
                     return true;
     }
     return QObject::eventFilter(watched, event);
@@ -166,27 +166,35 @@ void Commands::popUp(const QString &id, const QPoint &globalPosition)
 
 void Commands::EnableDisableMenus(const QString &code)
 {
-    trap(m_errors, interfaceProcedure("EnableDisableMenus"), [&] {
-        const EnablingRule &rule = enablingRule(code.toLatin1().constData(), m_facts.scheduleHasRows());
-        auto switchTools = std::begin(kSwitches);
-        for (const Enabling state : rule.states) {
-            if (state != Enabling::Keep)
-                (this->**switchTools)(state == Enabling::On || (state == Enabling::WhenPastePending && m_facts.pastePending()));
-            ++switchTools;
-        }
-        for (const char *kept : {"ID_Rename", "ID_SaveAs", "ID_Paste"})
-            refresh(QString::fromLatin1(kept));
-    });
+    trap(m_errors, interfaceProcedure("EnableDisableMenus"),
+         [&] { apply(enablingRule(code.toLatin1().constData(), m_facts.hasScheduledJobs())); });
 }
 
-void Commands::enable(const char *id, bool enabled)
+void Commands::enableForEmptyListSpace(bool groupSelected)
 {
-    const QString key = QString::fromLatin1(id);
+    apply(emptyListSpaceRule(groupSelected));
+}
+
+void Commands::apply(const EnablingRule &rule)
+{
+    auto switchTools = std::begin(kSwitches);
+    for (const Enabling state : rule.states) {
+        if (state != Enabling::Keep)
+            (this->**switchTools)(state == Enabling::On || (state == Enabling::WhenPastePending && m_facts.isPastePending()));
+        ++switchTools;
+    }
+    // What a rule leaves as it was may still have lost what it acts on.
+    for (const QLatin1StringView kept : {command::rename, command::saveAs, command::paste})
+        refresh(kept);
+}
+
+void Commands::enable(const QString &id, bool enabled)
+{
     if (enabled)
-        m_switchedOff.remove(key);
+        m_switchedOff.remove(id);
     else
-        m_switchedOff.insert(key);
-    refresh(key);
+        m_switchedOff.insert(id);
+    refresh(id);
 }
 
 void Commands::refresh(const QString &id)
@@ -199,68 +207,54 @@ void Commands::refresh(const QString &id)
 void Commands::CutCopyEnabled(bool enabled)
 {
     trap(m_errors, interfaceProcedure("CutCopyEnabled"), [&] {
-        enable("ID_Cut", enabled);
-        enable("ID_Copy", enabled);
+        enable(command::cut, enabled);
+        enable(command::copy, enabled);
     });
 }
 
 void Commands::PasteEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("PasteEnabled"), [&] { enable("ID_Paste", enabled); });
+    trap(m_errors, interfaceProcedure("PasteEnabled"), [&] { enable(command::paste, enabled); });
 }
 
 void Commands::GenerateEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("GenerateEnabled"), [&] { enable("ID_Generate", enabled); });
+    trap(m_errors, interfaceProcedure("GenerateEnabled"), [&] { enable(command::generate, enabled); });
 }
 
 void Commands::NewReportGroupEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("NewReportGroupEnabled"), [&] { enable("ID_ReportGroup", enabled); });
+    trap(m_errors, interfaceProcedure("NewReportGroupEnabled"), [&] { enable(command::reportGroup, enabled); });
 }
 
 void Commands::AddNewReportQueryEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("AddNewReportQueryEnabled"), [&] { enable("ID_ReportQuery", enabled); });
+    trap(m_errors, interfaceProcedure("AddNewReportQueryEnabled"), [&] { enable(command::reportQuery, enabled); });
 }
 
 void Commands::SaveAsEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("SaveAsEnabled"), [&] { enable("ID_SaveAs", enabled); });
+    trap(m_errors, interfaceProcedure("SaveAsEnabled"), [&] { enable(command::saveAs, enabled); });
 }
 
 void Commands::NewReportScheduleJobEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("NewReportScheduleJobEnabled"), [&] { enable("ID_ReportJob", enabled); });
+    trap(m_errors, interfaceProcedure("NewReportScheduleJobEnabled"), [&] { enable(command::reportJob, enabled); });
 }
 
 void Commands::RenameEnabled_EH(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("RenameEnabled_EH"), [&] { enable("ID_Rename", enabled); });
+    trap(m_errors, interfaceProcedure("RenameEnabled_EH"), [&] { enable(command::rename, enabled); });
 }
 
 void Commands::ModEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("ModEnabled"), [&] { enable("ID_Modify", enabled); });
+    trap(m_errors, interfaceProcedure("ModEnabled"), [&] { enable(command::modify, enabled); });
 }
 
 void Commands::DelEnabled(bool enabled)
 {
-    trap(m_errors, interfaceProcedure("DelEnabled"), [&] { enable("ID_Delete", enabled); });
-}
-
-void Commands::enableForEmptyListSpace(bool groupSelected)
-{
-    NewReportGroupEnabled(true);
-    AddNewReportQueryEnabled(groupSelected);
-    NewReportScheduleJobEnabled(true);
-    SaveAsEnabled(false);
-    DelEnabled(false);
-    CutCopyEnabled(false);
-    ModEnabled(false);
-    GenerateEnabled(false);
-    if (groupSelected)
-        PasteEnabled(m_facts.pastePending());
+    trap(m_errors, interfaceProcedure("DelEnabled"), [&] { enable(command::del, enabled); });
 }
 
 } // namespace qm

@@ -21,10 +21,17 @@ namespace qm {
 class ErrorReporter;
 
 /// What the enabling rules ask about.
-struct CommandFacts
+class CommandFacts
 {
-    std::function<bool()> pastePending;
-    std::function<bool()> scheduleHasRows;
+public:
+    [[nodiscard]] virtual bool isPastePending() const = 0;
+    [[nodiscard]] virtual bool hasScheduledJobs() const = 0;
+
+protected:
+    CommandFacts() = default;
+    CommandFacts(const CommandFacts &) = default;
+    CommandFacts &operator=(const CommandFacts &) = default;
+    ~CommandFacts() = default;
 };
 
 /// Owns actions and menus, switches them by what is selected, and runs the command of an identifier.
@@ -34,7 +41,8 @@ class Commands final : public QObject
 {
     Q_OBJECT
 public:
-    Commands(ErrorReporter &errors, CommandFacts facts, QWidget *window);
+    /// \p facts is asked from the constructor on.
+    Commands(ErrorReporter &errors, const CommandFacts &facts, QWidget *window);
 
     void fillMenuBar(QMenuBar &bar) const;
     void fillButtonBar(QToolBar &bar);
@@ -44,6 +52,8 @@ public:
 
     /// Gives a tool its command. \p canRun tells whether it can run in the present state; none: always.
     void setCommand(const QString &id, std::function<void()> command, std::function<bool()> canRun = {});
+    /// Asks a tool's command anew whether it can run.
+    void refresh(const QString &id);
     /// Asked before any command runs; while it says no, none does.
     void setGate(std::function<bool()> gate) { m_gate = std::move(gate); }
 
@@ -78,11 +88,11 @@ private:
     };
     void makeTools();
     void fillMenus();
-    void enable(const char *id, bool enabled);
-    void refresh(const QString &id);
+    void apply(const EnablingRule &rule);
+    void enable(const QString &id, bool enabled);
 
     ErrorReporter &m_errors;
-    CommandFacts m_facts;
+    const CommandFacts &m_facts;
     QWidget *m_window;
     QHash<QString, QAction *> m_tools;
     QHash<QString, QMenu *> m_menus;

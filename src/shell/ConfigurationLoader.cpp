@@ -1,5 +1,6 @@
 #include "shell/ConfigurationLoader.h"
 
+#include "core/DataSourcePrefix.h"
 #include "core/ErrorReporter.h"
 #include "framework/Readers.h"
 #include "platform/Files.h"
@@ -65,10 +66,10 @@ void ConfigurationLoader::readDataSources()
         auto source = std::make_shared<QMKDataSource>();
         if (className == QLatin1String("QMMDSMSSql")) {
             source->Info = viewedAs<QMMDSMSSql>(info);
-            source->DatasourceName = QStringLiteral("MSSQL::") + name;
+            source->DatasourceName = QLatin1StringView(kSqlServerPrefix) + name;
         } else if (className == QLatin1String("QMMDSOracle")) {
             source->Info = viewedAs<QMMDSOracle>(info);
-            source->DatasourceName = QStringLiteral("Oracle::") + name;
+            source->DatasourceName = QLatin1StringView(kOraclePrefix) + name;
         } else {
             continue;
         }

@@ -13,10 +13,16 @@ constexpr Procedure kRename{"Rename", QT_TRANSLATE_NOOP("qm::Procedure", "Error 
 constexpr Procedure kDelete{"Delete", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to delete the item"), kModule};
 } // namespace
 
+bool SelectionCommands::canRun(Verb verb) const
+{
+    const auto found = m_actions.find({m_active.current(), verb});
+    return found != m_actions.end() && (!found->second.canRun || found->second.canRun());
+}
+
 void SelectionCommands::run(Verb verb) const
 {
     if (const auto found = m_actions.find({m_active.current(), verb}); found != m_actions.end())
-        found->second();
+        found->second.run();
 }
 
 void SelectionCommands::Modify()

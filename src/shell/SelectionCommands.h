@@ -20,20 +20,28 @@ public:
 
     SelectionCommands(const ActiveControl &active, ErrorReporter &errors) : m_active(active), m_errors(errors) {}
 
-    /// What \p verb does while \p view is the active control.
-    void set(View view, Verb verb, std::function<void()> action) { m_actions[{view, verb}] = std::move(action); }
-    [[nodiscard]] bool canRun(Verb verb) const { return m_actions.contains({m_active.current(), verb}); }
+    /// What \p verb does while \p view is the active control. \p canRun tells whether there is something to do it to; none: always.
+    void set(View view, Verb verb, std::function<void()> action, std::function<bool()> canRun = {})
+    {
+        m_actions[{view, verb}] = {std::move(action), std::move(canRun)};
+    }
+    [[nodiscard]] bool canRun(Verb verb) const;
 
     void Modify();
     void Rename();
     void Delete();
 
 private:
+    struct Action
+    {
+        std::function<void()> run;
+        std::function<bool()> canRun;
+    };
     void run(Verb verb) const;
 
     const ActiveControl &m_active;
     ErrorReporter &m_errors;
-    std::map<std::pair<View, Verb>, std::function<void()>> m_actions;
+    std::map<std::pair<View, Verb>, Action> m_actions;
 };
 
 } // namespace qm

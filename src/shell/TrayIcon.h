@@ -21,7 +21,6 @@ public:
     TrayIcon(const QIcon &icon, const QString &title, QMenu &menu, QObject *parent = nullptr);
 
     [[nodiscard]] static bool isAvailable() { return QSystemTrayIcon::isSystemTrayAvailable(); }
-    [[nodiscard]] bool isShown() const { return m_icon.isVisible(); }
     void showIcon();
     void removeIcon();
     /// The tip, and the first line of the menu.

@@ -1,17 +1,21 @@
 #include "shell/WidgetPrompts.h"
 
+#include "core/InputDuringRun.h"
 #include "core/RuntimeError.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QMessageBox>
+#include <QSettings>
 
 namespace qm {
 
 namespace {
 
 constexpr int kHourglass = 11;
+const QString kFolderKey = QStringLiteral("fileDialogs/");
 constexpr int kButtonsMask = 0xF, kIconMask = 0xF0, kDefaultMask = 0xF00;
 
 struct ButtonMeaning
@@ -82,6 +86,7 @@ qsizetype defaultIndex(int style)
 std::unique_ptr<QMessageBox> makeBox(const QString &text, int style, const QString &title, QWidget *parent)
 {
     auto made = std::make_unique<QMessageBox>(parent);
+    made->setProperty(kInputDuringRun, true); // it lies over the run's own window and must be answered first
     made->setTextFormat(Qt::PlainText);
     made->setText(QString(text).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     made->setWindowTitle(title);
@@ -125,7 +130,7 @@ QWidget *WidgetPrompts::parentWidget() const
 int WidgetPrompts::messageBox(const QString &text, int style, const QString &title)
 {
     endPopUps();
-    if (m_unattended && (style & kButtonsMask) == box::ok) {
+    if (m_unattended > 0 && (style & kButtonsMask) == box::ok) {
         showWithoutWaiting(makeBox(text, style, title, m_mainWindow && m_mainWindow->isVisible() ? m_mainWindow.data() : nullptr));
         return box::idOk;
     }
@@ -158,20 +163,66 @@ QStringList nameFilters(const QString &filter)
     return filters;
 }
 
+namespace {
+
+/// The patterns of all of the filter's kinds of file.
+QStringList patterns(const QString &filter)
+{
+    QStringList all;
+    const QStringList parts = filter.split(u'|');
+    for (qsizetype i = 1; i < parts.size(); i += 2)
+        all += parts.at(i).split(u';');
+    for (QString &pattern : all)
+        pattern = pattern.trimmed();
+    return all;
+}
+
+} // namespace
+
+QString WidgetPrompts::firstFolder(const FileDialogRequest &request) const
+{
+    if (request.remembered.isEmpty())
+        return request.folder;
+    QString folder = m_folders.value(request.remembered);
+    if (folder.isEmpty() && !m_stateFile.isEmpty())
+        folder = QSettings(m_stateFile, QSettings::IniFormat).value(kFolderKey + request.remembered).toString();
+    return !folder.isEmpty() && QDir(folder).exists() ? folder : request.folder;
+}
+
+void WidgetPrompts::rememberFolder(const FileDialogRequest &request, const QString &folder)
+{
+    if (request.remembered.isEmpty())
+        return;
+    m_folders.insert(request.remembered, folder);
+    if (!m_stateFile.isEmpty())
+        QSettings(m_stateFile, QSettings::IniFormat).setValue(kFolderKey + request.remembered, folder);
+}
+
 std::optional<QString> WidgetPrompts::chooseFile(const FileDialogRequest &request, bool save)
 {
     endPopUps();
-    QFileDialog dialog(parentWidget(), request.title, request.folder);
-    dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
-    dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-    dialog.setOption(QFileDialog::DontConfirmOverwrite);
-    dialog.setNameFilters(nameFilters(request.filter));
-    dialog.setDefaultSuffix(request.defaultSuffix);
+    // The window that asks is the one in which the operator just pressed something; if it goes, the dialog goes with it.
+    QWidget *const asking = QApplication::activeWindow();
+    const QPointer<QFileDialog> dialog = new QFileDialog(asking ? asking : parentWidget(), request.title, firstFolder(request));
+    dialog->setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog->setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
+    dialog->setNameFilters(nameFilters(request.filter));
+    dialog->setDefaultSuffix(request.defaultSuffix);
     if (!request.fileName.isEmpty())
-        dialog.selectFile(request.fileName);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        dialog->selectFile(request.fileName);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
         return std::nullopt;
-    return QDir::toNativeSeparators(dialog.selectedFiles().first());
+    const QStringList chosen = dialog->selectedFiles();
+    delete dialog;
+    if (!accepted || chosen.isEmpty())
+        return std::nullopt;
+    rememberFolder(request, QFileInfo(chosen.first()).absolutePath());
+    // The dialog takes what follows any dot for a suffix.
+    const bool lacksSuffix =
+        save && !request.defaultSuffix.isEmpty() && !QDir::match(patterns(request.filter), QFileInfo(chosen.first()).fileName());
+    return QDir::toNativeSeparators(lacksSuffix ? chosen.first() + u'.' + request.defaultSuffix : chosen.first());
 }
 
 std::optional<QString> WidgetPrompts::chooseSaveFile(const FileDialogRequest &request)
@@ -191,7 +242,7 @@ void WidgetPrompts::pointer(int shape)
         return;
     m_hourglass = hourglass;
     if (hourglass)
-        QApplication::setOverrideCursor(Qt::WaitCursor);
+        QApplication::setOverrideCursor(m_unattended > 0 ? Qt::BusyCursor : Qt::WaitCursor); // the operator can go on, or not
     else
         QApplication::restoreOverrideCursor();
 }

@@ -9,18 +9,23 @@ namespace qm {
 
 namespace {
 
-const QString kGeometry = QStringLiteral("frmMain/geometry");
-const QString kScheduleHeader = QStringLiteral("dtblScheduleTable/header");
+/// The keys of the state file.
+namespace keys {
 
-QString splitterKey(const QSplitter &splitter)
+const QString geometry = QStringLiteral("frmMain/geometry");
+const QString scheduleHeader = QStringLiteral("dtblScheduleTable/header");
+
+QString splitter(const QSplitter &splitter)
 {
     return splitter.objectName() + QStringLiteral("/state");
 }
 
-QString widthsKey(QChar level)
+QString listWidths(QChar level)
 {
     return QStringLiteral("lvListView/widths") + level;
 }
+
+} // namespace keys
 
 /// Levels that have columns.
 constexpr QChar kLevels[]{u'R', u'G'};
@@ -32,14 +37,14 @@ void WindowState::restore(const WindowParts &parts) const
     if (m_path.isEmpty())
         return;
     const QSettings settings(m_path, QSettings::IniFormat);
-    parts.window.restoreGeometry(settings.value(kGeometry).toByteArray());
+    parts.window.restoreGeometry(settings.value(keys::geometry).toByteArray());
     for (QSplitter *splitter : parts.splitters)
-        splitter->restoreState(settings.value(splitterKey(*splitter)).toByteArray());
-    parts.scheduleTable.horizontalHeader()->restoreState(settings.value(kScheduleHeader).toByteArray());
+        splitter->restoreState(settings.value(keys::splitter(*splitter)).toByteArray());
+    parts.scheduleTable.horizontalHeader()->restoreState(settings.value(keys::scheduleHeader).toByteArray());
     CatalogueListView::ColumnWidths widths;
     for (const QChar level : kLevels) {
         QList<int> pixels;
-        for (const QVariant &width : settings.value(widthsKey(level)).toList())
+        for (const QVariant &width : settings.value(keys::listWidths(level)).toList())
             pixels.append(width.toInt());
         if (!pixels.isEmpty() && !pixels.contains(0))
             widths.insert(level, pixels);
@@ -52,12 +57,12 @@ void WindowState::save(const WindowParts &parts) const
     if (m_path.isEmpty())
         return;
     QSettings settings(m_path, QSettings::IniFormat);
-    settings.setValue(kGeometry, parts.window.saveGeometry());
+    settings.setValue(keys::geometry, parts.window.saveGeometry());
     for (const QSplitter *splitter : parts.splitters)
-        settings.setValue(splitterKey(*splitter), splitter->saveState());
-    settings.setValue(kScheduleHeader, parts.scheduleTable.horizontalHeader()->saveState());
+        settings.setValue(keys::splitter(*splitter), splitter->saveState());
+    settings.setValue(keys::scheduleHeader, parts.scheduleTable.horizontalHeader()->saveState());
     for (auto it = parts.list.columnWidths().cbegin(); it != parts.list.columnWidths().cend(); ++it)
-        settings.setValue(widthsKey(it.key()), QVariantList(it->cbegin(), it->cend()));
+        settings.setValue(keys::listWidths(it.key()), QVariantList(it->cbegin(), it->cend()));
 }
 
 } // namespace qm

@@ -2,6 +2,7 @@
 
 #include "catalogue/CatalogueKeys.h"
 #include "core/ErrorReporter.h"
+#include "core/Prompts.h"
 #include "datasources/ConnectionTester.h"
 #include "datasources/frmAddNewDataSource.h"
 #include "datasources/frmDataSource.h"
@@ -14,18 +15,22 @@
 #include "scheduler/ScheduleTableView.h"
 #include "shell/CaptionPanel.h"
 #include "shell/CatalogueCommands.h"
+#include "shell/ElidedLabel.h"
 #include "shell/Icons.h"
 #include "shell/LeftToRightDelegate.h"
+#include "shell/MenuKey.h"
+#include "shell/ScheduleStatus.h"
+#include "shell/ScreenFit.h"
 #include "shell/frmAbout.h"
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QLabel>
 #include <QLayout>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 
 namespace qm {
@@ -40,24 +45,18 @@ constexpr Procedure kTrayDoubleClick{"TrayIcon_LeftDoubleClick", kUnanticipated,
 constexpr Procedure kHelpContents{"HelpContentsClicked", QT_TRANSLATE_NOOP("qm::Procedure", "Error occured while trying to display Help."),
                                   kModule};
 
+const QString kScheduleCode = QStringLiteral("D");
 constexpr QSize kFirstSize(1180, 760);
 constexpr int kTreeWidth = 300;
 constexpr int kButtonIcon = 22;
-
-QString id(const char *identifier)
-{
-    return QString::fromLatin1(identifier);
-}
+constexpr int kCloseAgainMs = 300;
 
 } // namespace
 
 frmMain::frmMain(MainWindowServices services)
-    : m_services(std::move(services)), m_state(m_services.stateFile),
-      m_commands(m_services.errors,
-                 {[this] { return m_catalogue && m_catalogue->pendingPaste().isPending(); },
-                  [this] { return m_schedule && m_schedule->table().rows() > 0; }},
-                 this),
-      m_selectionCommands(m_active, m_services.errors), m_runner(m_services.globals, m_services.components, m_services.prompts),
+    : m_services(std::move(services)), m_state(m_services.stateFile), m_commands(m_services.errors, *this, this),
+      m_selectionCommands(m_active, m_services.errors),
+      m_runner(m_services.globals, m_services.components, m_services.prompts, m_services.journal),
       m_loader(m_services.globals, m_services.errors, m_services.readers, m_services.getInstallPath)
 {
     setObjectName(QStringLiteral("frmMain"));
@@ -66,13 +65,16 @@ frmMain::frmMain(MainWindowServices services)
     layout()->setSizeConstraint(QLayout::SetNoConstraint);
     resize(kFirstSize);
 
-    m_catalogue = std::make_unique<CataloguePane>(
-        CataloguePane::Services{m_services.globals, m_services.errors, m_services.makeQueryReader, icons::imageList()}, catalogueHooks(),
-        this);
-    m_schedule =
-        std::make_unique<SchedulePane>(SchedulePane::Services{m_services.globals, m_services.jobReader, m_services.errors,
-                                                              m_services.prompts, m_services.clock, m_services.journal, m_services.help},
-                                       scheduleHooks(), this);
+    m_catalogue = std::make_unique<CataloguePane>(CatalogueServices{m_services.globals, m_services.errors, m_services.prompts,
+                                                                    m_services.components, m_services.makeQueryReader, icons::imageList()},
+                                                  this);
+    m_schedule = std::make_unique<SchedulePane>(
+        SchedulePane::Services{m_services.globals, m_services.jobReader, m_services.errors, m_services.prompts, m_services.clock,
+                               m_services.journal, m_services.help},
+        [this](const QString &interfaceId, bool interactive, std::function<void()> over) {
+            m_runner.RunReport(interfaceId, interactive, std::move(over));
+        },
+        m_services.isProducingRows, this);
     m_schedule->table().setPicture(icons::imageList().value(QStringLiteral("ScheduleJob")));
     for (const int column : {CatalogueList::QueryFile, CatalogueList::ReportFile})
         m_catalogue->lvListView().setItemDelegateForColumn(column, new LeftToRightDelegate(this));
@@ -80,13 +82,13 @@ frmMain::frmMain(MainWindowServices services)
         m_schedule->dtblScheduleTable().setItemDelegateForColumn(column, new LeftToRightDelegate(this));
     m_addDataSource = std::make_unique<frmAddNewDataSource>(m_services.globals, m_services.errors, m_services.prompts, this);
 
-    m_catalogueCommands = std::make_unique<CatalogueCommands>(
-        CatalogueCommands::Services{m_services.globals, m_services.errors, m_services.prompts, m_services.components, icons::imageList()},
-        *m_catalogue, m_commands, m_selectionCommands, [this] { queryFilesChanged(); });
+    m_catalogueCommands = std::make_unique<CatalogueCommands>(*m_catalogue, m_commands, m_selectionCommands);
+    connectCatalogue();
 
     buildBars();
     buildPanes();
     buildTray();
+    connectSchedule();
     setCommands();
     setShortcuts();
 
@@ -94,6 +96,8 @@ frmMain::frmMain(MainWindowServices services)
     m_active.watch(m_catalogue->lvListView(), ActiveControl::View::ListView);
     m_active.watch(m_schedule->dtblScheduleTable(), ActiveControl::View::Datatbl);
     new HelpKey(m_services.help, m_services.errors, this);
+    new MenuKey(this);
+    new ScreenFit(this);
     connect(&m_active, &ActiveControl::changed, this, &frmMain::activeControlChanged);
     m_state.restore(parts());
     m_catalogue->tvTreeView().setFocus();
@@ -108,32 +112,25 @@ frmMain::~frmMain()
     m_catalogue.reset();
 }
 
-CataloguePaneHooks frmMain::catalogueHooks()
+void frmMain::connectCatalogue()
 {
-    CataloguePaneHooks hooks;
-    hooks.enableDisableMenus = [this](const QString &code) { m_commands.EnableDisableMenus(code); };
-    hooks.enableForEmptyListSpace = [this](bool groupSelected) { m_commands.enableForEmptyListSpace(groupSelected); };
-    hooks.setCaption = [this](const QString &caption) { m_ssReportQuery->setCaption(caption); };
-    hooks.popUpRightClickMenu = [this](const QPoint &position) { popUpRightClickMenu(position); };
-    hooks.deleteCommand = [this] { m_commands.sstbrReportsMenuToolbar_ToolClick(id("ID_Delete")); };
-    hooks.modifyReportQuery = [this](const QString &file, const QString &interfaceId) {
-        m_catalogueCommands->ModifyReportQuery(file, interfaceId);
-    };
-    hooks.editNodeLabel = [this](const QModelIndex &node) { m_catalogueCommands->editNodeLabel(node); };
-    return hooks;
+    const CataloguePane *pane = m_catalogue.get();
+    connect(pane, &CataloguePane::selected, &m_commands, &Commands::EnableDisableMenus);
+    connect(pane, &CataloguePane::emptyListSpaceClicked, &m_commands, &Commands::enableForEmptyListSpace);
+    connect(pane, &CataloguePane::captionChanged, this, [this](const QString &caption) { m_ssReportQuery->setCaption(caption); });
+    connect(pane, &CataloguePane::rightClickMenuRequested, this, &frmMain::popUpRightClickMenu);
+    connect(pane, &CataloguePane::deleteRequested, &m_commands, [this] { m_commands.sstbrReportsMenuToolbar_ToolClick(command::del); });
+    connect(m_catalogueCommands.get(), &CatalogueCommands::filesChanged, &m_schedule->table(), &JobTable::refreshFileMarks);
 }
 
-SchedulePaneHooks frmMain::scheduleHooks()
+bool frmMain::isPastePending() const
 {
-    SchedulePaneHooks hooks;
-    hooks.enableDisableMenus = [this](const QString &code) { m_commands.EnableDisableMenus(code); };
-    hooks.popUpRightClickMenu = [this](const QPoint &position) { popUpRightClickMenu(position); };
-    hooks.deleteCommand = [this] { m_commands.sstbrReportsMenuToolbar_ToolClick(id("ID_Delete")); };
-    hooks.focusTree = [this] { m_catalogue->tvTreeView().setFocus(); };
-    hooks.tableEmptied = [this] { m_catalogue->refreshSelectedNode(); };
-    hooks.runReport = [this](const QString &interfaceId, bool interactive) { m_runner.RunReport(interfaceId, interactive); };
-    hooks.isProducingRows = m_services.isProducingRows;
-    return hooks;
+    return m_catalogue && m_catalogue->pendingPaste().isPending();
+}
+
+bool frmMain::hasScheduledJobs() const
+{
+    return m_schedule && m_schedule->table().rows() > 0;
 }
 
 void frmMain::buildBars()
@@ -155,10 +152,11 @@ void frmMain::buildBars()
 
     auto *status = new QStatusBar(this);
     status->setObjectName(QStringLiteral("sbStatusbar"));
-    m_nextSchReport = new QLabel(status);
+    m_nextSchReport = new ElidedLabel(status);
     m_nextSchReport->setObjectName(QStringLiteral("NextSchReport"));
-    m_nextSchReport->setTextFormat(Qt::PlainText);
     m_nextSchReport->setContentsMargins(6, 2, 6, 2);
+    m_scheduleStatus = new ScheduleStatus([this] { return m_runner.progress(); }, status);
+    status->addPermanentWidget(m_scheduleStatus);
     status->addPermanentWidget(m_nextSchReport);
     setStatusBar(status);
 }
@@ -166,7 +164,7 @@ void frmMain::buildBars()
 void frmMain::buildPanes()
 {
     m_ssReportQuery = new CaptionPanel(QStringLiteral("ssReportQuery"), &m_catalogue->lvListView(), this);
-    auto *ssScheduleJob = new CaptionPanel(QStringLiteral("ssScheduleJob"), &m_schedule->dtblScheduleTable(), this);
+    auto *ssScheduleJob = new CaptionPanel(QStringLiteral("ssScheduleJob"), &m_schedule->contents(), this);
     ssScheduleJob->setCaption(tr("Scheduled Reports"));
 
     auto *scheduler = new QSplitter(Qt::Vertical, this);
@@ -191,17 +189,62 @@ void frmMain::buildPanes()
 
 void frmMain::buildTray()
 {
-    QMenu *menu = m_commands.menu(id("ID_TaskBar"));
+    QMenu *menu = m_commands.menu(command::taskBar);
     m_tray = std::make_unique<TrayIcon>(icons::applicationIcon(), windowTitle(), *menu);
     connect(m_tray.get(), &TrayIcon::LeftDoubleClick, this, &frmMain::TrayIcon_LeftDoubleClick);
     connect(m_tray.get(), &TrayIcon::restoreRequested, this, &frmMain::RestoreFromTray);
+    // A dialog or a report does not keep the operator from the tray's menu, but the program cannot end under it.
+    connect(menu, &QMenu::aboutToShow, this, [this] { m_commands.tool(command::exit)->setEnabled(mayRunCommand()); });
+    connect(menu, &QMenu::aboutToHide, this, [this] { m_commands.tool(command::exit)->setEnabled(true); });
+}
+
+void frmMain::connectSchedule()
+{
+    const auto enable = [this] { m_commands.EnableDisableMenus(kScheduleCode); };
+    connect(m_schedule.get(), &SchedulePane::chosen, this, enable);
+    connect(m_schedule.get(), &SchedulePane::menuRequested, this, &frmMain::popUpRightClickMenu);
+    connect(m_schedule.get(), &SchedulePane::deleteRequested, this, [this] { m_commands.sstbrReportsMenuToolbar_ToolClick(command::del); });
+    connect(m_schedule.get(), &SchedulePane::left, this, [this] { m_catalogue->tvTreeView().setFocus(); });
+    connect(&m_schedule->jobs(), &ScheduledJobs::tableEmptied, this, [this] { m_catalogue->refreshSelectedNode(); });
+    // While the schedule is the active view, its commands follow whether it has rows.
+    const auto follow = [this, enable] {
+        if (m_active.current() == ActiveControl::View::Datatbl)
+            enable();
+    };
+    for (const auto changed : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+        connect(&m_schedule->table(), changed, this, follow);
+    connect(&m_schedule->table(), &QAbstractItemModel::modelReset, this, follow);
     connect(&m_schedule->timer(), &ScheduleTimer::countdownChanged, this, [this](const QString &text) {
         m_nextSchReport->setText(text);
         m_tray->setCountdown(text);
     });
-    // A dialog or a report does not keep the operator from the tray's menu, but the program cannot end under it.
-    connect(menu, &QMenu::aboutToShow, this, [this] { m_commands.tool(id("ID_ExitMenu"))->setEnabled(mayRunCommand()); });
-    connect(menu, &QMenu::aboutToHide, this, [this] { m_commands.tool(id("ID_ExitMenu"))->setEnabled(true); });
+    connect(&m_schedule->watch(), &ScheduleWatch::noticeChanged, m_scheduleStatus, &ScheduleStatus::setNotice);
+    connect(m_scheduleStatus, &ScheduleStatus::cancelRequested, &m_runner, &ReportRunner::cancel);
+    connect(&m_runner, &ReportRunner::scheduledRunBegan, this, &frmMain::scheduledRunBegan);
+    connect(&m_runner, &ReportRunner::scheduledRunOver, this, &frmMain::scheduledRunOver);
+    connect(&m_runner, &ReportRunner::runOver, this, &frmMain::runOver);
+}
+
+void frmMain::scheduledRunBegan(const QString &queryFile)
+{
+    m_scheduleStatus->runBegan(queryFile);
+    m_nextSchReport->hide(); // it would count down to what is being made
+    m_tray->setCountdown(m_scheduleStatus->runText());
+    m_commands.refresh(command::generate);
+}
+
+void frmMain::scheduledRunOver()
+{
+    m_scheduleStatus->runOver();
+    m_nextSchReport->show();
+}
+
+void frmMain::runOver()
+{
+    m_commands.refresh(command::generate);
+    m_schedule->timer().deliverWaitingMature();
+    if (m_closesAfterRun && !m_runner.isRunning())
+        QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
 }
 
 void frmMain::setCommands()
@@ -216,33 +259,34 @@ void frmMain::setCommands()
     m_commands.setGate([this] { return mayRunCommand() && m_catalogueCommands->endLabelEdit(); });
     const auto can = [this](Verb verb) { return [this, verb] { return m_selectionCommands.canRun(verb); }; };
     m_commands.setCommand(
-        id("ID_Modify"), [this] { m_selectionCommands.Modify(); }, can(Verb::Modify));
+        command::modify, [this] { m_selectionCommands.Modify(); }, can(Verb::Modify));
     m_commands.setCommand(
-        id("ID_Rename"), [this] { m_selectionCommands.Rename(); }, can(Verb::Rename));
+        command::rename, [this] { m_selectionCommands.Rename(); }, can(Verb::Rename));
     m_commands.setCommand(
-        id("ID_Delete"), [this] { m_selectionCommands.Delete(); }, can(Verb::Delete));
-    m_commands.setCommand(id("ID_ReportJob"), [this] { addNewScheduledJob(); });
-    m_commands.setCommand(id("ID_Generate"), [this] { generate(); });
-    m_commands.setCommand(id("ID_E-mailSettings"), [this] { editEmailSettings(); });
+        command::del, [this] { m_selectionCommands.Delete(); }, can(Verb::Delete));
+    m_commands.setCommand(command::reportJob, [this] { addNewScheduledJob(); });
+    m_commands.setCommand(
+        command::generate, [this] { generate(); }, [this] { return !m_runner.isRunning(); });
+    m_commands.setCommand(command::emailSettings, [this] { editEmailSettings(); });
     if (m_services.connectionTester)
-        m_commands.setCommand(id("ID_ConnectionInformation"), [this] { editDataSources(); });
-    m_commands.setCommand(id("ID_ContentsMenu"), [this] { HelpContentsClicked(); });
-    m_commands.setCommand(id("ID_HelpButton"), [this] { HelpContentsClicked(); });
-    m_commands.setCommand(id("ID_AboutQuillmarkReportsMenu"), [this] { showAbout(); });
-    m_commands.setCommand(id("ID_ExitMenu"), [this] { close(); });
-    m_commands.setCommand(id("ID_KeepOnTaskbarMenu"), [this] { hideToNotificationArea(); });
+        m_commands.setCommand(command::connectionInformation, [this] { editDataSources(); });
+    m_commands.setCommand(command::contents, [this] { HelpContentsClicked(); });
+    m_commands.setCommand(command::helpButton, [this] { HelpContentsClicked(); });
+    m_commands.setCommand(command::about, [this] { showAbout(); });
+    m_commands.setCommand(command::exit, [this] { close(); });
+    m_commands.setCommand(command::keepOnTaskbar, [this] { hideToNotificationArea(); });
 }
 
 void frmMain::setShortcuts()
 {
-    m_commands.tool(id("ID_ContentsMenu"))->setShortcut(QKeySequence::HelpContents);
+    m_commands.tool(command::contents)->setShortcut(QKeySequence::HelpContents);
     // Delete has none: the views decide by key what it may delete.
-    const std::pair<const char *, QKeySequence> ofViews[]{{"ID_Rename", QKeySequence(Qt::Key_F2)},
-                                                          {"ID_Cut", QKeySequence::Cut},
-                                                          {"ID_Copy", QKeySequence::Copy},
-                                                          {"ID_Paste", QKeySequence::Paste}};
+    const std::pair<QLatin1StringView, QKeySequence> ofViews[]{{command::rename, QKeySequence(Qt::Key_F2)},
+                                                               {command::cut, QKeySequence::Cut},
+                                                               {command::copy, QKeySequence::Copy},
+                                                               {command::paste, QKeySequence::Paste}};
     for (const auto &[identifier, keys] : ofViews) {
-        QAction *action = m_commands.tool(id(identifier));
+        QAction *action = m_commands.tool(identifier);
         action->setShortcut(keys);
         action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
         m_catalogue->tvTreeView().addAction(action);
@@ -269,10 +313,28 @@ void frmMain::Form_Load()
 
 void frmMain::closeEvent(QCloseEvent *event)
 {
-    if (!mayRunCommand()) {
+    const bool isRunAtHand = m_runner.isRunning() && !QApplication::activeModalWidget() && !isEditing();
+    if ((isRunAtHand || mayRunCommand()) && !m_closesAfterRun && !mayLeaveJobs()) {
         event->ignore();
         return;
     }
+    if (isRunAtHand && m_runner.isRunning()) {
+        // The end of the program is the end of the run at hand. The jobs behind it stay as they are, for the next start.
+        event->ignore();
+        m_closesAfterRun = true;
+        setEnabled(false);
+        m_schedule->timer().end();
+        m_scheduleStatus->runEnds();
+        m_runner.cancel();
+        return;
+    }
+    if (!mayRunCommand()) {
+        event->ignore();
+        if (m_closesAfterRun)
+            QTimer::singleShot(kCloseAgainMs, this, &QWidget::close);
+        return;
+    }
+    m_schedule->timer().end();
     m_state.save(parts());
     m_tray->removeIcon();
     if (m_about)
@@ -283,10 +345,30 @@ void frmMain::closeEvent(QCloseEvent *event)
     m_services.endProgram();
 }
 
+bool frmMain::mayLeaveJobs()
+{
+    const std::optional<QString> why = m_schedule->watch().saveUnsaved();
+    if (!why)
+        return true;
+    const int answer = m_services.prompts.messageBox(
+        tr("The scheduled jobs could not be saved to \"%1\":\r\n%2\r\n\r\n"
+           "What has changed in them since is lost when the program ends. End it all the same?")
+            .arg(m_services.globals.gstrInstallPath + QStringLiteral("Config") + kSep + QStringLiteral("Jobs.cfg"), *why),
+        box::yesNo | box::exclamation | box::defaultButton2, QString::fromLatin1(kApplicationTitle));
+    if (answer != box::idYes)
+        return false;
+    m_services.journal.note(QStringLiteral("the program ends although the job file could not be saved: %1").arg(*why));
+    return true;
+}
+
+bool frmMain::isEditing() const
+{
+    return m_services.isEditing && m_services.isEditing();
+}
+
 bool frmMain::mayRunCommand() const
 {
-    const bool isEditing = m_services.isEditing && m_services.isEditing();
-    return !QApplication::activeModalWidget() && !m_services.isProducingRows() && !isEditing;
+    return !QApplication::activeModalWidget() && !m_services.isProducingRows() && !isEditing();
 }
 
 void frmMain::hideToNotificationArea()
@@ -324,7 +406,7 @@ void frmMain::HelpContentsClicked()
 
 void frmMain::popUpRightClickMenu(const QPoint &globalPosition)
 {
-    m_commands.popUp(id("ID_RightClick"), globalPosition);
+    m_commands.popUp(command::rightClick, globalPosition);
 }
 
 void frmMain::activeControlChanged()
@@ -335,7 +417,7 @@ void frmMain::activeControlChanged()
         JobTable &jobs = m_schedule->table();
         if (jobs.selectedRow() >= 0)
             m_services.globals.gstrCurrentQueryFile = jobs.row(jobs.selectedRow()).queryFile;
-        code = QStringLiteral("D");
+        code = kScheduleCode;
     } else if (m_active.current() == ActiveControl::View::ListView && selected.rowIndex() >= 0) {
         code = selectionCode(selected.rowKey());
     }
@@ -345,9 +427,12 @@ void frmMain::activeControlChanged()
 void frmMain::generate()
 {
     const CatalogueSelection &selected = m_catalogue->selection();
-    // The schedule may have changed the current query since the row was chosen.
+    const JobTable &jobs = m_schedule->table();
+    // The schedule may have changed the current query since the row was chosen, or the selected job.
     if (m_active.current() == ActiveControl::View::ListView && isLevel(selected.rowKey(), selection::query))
         m_services.globals.gstrCurrentQueryFile = selected.row().subItems[CatalogueList::QueryFile - 1];
+    else if (m_active.current() == ActiveControl::View::Datatbl && jobs.selectedRow() >= 0)
+        m_services.globals.gstrCurrentQueryFile = jobs.row(jobs.selectedRow()).queryFile;
     const TreeNode node = selected.node();
     const QString interfaceId = isLevel(node.key, selection::package) ? node.tag : selected.parentNode().tag;
     m_runner.RunReport(interfaceId, true);
@@ -360,17 +445,6 @@ void frmMain::addNewScheduledJob()
         m_schedule->jobs().AddNewScheduledJob(selected.row().tag, selected.parentNode().tag, true);
     else
         m_schedule->jobs().AddNewScheduledJob({}, {}, false);
-}
-
-void frmMain::queryFilesChanged()
-{
-    JobTable &jobs = m_schedule->table();
-    jobs.refreshFileMarks();
-    const QStringList orphans = jobs.jobsWithoutFile();
-    if (orphans.isEmpty())
-        statusBar()->clearMessage();
-    else
-        statusBar()->showMessage(tr("Scheduled reports whose query file does not exist: %1").arg(orphans.join(QStringLiteral(", "))));
 }
 
 void frmMain::editDataSources()

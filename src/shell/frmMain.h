@@ -3,11 +3,11 @@
 #pragma once
 
 #include "catalogue/CataloguePane.h"
-#include "scheduler/ReportRunner.h"
 #include "scheduler/SchedulePane.h"
 #include "shell/ActiveControl.h"
 #include "shell/Commands.h"
 #include "shell/ConfigurationLoader.h"
+#include "shell/ReportRunner.h"
 #include "shell/SelectionCommands.h"
 #include "shell/TrayIcon.h"
 #include "shell/WindowState.h"
@@ -15,7 +15,6 @@
 #include <QMainWindow>
 #include <QPointer>
 
-class QLabel;
 class QSplitter;
 
 namespace qm {
@@ -26,8 +25,10 @@ class Clock;
 class ComponentFactory;
 class ConnectionTester;
 class DueTimer;
+class ElidedLabel;
 class HelpFile;
 class Prompts;
+class ScheduleStatus;
 class frmAbout;
 class frmAddNewDataSource;
 
@@ -43,10 +44,10 @@ struct MainWindowServices
     ScheduleJournal &journal;
     JobConfigReader &jobReader;
     ReaderFactories readers;
-    Catalogue::QueryReaderMaker makeQueryReader;
+    std::function<std::unique_ptr<QueryReader>()> makeQueryReader;
     std::function<QString()> getInstallPath;
     std::function<std::unique_ptr<DueTimer>()> makeDueTimer;
-    std::function<bool()> isProducingRows;        ///< whether a report is being made right now
+    std::function<bool()> isProducingRows;        ///< whether a report is being made that keeps the operator waiting
     std::function<bool()> isEditing = {};         ///< whether a package's editor is open that has no window here; may be empty
     std::function<void()> closeViewers;           ///< closes the windows that reports opened
     std::function<void()> endProgram;             ///< called when the window was closed
@@ -56,7 +57,7 @@ struct MainWindowServices
 
 /// Makes the widgets, owns the collaborators and connects them. The catalogue's work is in CataloguePane, the schedule's in SchedulePane,
 /// the commands' in Commands.
-class frmMain final : public QMainWindow
+class frmMain final : public QMainWindow, private CommandFacts
 {
     Q_OBJECT
 public:
@@ -80,8 +81,10 @@ protected:
 private:
     void TrayIcon_LeftDoubleClick();
     void HelpContentsClicked();
-    [[nodiscard]] CataloguePaneHooks catalogueHooks();
-    [[nodiscard]] SchedulePaneHooks scheduleHooks();
+    void connectCatalogue();
+    void connectSchedule();
+    [[nodiscard]] bool isPastePending() const override;
+    [[nodiscard]] bool hasScheduledJobs() const override;
     void buildBars();
     void buildPanes();
     void buildTray();
@@ -90,13 +93,17 @@ private:
     void activeControlChanged();
     void generate();
     void addNewScheduledJob();
-    /// After query files moved or went: marks the jobs that point to nothing, and names them.
-    void queryFilesChanged();
+    void scheduledRunBegan(const QString &queryFile);
+    void scheduledRunOver();
+    void runOver();
     void editDataSources();
     void editEmailSettings();
     void showAbout();
     void popUpRightClickMenu(const QPoint &globalPosition);
     [[nodiscard]] bool mayRunCommand() const;
+    [[nodiscard]] bool isEditing() const;
+    /// Whether all jobs are saved, or the operator has the program end without.
+    [[nodiscard]] bool mayLeaveJobs();
     [[nodiscard]] WindowParts parts();
 
     MainWindowServices m_services;
@@ -114,7 +121,9 @@ private:
     CaptionPanel *m_ssReportQuery = nullptr;
     QSplitter *m_splitterMain = nullptr;
     QSplitter *m_splitterListView = nullptr;
-    QLabel *m_nextSchReport = nullptr;
+    ElidedLabel *m_nextSchReport = nullptr;
+    ScheduleStatus *m_scheduleStatus = nullptr;
+    bool m_closesAfterRun = false;
     QPointer<frmAbout> m_about;
 };
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "app/Program.h"
+#include "engine/run/RunLedger.h"
 #include "platform/Files.h"
-#include "reporting/engine/RunLedger.h"
 #include "scheduler/ScheduleTableView.h"
 #include "support/Fakes.h"
 #include "support/TempInstallation.h"

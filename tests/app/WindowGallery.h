@@ -7,12 +7,13 @@
 #include "email/frmEmailSettings.h"
 #include "help/HelpFile.h"
 #include "help/viewer/frmHelp.h"
-#include "reporting/ui/frmQueryEditor.h"
-#include "reporting/ui/frmReportDone.h"
-#include "reporting/ui/frmReportParameters.h"
-#include "reporting/ui/frmReportProgress.h"
-#include "reporting/ui/frmReportViewer.h"
-#include "reporting_ui/ReportingFixture.h"
+#include "reporting/ReportingFixture.h"
+#include "reporting/common/frmReportDone.h"
+#include "reporting/common/frmReportParameters.h"
+#include "reporting/editor/frmQueryEditor.h"
+#include "reporting/generate/RunProgress.h"
+#include "reporting/generate/frmReportProgress.h"
+#include "reporting/viewer/frmReportViewer.h"
 #include "scheduler/frmScheduledReport.h"
 #include "shell/ShellHarness.h"
 #include "shell/frmAbout.h"
@@ -118,11 +119,12 @@ public:
                 visit(u"frmQueryEditor, %1"_s.arg(page), editor);
             }
         }
-        const Query query = *reporting.engine.readQuery(file);
+        const LocatedQuery query = reporting.engine.locate(file);
         frmReportParameters parameters(query, {}, reporting.clock, nullptr);
         visit(u"frmReportParameters"_s, parameters);
-        const std::atomic<std::int64_t> rows{1234};
-        frmReportProgress progress(u"Events"_s, rows, nullptr);
+        RunProgress run;
+        run.setRows(1234);
+        frmReportProgress progress(u"Events"_s, run, nullptr);
         visit(u"frmReportProgress"_s, progress);
         auto *done = new frmReportDone(u"Events"_s, file, 3, 4096, {}); // deletes itself
         visit(u"frmReportDone"_s, *done);

@@ -58,7 +58,7 @@ private Q_SLOTS:
         program.window->Form_Load();
         program.window->show();
         QTRY_COMPARE_WITH_TIMEOUT(mail.taken(), 2, 30'000);
-        QTRY_COMPARE_WITH_TIMEOUT(RunLedger(installation.path()).list(1).front().status, u"done"_s, 20'000);
+        QTRY_COMPARE_WITH_TIMEOUT(RunLedger(installation.path()).list(1).front().status, RunStatus::Done, 20'000);
 
         const TakenMail taken = mail.lastMail();
         QCOMPARE(taken.envelope[u"to"_s].toArray(), QJsonArray{u"audit@example.org"_s});
@@ -74,11 +74,11 @@ private Q_SLOTS:
         QCOMPARE(runs[0].deliveries.size(), std::size_t{1});
         QCOMPARE(runs[0].deliveries[0].state, u"delivered"_s);
         QCOMPARE(runs[0].rows, 3);
-        QCOMPARE(runs[1].status, u"failed"_s);
+        QCOMPARE(runs[1].status, RunStatus::Failed);
         QVERIFY2(runs[1].error.contains(u"550@example.org (refused): 550 5.1.1 No such user here"_s), qPrintable(runs[1].error));
         QCOMPARE(runs[1].deliveries[1].state, u"delivered"_s);
         for (const LedgerEntry &run : runs)
-            QCOMPARE(run.trigger, u"schedule"_s);
+            QCOMPARE(run.trigger, RunTrigger::Schedule);
         const QByteArray log = installation.read(u"Logs/quillmark.log"_s);
         QVERIFY2(log.contains("sent to audit@example.org") && !log.contains(MailServer::kPassword), log.constData());
     }

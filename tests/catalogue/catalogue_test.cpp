@@ -3,6 +3,7 @@
 #include "catalogue/CatalogueKeys.h"
 #include "catalogue/CataloguePane.h"
 #include "core/ErrorReporter.h"
+#include "framework/Components.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
 #include "platform/Files.h"
@@ -23,6 +24,13 @@ QByteArray query(const QByteArray &description, const QByteArray &rest = {})
     return "description = \"" + description + "\"\nsql = \"SELECT 1\"\n" + rest;
 }
 
+class NoComponents final : public ComponentFactory
+{
+public:
+    std::unique_ptr<ReportInterface> createReportInterface(const QString &progId) override { raise(err::cannotCreateObject, progId); }
+    std::unique_ptr<QueryAccess> createQueryAccess(const QString &progId) override { raise(err::cannotCreateObject, progId); }
+};
+
 /// A catalogue over a temporary installation; what it asks of the window is recorded.
 struct Bench
 {
@@ -35,12 +43,9 @@ struct Bench
             package->setPackageInfo(info);
             globals.gdicPackages.Add(info->PackageName, package);
         }
-        CatalogueHooks hooks;
-        hooks.enableDisableMenus = [this](const QString &code) { codes.append(code); };
-        hooks.setCaption = [this](const QString &text) { caption = text; };
-        hooks.expandNode = [this](const QModelIndex &node) { expanded = node.data().toString(); };
-        catalogue = std::make_unique<Catalogue>(
-            globals, errors, selection, [this] { return ++readersMade, std::make_unique<TomlQueryReader>(); }, hooks);
+        QObject::connect(&catalogue, &Catalogue::selected, [this](const QString &code) { codes.append(code); });
+        QObject::connect(&catalogue, &Catalogue::captionChanged, [this](const QString &text) { caption = text; });
+        QObject::connect(&catalogue, &Catalogue::nodeOpened, [this](const QModelIndex &node) { expanded = node.data().toString(); });
     }
     QStringList column(int number) const
     {
@@ -54,7 +59,7 @@ struct Bench
     {
         const QModelIndex node = tree.find(key);
         selection.selectNode(node);
-        catalogue->tvTreeView_NodeClick(node);
+        catalogue.tvTreeView_NodeClick(node);
     }
 
     TempInstallation installation;
@@ -67,7 +72,9 @@ struct Bench
     QStringList codes;
     QString caption, expanded;
     int readersMade = 0;
-    std::unique_ptr<Catalogue> catalogue;
+    NoComponents components;
+    Catalogue catalogue{{globals, errors, prompts, components, [this] { return ++readersMade, std::make_unique<TomlQueryReader>(); }, {}},
+                        selection};
 };
 
 const QString kServer = u"Server Operating System Logs"_s;
@@ -89,7 +96,7 @@ private Q_SLOTS:
         bench.installation.write(groups + u"notes.txt"_s, "a plain file");
         bench.installation.write(groups + u".hidden"_s, "");
         const QAbstractItemModelTester tester(&bench.tree, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        bench.catalogue->PopulateTreeView();
+        bench.catalogue.PopulateTreeView();
 
         QCOMPARE(bench.tree.rowCount(), 3);
         const QModelIndex server = bench.tree.index(0, 0);
@@ -112,7 +119,7 @@ private Q_SLOTS:
 
         // A second build starts from nothing.
         QDir(groups).rmdir(u"b"_s);
-        bench.catalogue->PopulateTreeView();
+        bench.catalogue.PopulateTreeView();
         QCOMPARE(bench.tree.rowCount(), 3);
         QCOMPARE(bench.tree.rowCount(bench.tree.index(0, 0)), 6);
         QVERIFY(bench.prompts.shown.empty());
@@ -128,7 +135,7 @@ private Q_SLOTS:
         bench.installation.write(daily + u"/c.rqnold"_s, "not a query");
         bench.installation.write(daily + u"/sub.rqn/inner.rqn"_s, query("in a folder"));
         const QAbstractItemModelTester tester(&bench.list, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        bench.catalogue->PopulateTreeView();
+        bench.catalogue.PopulateTreeView();
         bench.click(kDaily);
 
         QCOMPARE(bench.list.rows(), 2);
@@ -162,7 +169,7 @@ private Q_SLOTS:
         bench.installation.write(daily + u"/a.rqn"_s, query("First"));
         bench.installation.write(daily + u"/b.rqn"_s, "description = \n");
         bench.installation.write(daily + u"/c.rqn"_s, query("Third"));
-        bench.catalogue->PopulateTreeView();
+        bench.catalogue.PopulateTreeView();
         bench.click(kDaily);
         QCOMPARE(bench.column(0), QStringList(u"First"_s));
         QCOMPARE(bench.prompts.shown.size(), std::size_t{1});
@@ -172,8 +179,8 @@ private Q_SLOTS:
                  qPrintable(text));
         QVERIFY(text.contains(u"b.rqn"_s));
         QCOMPARE(bench.codes.last(), u"G"_s); // the click itself went on
-        QCOMPARE(bench.catalogue->PopulateQueriesInListView(daily), 0);
-        QCOMPARE(bench.catalogue->PopulateQueriesInListView(bench.folder(u"Mail"_s, u"Empty"_s)), 0);
+        QCOMPARE(bench.catalogue.PopulateQueriesInListView(daily), 0);
+        QCOMPARE(bench.catalogue.PopulateQueriesInListView(bench.folder(u"Mail"_s, u"Empty"_s)), 0);
         QCOMPARE(bench.list.columnCount(), 4);
     }
 
@@ -181,8 +188,8 @@ private Q_SLOTS:
     {
         Bench bench;
         bench.folder(u"Server"_s, u"Daily"_s);
-        bench.catalogue->PopulateTreeView();
-        bench.catalogue->tvTreeView_NodeClick({});
+        bench.catalogue.PopulateTreeView();
+        bench.catalogue.tvTreeView_NodeClick({});
         QCOMPARE(bench.prompts.shown.size(), std::size_t{1});
         QVERIFY(bench.prompts.shown[0].text.startsWith(
             u"Unanticipated error occured in the User Interface\r\n\r\nFunction Name:  tvTreeView_NodeClick\r\n"
@@ -195,13 +202,13 @@ private Q_SLOTS:
     {
         Bench bench;
         bench.globals.gdicPackages.RemoveAll();
-        bench.catalogue->PopulateTreeView();
+        bench.catalogue.PopulateTreeView();
         QCOMPARE(bench.prompts.shown.size(), std::size_t{1});
         QVERIFY(bench.prompts.shown[0].text.startsWith(u"Error occured while populating the tree view control."_s));
         // Handlers that report nothing stay silent with nothing selected.
-        bench.catalogue->lvListView_ItemClick(3);
-        bench.catalogue->lvListView_MouseUp();
-        QVERIFY(!bench.catalogue->tvTreeView_BeforeLabelEdit());
+        bench.catalogue.lvListView_ItemClick(3);
+        bench.catalogue.lvListView_MouseUp();
+        QVERIFY(!bench.catalogue.tvTreeView_BeforeLabelEdit());
         QCOMPARE(bench.prompts.shown.size(), std::size_t{1});
     }
 };

@@ -71,8 +71,12 @@ struct Session
         frmDataSource form({globals, reader, tester, errors, prompts, help, addDialog});
         QTimer::singleShot(0, &form, [&] {
             use(form);
-            if (form.isVisible() && !leaveOpen)
+            if (QTest::currentTestFailed())
+                prompts.answers = {box::idNo}; // whatever it asks, it closes
+            if (form.isVisible())
                 form.findChild<QPushButton *>(u"cmdOK"_s)->click();
+            if (form.isVisible())
+                form.done(QDialog::Rejected); // it asked what it must not ask
         });
         form.showModal();
     }
@@ -98,7 +102,6 @@ struct Session
     TomlDataSourceFileReader reader;
     Globals globals;
     frmAddNewDataSource addDialog;
-    bool leaveOpen = false;
 };
 
 QLineEdit *field(QWidget &form, const char *name)
@@ -192,6 +195,98 @@ private Q_SLOTS:
         QVERIFY(s.prompts.answers.empty());
     }
 
+    void what_is_saved_follows_the_chosen_security()
+    {
+        Session s;
+        s.addSqlServer(u"One"_s, 1);
+        s.addSqlServer(u"Two"_s, 0);
+        const auto saved = [&](frmDataSource &form) {
+            click(form, "cmdSave");
+            const auto info = std::dynamic_pointer_cast<QMMDSMSSql>(s.reader.ReadDataSource(s.config("One.dsf")));
+            const auto kept = std::dynamic_pointer_cast<QMMDSMSSql>(s.globals.gdicDataSources.at(u"MSSQL::One.dsf"_s)->Info);
+            const auto text = [](const QMMDSMSSql &each) {
+                return u"%1 %2 %3 '%4' '%5'"_s.arg(each.ServerName, each.DatabaseName, QString::number(each.ConnectionType), each.UserName,
+                                                   each.Password);
+            };
+            return text(*info) == text(*kept) ? text(*info) : u"table and file differ"_s;
+        };
+        s.edit([&](frmDataSource &form) {
+            const auto option = [&](int index) { return form.findChild<QRadioButton *>(u"optConnectionType%1"_s.arg(index)); };
+            QVERIFY(option(1)->isChecked());
+            QCOMPARE(field(form, "txtUserName")->text(), u"auditor"_s);
+            field(form, "txtPassword")->setText(u"secret"_s);
+            QCOMPARE(saved(form), u"One-server Events 1 'auditor' 'secret'"_s);
+            QCOMPARE(s.globals.gdicDataSources.Keys(), QStringList({u"MSSQL::Two.dsf"_s, u"MSSQL::One.dsf"_s})); // edited: at the end
+            field(form, "txtPassword")->setText(u"typed"_s);
+            choose(form, 0); // the same source again, as it was saved
+            QCOMPARE(field(form, "txtPassword")->text(), u"secret"_s);
+            option(0)->click();
+            QCOMPARE(field(form, "txtPassword")->text(), u"secret"_s); // shown, but nobody's
+            QCOMPARE(saved(form), u"One-server Events 0 '' ''"_s);
+            option(1)->click();
+            field(form, "txtUserName")->clear();
+            QCOMPARE(saved(form), u"One-server Events 0 '' ''"_s);
+            QCOMPARE(s.lastBox(), u"Please fill in all the fields."_s);
+            field(form, "txtUserName")->setText(u"x"_s);
+            field(form, "txtPassword")->clear(); // a user may have none
+            QCOMPARE(saved(form), u"One-server Events 1 'x' ''"_s);
+            for (const char *name : {"txtServerName", "txtDatabase"}) {
+                const QString before = field(form, name)->text();
+                field(form, name)->clear();
+                click(form, "cmdSave");
+                QCOMPARE(s.lastBox(), u"Please fill in all the fields."_s);
+                field(form, name)->setText(before);
+            }
+            click(form, "cmdSave"); // clean: closing asks nothing, and the option alone makes no difference
+            option(0)->click();
+            form.findChild<QComboBox *>(u"cboDataSource"_s)->setEditText(u"typed by hand"_s);
+            click(form, "cmdSave");
+            QCOMPARE(s.lastBox(), u"Datasource information was saved."_s);
+        });
+        QCOMPARE(s.globals.gdicDataSources.Count(), 2);
+        s.edit([&](frmDataSource &form) {
+            choose(form, 1);
+            QVERIFY(form.findChild<QRadioButton *>(u"optConnectionType1"_s)->isChecked());
+            QCOMPARE(field(form, "txtUserName")->text(), u"x"_s);
+        });
+    }
+
+    void a_new_source_begins_empty_and_unsaved()
+    {
+        Session s;
+        s.addSqlServer(u"One"_s, 1);
+        auto oracle = std::make_shared<QMMDSOracle>();
+        oracle->ServerName = oracle->UserName = oracle->Password = u"filled"_s;
+        s.add(u"Oracle::O.dsf"_s, oracle);
+        for (const int type : {0, 1}) {
+            s.edit([&](frmDataSource &form) {
+                choose(form, type);
+                s.answerAddDialog(u"not wanted"_s, type, "cmdCancel");
+                click(form, "cmdAddNew");
+                QCOMPARE(form.findChild<QComboBox *>(u"cboDataSource"_s)->count(), 2);
+                field(form, type ? "txtOraPassword" : "txtPassword")->setText(u"typed"_s);
+                s.answerAddDialog(u"New"_s, type);
+                click(form, "cmdAddNew");
+                const QList<const char *> fields = type ? QList<const char *>{"txtOraServer", "txtOraUser", "txtOraPassword"}
+                                                        : QList<const char *>{"txtServerName", "txtDatabase", "txtUserName", "txtPassword"};
+                for (const char *name : fields) {
+                    QVERIFY2(field(form, name)->text().isEmpty(), name);
+                    field(form, name)->setText(u"y"_s);
+                    field(form, name)->clear();
+                }
+                choose(form, type + 1); // another source and the new one again: still nothing of the other
+                choose(form, 0);
+                for (const char *name : fields)
+                    QVERIFY2(field(form, name)->text().isEmpty(), name);
+                s.answerAddDialog(u"Newer"_s, type);
+                click(form, "cmdAddNew");
+                s.prompts.answers.push_back(box::idNo); // unsaved, though no field was touched
+            });
+            QVERIFY(s.prompts.answers.empty());
+        }
+        QCOMPARE(s.globals.gdicDataSources.Count(), 2);
+    }
+
     void the_test_uses_exactly_these_connection_strings()
     {
         Session s;
@@ -252,6 +347,9 @@ private Q_SLOTS:
         QTimer::singleShot(0, &s.addDialog, [&] { QTest::keyClick(&s.addDialog, Qt::Key_Escape); });
         s.addDialog.showModal();
         QVERIFY(!s.addDialog.IsOK());
+        s.answerAddDialog({}, 0);
+        s.addDialog.showModal();
+        QCOMPARE(s.lastBox(), u"Please enter a name for the new datasource."_s);
         s.answerAddDialog(u"One"_s, 0);
         s.addDialog.showModal();
         QCOMPARE(s.lastBox(), u"This data source already exists.Please choose another name."_s);

@@ -1,6 +1,6 @@
-#include "reporting/delivery/MailAddress.h"
-#include "reporting/delivery/MailMessage.h"
-#include "reporting/delivery/SmtpTranscript.h"
+#include "delivery/MailAddress.h"
+#include "delivery/MailMessage.h"
+#include "delivery/SmtpTranscript.h"
 #include "support/FileBytes.h"
 #include "support/ServerProcess.h"
 
@@ -97,6 +97,14 @@ private Q_SLOTS:
         QCOMPARE(found[u"messageId"_s].toString(), u"<run-1@example.org>"_s);
         message.subject = u"a long subject of plain words "_s.repeated(9) + u"=?UTF-8?B?eA==?="_s;
         QCOMPARE(written(message)[u"subject"_s].toString(), message.subject);
+        // A line may have 998 characters.
+        message.subject = u"see "_s + QString(1200, u'x');
+        message.cc.front().name = QString(1200, u'y');
+        const QJsonObject unbroken = written(message);
+        QCOMPARE(unbroken[u"subject"_s].toString(), message.subject);
+        QVERIFY(unbroken[u"cc"_s].toString().remove(u' ').contains(message.cc.front().name)); // the reader parts encoded words
+        for (const QByteArray &line : bytesOf(m_folder.filePath(u"m.eml"_s)).split('\n'))
+            QVERIFY2(line.size() <= 999, line.left(40).constData());
     }
 
     void attachments_come_back_byte_by_byte_under_their_names()
@@ -155,6 +163,10 @@ private Q_SLOTS:
         for (const char *line : {"", "25", "abc", "\r\n", "250"})
             dialogue.replyLine(line);
         QCOMPARE(dialogue.lastRefusal().code, 451);
+        // A size of zero is no limit (RFC 1870), and a request for more is no consent.
+        for (const char *line : {">EHLO me", "250-mx", "250 SIZE 0", ">RCPT TO:<a@x>", "354 more"})
+            line[0] == '>' ? dialogue.command(line + 1) : dialogue.replyLine(line);
+        QVERIFY(!dialogue.sizeLimit() && !dialogue.recipientReplies().back().isPositive());
     }
 };
 

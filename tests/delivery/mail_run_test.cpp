@@ -1,14 +1,14 @@
+#include "documents/PdfReadBack.h"
+#include "engine/run/RunLedger.h"
 #include "framework/ConfigReaders.h"
 #include "platform/Files.h"
-#include "reporting/engine/RunLedger.h"
-#include "reporting/engine/Sqlite.h"
+#include "sqlite/Sqlite.h"
 #include "support/FileBytes.h"
 #include "support/MailServer.h"
 #include "support/PrintServer.h"
 #include "support/System.h"
 #include "support/TempInstallation.h"
 #include "support/ToolRun.h"
-#include "writers/PdfReadBack.h"
 
 #include <csignal>
 
@@ -96,10 +96,10 @@ private Q_SLOTS:
         settings("starttls", QString::fromUtf8(MailServer::kUser));
         const ToolResult outcome =
             run({mailing(format, "\"Żaneta <a@example.org>\"",
-                         "cc = [\"b@example.org\", \"A@example.org\"]\nbcc = [\"c@example.org\"]\n"
+                         "cc = [\"b@example.org\", \"A@example.org\"]\nbcc = [\"z@example.org\"]\n"
                          "subject = \"{description}: {rows} Zeilen\\r\\nBcc: x@example.org\"\nbody = \"Gruß, {package}\"\n")});
         QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
-        QCOMPARE(outcome.out, u"sent to a@example.org, b@example.org, c@example.org\n"_s);
+        QCOMPARE(outcome.out, u"sent to a@example.org, b@example.org, z@example.org\n"_s);
         QCOMPARE(outcome.err, QString());
         const TakenMail mail = m_server->lastMail();
         QCOMPARE(mail.message[u"problems"_s].toArray(), QJsonArray());
@@ -107,7 +107,9 @@ private Q_SLOTS:
         QCOMPARE(mail.envelope[u"from"_s].toString(), u"reports@example.org"_s);
         QVERIFY(mail.envelope[u"tls"_s].toBool());
         QCOMPARE(mail.message[u"subject"_s].toString(), u"Anmeldungen – März: 3 Zeilen Bcc: x@example.org"_s);
-        QVERIFY(!mail.message.contains(u"bcc"_s));
+        QCOMPARE(mail.message[u"cc"_s].toString(), u"b@example.org, A@example.org"_s);
+        const QString raw = mail.attachedFile(0).chopped(2);
+        QVERIFY(!bytesOf(raw).isEmpty() && !bytesOf(raw).contains("z@example.org")); // a blind copy is seen by nobody else; no hexadecimal digit, which would be the end of a message ID
         const QString text = mail.message[u"text"_s].toString();
         QVERIFY2(text.startsWith(u"Gruß, Server Operating System Logs"_s), qPrintable(text));
         QCOMPARE(text.contains(u"Rows: 3"_s), format == "csv"); // the other formats state it themselves
@@ -119,10 +121,10 @@ private Q_SLOTS:
         QVERIFY2(bytes.startsWith(begin), bytes.left(200).constData());
 
         const LedgerEntry ledger = lastRun();
-        QCOMPARE(ledger.status, u"done"_s);
+        QCOMPARE(ledger.status, RunStatus::Done);
         QCOMPARE(ledger.outputType, u"email"_s);
         QCOMPARE(ledger.rows, 3);
-        QCOMPARE(states(ledger), u"a=delivered b=delivered c=delivered"_s);
+        QCOMPARE(states(ledger), u"a=delivered b=delivered z=delivered"_s);
         QCOMPARE(ledger.sha256, QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex()));
         QVERIFY(outbox().isEmpty());
         QCOMPARE(QDir(m_installation->path() + u"Reports"_s).entryList(QDir::Files), QStringList());
@@ -169,7 +171,7 @@ private Q_SLOTS:
         QCOMPARE(outcome.code, 1);
         QVERIFY2(outcome.err.contains(said), qPrintable(outcome.err));
         QCOMPARE(m_server->taken(), before);
-        QCOMPARE(lastRun().status, u"failed"_s);
+        QCOMPARE(lastRun().status, RunStatus::Failed);
     }
 
     void the_sender_is_the_user_of_the_settings_where_that_is_an_address()
@@ -197,7 +199,7 @@ private Q_SLOTS:
                      outcome.err.contains(u"450@example.org (deferred): 450 4.2.1 Mailbox busy"_s),
                  qPrintable(outcome.err));
         QVERIFY2(outcome.err.contains(u"--resend 1"_s), qPrintable(outcome.err));
-        QCOMPARE(lastRun().status, u"failed"_s);
+        QCOMPARE(lastRun().status, RunStatus::Failed);
         QCOMPARE(states(lastRun()), u"450=deferred 550=refused a=delivered once450=delivered"_s);
         // Those that had it did not get it again when the one was tried again.
         QCOMPARE(m_server->lastMail().envelope[u"to"_s].toArray(), QJsonArray{u"once450@run.example"_s});
@@ -212,6 +214,14 @@ private Q_SLOTS:
         outcome = run({u"--resend"_s, u"1"_s});
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outbox().size(), 1);
+        QCOMPARE(lastRun().status, RunStatus::Failed);
+        {
+            QLockFile other(m_installation->path() + u"Outbox/run-1.eml.lock"_s);
+            QVERIFY(other.tryLock());
+            const int taken = m_server->taken();
+            QVERIFY(run({u"--resend"_s, u"1"_s}).err.contains(u"by another process"_s));
+            QCOMPARE(m_server->taken(), taken);
+        }
         int code = SQLITE_OK;
         const auto ledger = sqlite::open(RunLedger(m_installation->path()).path(), SQLITE_OPEN_READWRITE, code);
         QCOMPARE(sqlite::execute(ledger.get(), "UPDATE delivery SET target = 'mended@example.org' WHERE target LIKE '5%';"
@@ -222,7 +232,7 @@ private Q_SLOTS:
         QCOMPARE(outcome.out, u"sent to mended@example.org\n"_s);
         QCOMPARE(m_server->lastMail().envelope[u"to"_s].toArray(), QJsonArray{u"mended@example.org"_s});
         QCOMPARE(m_server->lastMail().message[u"messageId"_s].toString(), first);
-        QCOMPARE(lastRun().status, u"done"_s);
+        QCOMPARE(lastRun().status, RunStatus::Done);
         QVERIFY(outbox().isEmpty());
         QVERIFY(run({u"--resend"_s, u"1"_s}).err.contains(u"has reached all"_s));
         QVERIFY(run({u"--resend"_s, u"7"_s}).err.contains(u"no run 7"_s));
@@ -245,14 +255,14 @@ private Q_SLOTS:
         const QString file = mailing("pdf", "\"slow20@example.org\"");
         const auto isSending = [&] {
             const auto all = RunLedger(m_installation->path()).list();
-            return !all.empty() && all.front().status == u"running" && states(all.front()) == u"slow20=unknown";
+            return !all.empty() && all.front().status == RunStatus::Running && states(all.front()) == u"slow20=unknown";
         };
         auto process = started({file});
         QTRY_VERIFY_WITH_TIMEOUT(isSending(), 10'000);
         if (interrupt(*process, SIGINT)) { // on Windows a program without a console cannot be
             const ToolResult outcome = finished(*process);
             QVERIFY2(outcome.err.contains(u"cancelled"_s), qPrintable(outcome.err));
-            QCOMPARE(lastRun().status, u"cancelled"_s);
+            QCOMPARE(lastRun().status, RunStatus::Cancelled);
             QCOMPARE(states(lastRun()), u"slow20=not sent"_s);
             QVERIFY(outbox().isEmpty());
             process = started({file});

@@ -1,8 +1,8 @@
-#include "reporting/delivery/PrintQueue.h"
-#include "reporting/writers/OutputFile.h"
-#include "reporting/writers/Writers.h"
+#include "delivery/PrintQueue.h"
+#include "documents/OutputFile.h"
+#include "documents/PdfReadBack.h"
+#include "documents/Writers.h"
 #include "support/PrintServer.h"
-#include "writers/PdfReadBack.h"
 
 using namespace qm;
 using namespace qm::test;
@@ -22,7 +22,7 @@ class PrintQueueTest final : public QObject
     {
         const QString path = m_folder.filePath(u"report.pdf"_s);
         OutputFile file(path);
-        const auto writer = makePdfWriter(file, QCoreApplication::applicationDirPath() + u"/fonts"_s);
+        const auto writer = makePdfWriter(file, {.fontFolder = QCoreApplication::applicationDirPath() + u"/fonts"_s});
         ReportHead head;
         head.title = "Failed logons";
         head.header = head.footer = {"left", "", "right"};

@@ -96,7 +96,12 @@ private Q_SLOTS:
     void ok_without_a_change_writes_nothing()
     {
         Session s;
+        *s.globals.gudoEmailSettings = {u"mail"_s, 25, 60, u"user"_s, u"secret"_s};
         auto form = s.open();
+        QStringList shown;
+        for (const char *name : {"txtSmtpServer", "txtSmtpPort", "txtTimeout", "txtSmtpUser", "txtSmtpPassword"})
+            shown.append(form->findChild<QLineEdit *>(QLatin1StringView(name))->text());
+        QCOMPARE(shown, QStringList({u"mail"_s, u"25"_s, u"60"_s, u"user"_s, u"secret"_s}));
         Session::press(*form, "cmdOK");
         QVERIFY(!form->isVisible());
         QVERIFY(!files::fileExists(s.file()));

@@ -1,11 +1,13 @@
+#include "engine/outputs/OutputNaming.h"
+#include "engine/run/ProcessIdentity.h"
+#include "engine/run/RunLedger.h"
 #include "platform/Files.h"
-#include "reporting/engine/OutputNaming.h"
-#include "reporting/engine/ProcessIdentity.h"
-#include "reporting/engine/RunLedger.h"
 #include "support/ErrorOf.h"
 #include "support/SecondProcess.h"
 
 #include <QtTest>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -17,7 +19,7 @@ using qm::test::SecondProcess;
 /// Gives a finished file the name that all want.
 bool takeSameName(const QString &reports, const QString &process, int i)
 {
-    const qm::OutputName name = qm::outputName(u"Same"_s, {}, u"pdf"_s, reports);
+    const qm::OutputName name = qm::outputName(u"Same"_s, {}, qm::ReportFormat::Pdf, reports);
     QFile file(name.folder + u".finished-%1-%2"_s.arg(process).arg(i));
     if (!file.open(QIODevice::WriteOnly))
         return false;
@@ -33,7 +35,7 @@ bool startAndFinishRun(const QString &installation)
     qm::RunLedger ledger(installation);
     qm::LedgerEntry entry;
     ledger.start(entry);
-    entry.status = u"done"_s;
+    entry.status = qm::RunStatus::Done;
     ledger.finish(entry);
     return ledger.problem().isEmpty() && entry.id > 0;
 }
@@ -90,7 +92,7 @@ class EngineDeliveryTest final : public QObject
     }
     QString named(const QString &pattern, const QMap<QString, QString> &values)
     {
-        const qm::OutputName name = qm::outputName(pattern, values, u"pdf"_s, m_reports);
+        const qm::OutputName name = qm::outputName(pattern, values, qm::ReportFormat::Pdf, m_reports);
         return qm::takeName(finishedFile(name.folder), name, {}).mid(m_reports.size());
     }
 
@@ -98,6 +100,7 @@ private Q_SLOTS:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(QFile(m_folder->filePath(u"Packages.ini"_s)).open(QIODevice::WriteOnly)); // an installation
         m_reports = m_folder->path() + kSep + u"Reports"_s + kSep;
     }
 
@@ -116,6 +119,12 @@ private Q_SLOTS:
         row("line\nbreak\tand \x7f", "line_break_and _.pdf");
         row(" dots... ", "dots.pdf");
         row("\xe2\x80\xaexslx.evil", "_xslx.evil.pdf"); // right-to-left override
+        row("a\xe2\x80\xa8"
+            "b\xf3\xa0\x81\x81"
+            "c",
+            "a_b_c.pdf");                                                                                        // line separator, tag
+        row("\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x92\xbb", "\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x92\xbb.pdf"); // joined
+        row("COM\xc2\xb9", "_COM\xc2\xb9.pdf");
         row("{date}", "{date}.pdf");
     }
     void fields_cannot_lead_out_of_the_folder()
@@ -123,7 +132,8 @@ private Q_SLOTS:
         QFETCH(QString, description);
         QFETCH(QString, name);
         QCOMPARE(named(u"{description}.{format}"_s, {{u"description"_s, description}, {u"format"_s, u"pdf"_s}}), name);
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{u"Reports"_s});
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 (QStringList{u"Packages.ini"_s, u"Reports"_s}));
     }
 
     void long_names_are_cut_between_characters()
@@ -153,6 +163,10 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(m_reports) && blocker.open(QIODevice::WriteOnly));
         QVERIFY(refused("taken/x.pdf").contains(u"cannot be made"_s));
         QCOMPARE(named(u"Daily/{date}/x.PDF"_s, values), QDir::toNativeSeparators(u"Daily/2026-11-21/x.pdf"_s));
+        // As a resource's path begins; a file's is relative.
+        QCOMPARE(named(u":sub/x"_s, values), QDir::toNativeSeparators(u"_sub/x.pdf"_s));
+        QCOMPARE(qm::outputName(m_folder->path() + u"/own/x"_s, values, qm::ReportFormat::Pdf, m_reports).folder,
+                 QDir::toNativeSeparators(m_folder->path() + u"/own/"_s));
     }
 
     void no_report_takes_the_place_of_another()
@@ -177,23 +191,79 @@ private Q_SLOTS:
         qm::RunLedger ledger(installation);
         qm::LedgerEntry entry;
         entry.queryFile = u"/x/Grüße.rqn"_s;
-        entry.trigger = u"operator"_s;
+        entry.trigger = qm::RunTrigger::Operator;
         entry.startedUtc = u"2026-11-21 10:00:00"_s;
         ledger.start(entry);
         QVERIFY2(ledger.problem().isEmpty(), qPrintable(ledger.problem()));
-        QCOMPARE(ledger.list().front().status, u"running"_s);
-        entry.status = u"done"_s;
+        QCOMPARE(ledger.list().front().status, qm::RunStatus::Running);
+        entry.status = qm::RunStatus::Done;
         entry.rows = 17;
         entry.bytes = std::uint64_t{5} << 32;
         ledger.finish(entry);
-        ledger.notRun(entry.queryFile, u"schedule"_s, u"query file missing"_s, u"2026-11-21 10:02:00"_s);
+        ledger.notRun(entry.queryFile, qm::RunTrigger::Schedule, u"query file missing"_s, u"2026-11-21 10:02:00"_s);
         const auto all = qm::RunLedger(installation).list();
         QCOMPARE(all.size(), std::size_t{2});
-        QCOMPARE(all[0].status, u"not run"_s);
+        QCOMPARE(all[0].status, qm::RunStatus::NotRun);
         QCOMPARE(all[1].queryFile, entry.queryFile);
         QCOMPARE(all[1].rows, std::int64_t{17});
         QCOMPARE(all[1].bytes, std::uint64_t{5} << 32);
         QCOMPARE(qm::RunLedger(installation).list(1).size(), std::size_t{1});
+
+        int code = SQLITE_OK;
+        const auto newer = qm::sqlite::open(ledger.path(), SQLITE_OPEN_READWRITE, code);
+        QCOMPARE(qm::sqlite::execute(newer.get(), "PRAGMA user_version = 99"), SQLITE_OK);
+        qm::RunLedger older(installation);
+        older.start(entry);
+        older.notRun(entry.queryFile, qm::RunTrigger::Schedule, u"query file missing"_s, u"2026-11-21 10:03:00"_s);
+        QVERIFY2(older.problem().contains(u"newer version"_s), qPrintable(older.problem()));
+        QCOMPARE(qm::RunLedger(installation).list().size(), std::size_t{2});
+    }
+
+    void runs_are_visited_newest_first_however_many()
+    {
+        const QString installation = m_folder->path() + kSep;
+        startRun(installation);
+        int code = SQLITE_OK;
+        const auto connection = qm::sqlite::open(qm::RunLedger(installation).path(), SQLITE_OPEN_READWRITE, code);
+        QCOMPARE(
+            qm::sqlite::execute(connection.get(),
+                                "WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i+1 FROM n WHERE i < 2500) INSERT INTO run SELECT i, "
+                                "query_file, description, package, 'a later one', period, 'email', format, output_file, started_utc, "
+                                "ended_utc, rows, bytes, sha256, 'done', error, note, host, pid, process_start FROM run, n;"
+                                "DELETE FROM run WHERE id = 1500; INSERT INTO delivery VALUES(1200, 'a@x', '', 'delivered', '', '')"),
+            SQLITE_OK);
+        std::int64_t expected = 2500;
+        bool inOrder = true;
+        const qm::RunLedger ledger(installation);
+        ledger.visit([&](const qm::LedgerEntry &run) {
+            inOrder = inOrder && run.id == expected && run.deliveries.size() == (run.id == 1200 ? 1U : 0U);
+            expected -= expected == 1501 ? 2 : 1;
+            return true;
+        });
+        QVERIFY(inOrder);
+        QCOMPARE(expected, std::int64_t{0});
+        QCOMPARE(ledger.list(1100).back().id, std::int64_t{1400});
+        QCOMPARE(ledger.entry(1200).deliveries.size(), std::size_t{1});
+        QVERIFY(ledger.entry(1200).trigger == qm::RunTrigger::Unknown);
+        for (const std::int64_t none : {std::int64_t{1500}, std::int64_t{2501}, std::numeric_limits<std::int64_t>::max()})
+            QVERIFY(qm::test::errorOf([&] { static_cast<void>(ledger.entry(none)); }).description().contains(u"There is no run"_s));
+    }
+
+    void what_is_no_ledger_is_told_and_nobody_waits_for_it()
+    {
+        const QString installation = m_folder->path() + kSep, path = qm::RunLedger(installation).path();
+        // Left by a program that died while it made the ledger.
+        QVERIFY(QDir(installation).mkdir(u"Logs"_s) && QFile(path).open(QIODevice::WriteOnly));
+        QCOMPARE(qm::RunLedger(installation).list().size(), std::size_t{0});
+        QVERIFY(startAndFinishRun(installation));
+        QCOMPARE(qm::RunLedger(installation).list().size(), std::size_t{1});
+        // The installation's disk is gone for the moment: nothing is made in its place.
+        QVERIFY(QDir(installation + u"Logs"_s).removeRecursively() && QFile::remove(installation + u"Packages.ini"_s));
+        qm::RunLedger gone(installation);
+        qm::LedgerEntry entry;
+        gone.start(entry);
+        QVERIFY2(gone.problem().contains(u"holds no \"Packages.ini\""_s), qPrintable(gone.problem()));
+        QCOMPARE(QDir(installation).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
     }
 
     void only_runs_of_dead_processes_are_marked_interrupted()
@@ -219,10 +289,10 @@ private Q_SLOTS:
         qm::RunLedger ledger(installation);
         QCOMPARE(ledger.markInterrupted(u"2026-11-21 10:00:00"_s), 2);
         const auto all = ledger.list();
-        QCOMPARE(all[0].status, u"interrupted"_s);
+        QCOMPARE(all[0].status, qm::RunStatus::Interrupted);
         for (const std::size_t running : {std::size_t{1}, std::size_t{2}, std::size_t{3}})
-            QCOMPARE(all[running].status, u"running"_s);
-        QCOMPARE(all[4].status, u"interrupted"_s);
+            QCOMPARE(all[running].status, qm::RunStatus::Running);
+        QCOMPARE(all[4].status, qm::RunStatus::Interrupted);
         QCOMPARE(all[4].endedUtc, u"2026-11-21 10:00:00"_s);
         living.kill();
         QCOMPARE(ledger.markInterrupted(u"2026-11-21 10:00:00"_s), 1);
@@ -234,7 +304,7 @@ private Q_SLOTS:
         QVERIFY(fourAtOnce(u"ledger"_s, installation));
         const auto all = qm::RunLedger(installation).list();
         QCOMPARE(all.size(), std::size_t{100});
-        QVERIFY(std::all_of(all.begin(), all.end(), [](const qm::LedgerEntry &entry) { return entry.status == u"done"_s; }));
+        QVERIFY(std::all_of(all.begin(), all.end(), [](const qm::LedgerEntry &entry) { return entry.status == qm::RunStatus::Done; }));
     }
 };
 

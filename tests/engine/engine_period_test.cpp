@@ -1,5 +1,5 @@
 #include "core/LocalZone.h"
-#include "reporting/engine/Period.h"
+#include "engine/sql/Period.h"
 #include "support/ErrorOf.h"
 #include "support/System.h"
 
@@ -78,6 +78,13 @@ private Q_SLOTS:
         row("Europe/Berlin", "2026-11-16T08:00:00", "previous week", "2026-11-08 23:00:00", "2026-11-15 23:00:00"); // a Monday
         row("Europe/Berlin", "2026-11-15T08:00:00", "previous week", "2026-11-01 23:00:00", "2026-11-08 23:00:00"); // the Sunday before
         row("Europe/Berlin", "2026-01-10T08:00:00", "previous quarter", "2025-09-30 22:00:00", "2025-12-31 23:00:00");
+        for (const char *now : {"2026-01-01T12:00:00", "2026-02-28T12:00:00", "2026-03-31T12:00:00"})
+            row("UTC", now, "this quarter", "2026-01-01 00:00:00", "2026-04-01 00:00:00");
+        row("UTC", "2026-06-01T12:00:00", "this quarter", "2026-04-01 00:00:00", "2026-07-01 00:00:00");
+        row("UTC", "2026-09-30T12:00:00", "this quarter", "2026-07-01 00:00:00", "2026-10-01 00:00:00");
+        row("UTC", "2026-12-31T12:00:00", "this quarter", "2026-10-01 00:00:00", "2027-01-01 00:00:00");
+        row("UTC", "2026-12-31T12:00:00", "this month", "2026-12-01 00:00:00", "2027-01-01 00:00:00");
+        row("UTC", "2026-12-31T12:00:00", "this year", "2026-01-01 00:00:00", "2027-01-01 00:00:00");
         row("Europe/Berlin", "2026-05-31T08:00:00", "last 3 months", "2026-02-27 23:00:00", "2026-05-30 22:00:00");
         row("Europe/Berlin", "2028-03-01T08:00:00", "yesterday", "2028-02-28 23:00:00", "2028-02-29 23:00:00");
         // Half past midnight in Berlin is still the day before in UTC.

@@ -1,6 +1,7 @@
-#include "reporting/engine/RowSources.h"
-#include "reporting/engine/SqlLexer.h"
-#include "reporting/engine/SqlParameters.h"
+#include "core/ConnectionString.h"
+#include "engine/rows/RowSources.h"
+#include "engine/sql/SqlLexer.h"
+#include "engine/sql/SqlParameters.h"
 #include "support/ErrorOf.h"
 
 #include <QtTest>
@@ -107,6 +108,8 @@ private Q_SLOTS:
         row(Type::Number, "1e3", "real 1000");
         row(Type::Date, "2026-02-28", "text 2026-02-28");
         row(Type::Date, "Yesterday", "text 2026-11-20");
+        row(Type::Date, "TODAY", "text 2026-11-21");
+        row(Type::Date, "tomorrow", "text 2026-11-22");
         row(Type::Time, "07:30", "text 07:30:00");
         row(Type::Boolean, "Yes", "integer 1");
         row(Type::Boolean, "0", "integer 0");
@@ -170,6 +173,10 @@ private Q_SLOTS:
         QCOMPARE(std::get<QByteArray>(bound[0].value), QByteArray("%"));
         QCOMPARE(std::get<QByteArray>(bound[2].value), QByteArray("b"));
         QCOMPARE(std::get<QByteArray>(bound[3].value), QByteArray("2026-01-01 00:00:00"));
+        const QMap<QString, QString> dated{{u"account"_s, u"%"_s}, {u"least"_s, u"3"_s}, {u"Date_From"_s, u"2026-01-15"_s}};
+        const auto own = qm::bindParameters(query, used, dated, period, today);
+        QCOMPARE(std::get<QByteArray>(own[3].value), QByteArray("2026-01-15"));
+        QVERIFY(!own[3].ofPeriod);
         const QMap<QString, QString> outside{{u"kind"_s, u"c"_s}};
         QVERIFY(failureOf([&] { static_cast<void>(qm::bindParameters(query, used, outside, period, today)); }).contains(u"one of: a, b"_s));
     }
@@ -184,10 +191,16 @@ private Q_SLOTS:
         row("MSSQL::Payroll.dsf", "MSSQL::Payroll.dsf");
         row("ODBC::Driver=x;UID=me;PWD=s3;DB=y", "ODBC::Driver=x;UID=me;PWD=***;DB=y");
         row("ODBC::PWD={s3;c={r}}et};DB=y", "ODBC::PWD=***;DB=y");
-        row("ODBC:: Pwd = \"a;b\" ;DB=y", "ODBC:: Pwd =***;DB=y");
+        row("ODBC::PWD={s3;c={r}et};DB=y", "ODBC::PWD=***;DB=y");
+        row("odbc:: Pwd = \"a;b\" ;DB=y", "ODBC::Pwd=***;DB=y");
         row("ODBC::DB=y;Password=s=3", "ODBC::DB=y;Password=***");
         row("ODBC::PWD={never closed;DB=y", "ODBC::PWD=***");
-        row("ODBC::DSN;PWD=x;", "ODBC::DSN;PWD=***;");
+        row("ODBC::DSN;PWD=x;", "ODBC::PWD=***");
+        row("ODBC::APP=\"x;PWD=geheim", "ODBC::APP={\"x};PWD=***");
+        row("ODBC::APP='x;PWD=geheim;Server=h'", "ODBC::APP={'x};PWD=***;Server={h'}");
+        row("ODBC::Server={a;b};AccessToken=x", "ODBC::Server={a;b};AccessToken=***");
+        row("ODBC::x={sslmode=require password=geheim}", "ODBC::x=***");
+        row("Server=x;PWD=geheim", "Server=x;PWD=***");
     }
     void passwords_are_never_shown()
     {

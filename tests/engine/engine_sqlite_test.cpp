@@ -1,6 +1,7 @@
-#include "reporting/engine/CancelFlag.h"
-#include "reporting/engine/RowSample.h"
-#include "reporting/engine/SqliteRowSource.h"
+#include "engine/rows/CancelFlag.h"
+#include "engine/rows/RowSample.h"
+#include "engine/rows/RowSources.h"
+#include "engine/rows/SqliteRowSource.h"
 #include "support/ErrorOf.h"
 #include "support/SecondProcess.h"
 #include "support/System.h"
@@ -66,6 +67,15 @@ int write(const QString &path)
     SecondProcess::sayReady();
     SecondProcess::waitForGo();
     return 1; // it should not have lived to see that
+}
+
+/// Reads a database and says what there was.
+int read(const QString &path)
+{
+    const auto error = errorOf(
+        [&] { printf("%lld rows; %s\n", static_cast<long long>(countRows(path)), qPrintable(qm::describeSource({}, path, {}).shown)); });
+    printf("%s", error.what());
+    return 0;
 }
 
 } // namespace
@@ -185,6 +195,7 @@ private Q_SLOTS:
         row("SELECT ?", "Write parameters as :name");
         row("SELECT :x", "\"x\" has no value");
         row("SELECT json_extract('{', '$')", "malformed JSON");
+        row("SELECT hex(zeroblob(9000000))", "longer than 16 MB");
     }
     void everything_else_is_refused()
     {
@@ -357,27 +368,88 @@ private Q_SLOTS:
         }
     }
 
-    void a_time_out_ends_the_run_data()
+    void a_time_out_or_a_cancel_ends_the_run_without_another_row_data()
     {
         QTest::addColumn<QByteArray>("sql");
-        QTest::newRow("endless") << QByteArray(kEndless);
+        QTest::addColumn<bool>("isCancelled");
         // One step of the statement may take long by itself, with few looks at the clock between its steps.
-        QTest::newRow("expensive functions") << QByteArray("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 4000) "
-                                                           "SELECT max(length(hex(zeroblob(4000000 + i)))) FROM n");
+        const QByteArray expensive("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 4000) "
+                                   "SELECT max(length(hex(zeroblob(4000000 + i)))) FROM n");
+        QTest::newRow("endless") << QByteArray(kEndless) << false;
+        QTest::newRow("expensive functions") << expensive << false;
+        QTest::newRow("expensive functions, cancelled") << expensive << true;
+        QTest::newRow("one huge row") << "SELECT " + QByteArray("length(hex(zeroblob(8000000))) + ").repeated(500) + "1" << false;
     }
-    void a_time_out_ends_the_run()
+    void a_time_out_or_a_cancel_ends_the_run_without_another_row()
     {
         QFETCH(QByteArray, sql);
+        QFETCH(bool, isCancelled);
         makeDatabase("WAL", 1);
         QElapsedTimer timer;
         timer.start();
+        const auto cancel = std::make_shared<qm::CancelFlag>();
+        std::jthread operatorThread([&] {
+            std::this_thread::sleep_for(isCancelled ? 1s : 0s);
+            if (isCancelled)
+                cancel->cancel();
+        });
         const auto error = errorOf([&] {
-            qm::SqliteRowSource source(m_path, QString::fromLatin1(sql), {}, {nullptr, 1s});
+            qm::SqliteRowSource source(m_path, QString::fromLatin1(sql), {}, {cancel, isCancelled ? 0s : 1s});
             countRows(source);
         });
-        QCOMPARE(error.number(), qm::err::reportFailed);
-        QVERIFY2(error.description().contains(u"time-out of 1 seconds"_s), error.what());
+        QCOMPARE(error.number(), isCancelled ? qm::err::cancelledByOperator : qm::err::reportFailed);
+        QVERIFY2(isCancelled || error.description().contains(u"time-out of 1 seconds"_s), error.what());
         QVERIFY2(timer.elapsed() >= 1000 && timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void memory_has_a_bound()
+    {
+        makeDatabase("WAL", 1);
+        QCOMPARE(countRows(m_path), std::int64_t{1});
+        const sqlite3_int64 bound = sqlite3_hard_heap_limit64(-1);
+        QVERIFY(bound > 0 && bound <= sqlite3_int64{1} << 30);
+        sqlite3_hard_heap_limit64(sqlite3_int64{40} << 20);
+        const int number =
+            errorOf([&] { countRows(m_path, "SELECT hex(zeroblob(8000000)), hex(zeroblob(8000001)), hex(zeroblob(8000002))"); }).number();
+        sqlite3_hard_heap_limit64(bound);
+        QCOMPARE(number, int{qm::err::outOfMemory});
+    }
+
+    void a_medium_that_cannot_be_written_is_read_as_it_stands_data()
+    {
+        QTest::addColumn<QByteArray>("mode");
+        QTest::addColumn<bool>("closed"); // nothing stands in the log alone
+        QTest::addColumn<QByteArray>("said");
+        QTest::newRow("closed log") << QByteArray("WAL") << true
+                                    << QByteArray("10 rows; event database EventLog.db (on a read-only medium, read as it stands there)");
+        QTest::newRow("rows in the log") << QByteArray("WAL") << false << QByteArray("stand only in the log beside it");
+        QTest::newRow("rollback journal") << QByteArray("DELETE") << true << QByteArray("10 rows; event database EventLog.db\n");
+    }
+    void a_medium_that_cannot_be_written_is_read_as_it_stands()
+    {
+        QFETCH(QByteArray, mode);
+        QFETCH(bool, closed);
+        QFETCH(QByteArray, said);
+        if (qm::test::onWindows())
+            QSKIP("needs to mount a folder without the right to write");
+        // The name is one that a URI would take apart.
+        const QString medium = m_folder->filePath(u"med?ium #1%20"_s);
+        QVERIFY(QDir().mkpath(medium));
+        makeDatabase(mode.constData(), 10);
+        const auto writer = closed ? qm::sqlite::Connection() : openWritable(m_path);
+        if (writer)
+            run(writer.get(), "INSERT INTO t VALUES(11, 'in the log')");
+        for (const char *suffix : {"", "-wal"})
+            QFile::copy(m_path + QLatin1StringView(suffix), medium + u"/EventLog.db"_s + QLatin1StringView(suffix));
+        QProcess reader;
+        reader.start(u"unshare"_s, {u"-m"_s, u"sh"_s, u"-c"_s,
+                                    u"mount --bind \"$1\" \"$1\" && mount -o remount,ro,bind \"$1\" || exit 125;"
+                                    "exec \"$0\" --child read \"$1/EventLog.db\""_s,
+                                    QCoreApplication::applicationFilePath(), medium});
+        if (!reader.waitForFinished() || reader.exitCode() == 125)
+            QSKIP("needs to mount a folder without the right to write");
+        const QByteArray out = reader.readAllStandardOutput();
+        QVERIFY2(out.contains(said), out + reader.readAllStandardError());
     }
 
     void a_sample_keeps_its_rows()
@@ -403,7 +475,7 @@ int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     if (const QStringList part = SecondProcess::part(); !part.isEmpty())
-        return write(part[0]);
+        return part[0] == u"read"_s ? read(part[1]) : write(part[0]);
     EngineSqliteTest test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,5 +1,5 @@
+#include "documents/ReadBack.h"
 #include "support/ToolRun.h"
-#include "writers/ReadBack.h"
 
 #include <QJsonArray>
 #include <QTemporaryDir>
@@ -86,10 +86,30 @@ private Q_SLOTS:
         const QString python = pythonWithReaders();
         if (python.isEmpty())
             QSKIP("no Python with openpyxl here");
-        for (const QString &format : {u"csv"_s, u"html"_s})
-            QCOMPARE(readBack(python, format, m_folder.filePath(u"all."_s + format))[u"rows"_s].toArray().size(), 418);
-        const QJsonArray sheets = readBack(python, u"xlsx"_s, m_folder.filePath(u"all.xlsx"_s))[u"sheets"_s].toArray();
-        QCOMPARE(sheets.at(0)[u"rows"_s].toArray().size(), 418 + 4); // and its headings
+        // What CSV holds as it came, the others show cell by cell.
+        const QJsonArray raw = readBack(python, u"csv"_s, m_folder.filePath(u"all.csv"_s))[u"rows"_s].toArray();
+        const QJsonArray page = readBack(python, u"html"_s, m_folder.filePath(u"all.html"_s))[u"rows"_s].toArray();
+        const QJsonArray book = readBack(python, u"xlsx"_s, m_folder.filePath(u"all.xlsx"_s))[u"sheets"_s].toArray();
+        const QJsonArray sheet = book.at(0)[u"rows"_s].toArray();
+        const QString pdf = QString::fromUtf8(outputOf(u"pdftotext"_s, {u"-layout"_s, m_folder.filePath(u"all.pdf"_s), u"-"_s}));
+        QCOMPARE(raw.size(), 418);
+        QCOMPARE(page.size(), 418);
+        QCOMPARE(sheet.size(), 418 + 4); // and its headings
+        const auto plain = [](const QJsonValue &cell) {
+            const QString text = cell.isObject() ? cell[u"datetime"_s].toString().left(19) : cell.toVariant().toString();
+            return QString(text).replace(u"\r\n"_s, u"\n"_s);
+        };
+        for (int row = 0; row < 418; ++row) {
+            const QJsonArray cells = raw.at(row).toArray();
+            QCOMPARE(cells.size(), 6);
+            QVERIFY2(pdf.contains(plain(cells.at(0)).left(19)), qPrintable(plain(cells.at(0))));
+            for (int cell = 0; cell < cells.size(); ++cell) {
+                const QString expected = cell == 0 ? plain(cells.at(0)).left(19) : plain(cells.at(cell));
+                // Real messages hold marks of direction, which HTML shows.
+                QCOMPARE(plain(page.at(row).toArray().at(cell)), QString(expected).replace(u"\u200E"_s, u"[U+200E]"_s));
+                QCOMPARE(plain(sheet.at(row + 4).toArray().at(cell)), expected);
+            }
+        }
     }
 };
 

@@ -1,5 +1,6 @@
 #include "core/RuntimeError.h"
-#include "reporting/engine/RunLedger.h"
+#include "engine/run/RunLedger.h"
+#include "support/HostProgram.h"
 #include "support/System.h"
 #include "support/TempInstallation.h"
 #include "support/ToolRun.h"
@@ -42,7 +43,7 @@ class ReportToolTest final : public QObject
     {
         try {
             const auto all = qm::RunLedger(m_installation->path()).list();
-            return !all.empty() && all.front().status == u"running"_s;
+            return !all.empty() && all.front().status == qm::RunStatus::Running;
         } catch (const qm::RuntimeError &error) { // the other process is about to make it
             if (!onWindows())
                 throw;
@@ -108,7 +109,9 @@ private Q_SLOTS:
     {
         const QString file = query("SELECT id FROM e");
         const QString settings = m_installation->write(u"Config/Email.cfg"_s, "format = 1\n");
-        QStringList targets{file, database(), settings, m_installation->path() + u"Packages.ini"_s};
+        // What stands beside a database holds rows of it, that of another package too.
+        const QString beside = m_installation->write(m_installation->packagePath(u"Mail"_s) + u"EventLog.db-wal"_s, "rows");
+        QStringList targets{file, database(), settings, m_installation->path() + u"Packages.ini"_s, beside};
         if (!onWindows()) { // where links are an administrator's
             targets << m_installation->path() + u"x.csv"_s;
             QVERIFY(QFile::link(database(), targets.last()));
@@ -119,6 +122,15 @@ private Q_SLOTS:
             QCOMPARE(outcome.code, 1);
             QVERIFY2(outcome.err.contains(u"cannot replace "_s + target), qPrintable(outcome.err));
             QCOMPARE(m_installation->read(target), before);
+        }
+        const QTemporaryDir elsewhere;
+        const QString copy = elsewhere.filePath(u"copy.db"_s);
+        QVERIFY(QFile::copy(database(), copy));
+        for (const char *part : {"", "-wal", "-shm", "-journal"}) {
+            const QString target = QDir::toNativeSeparators(copy + QLatin1String(part));
+            if (*part)
+                m_installation->write(target, "rows");
+            QVERIFY(run({u"--database"_s, copy, u"--output"_s, target, file}).err.contains(u"it is made from that file"_s));
         }
     }
 
@@ -176,6 +188,105 @@ private Q_SLOTS:
         QCOMPARE(QDir(elsewhere.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{u"q.rqn"_s});
     }
 
+    /// Whoever can put a "Packages.ini" above a query would choose mail server, log and data.
+    void an_installation_that_others_could_have_made_is_not_used()
+    {
+        if (onWindows())
+            QSKIP("rights of files are another matter there");
+        const QString inside = query("SELECT id FROM e");
+        const auto open = [&](bool toAll) {
+            const auto rights = QFile::permissions(m_installation->path());
+            return QFile::setPermissions(m_installation->path(), toAll ? rights | QFile::WriteOther : rights & ~QFile::WriteOther);
+        };
+        QVERIFY(open(true));
+        QCOMPARE(run({u"--rows"_s, inside}).out, u"2\n"_s); // the registered one
+        m_installation->removeRegistryEntry();
+        const ToolResult refused = run({u"--rows"_s, inside});
+        QCOMPARE(refused.code, 1);
+        QVERIFY2(refused.err.contains(m_installation->path() + u" is not used as an installation"_s), qPrintable(refused.err));
+        QVERIFY(open(false));
+        QCOMPARE(run({u"--rows"_s, inside}).out, u"2\n"_s);
+    }
+
+    void history_is_bounded_and_cannot_steer_the_terminal()
+    {
+        qm::RunLedger ledger(m_installation->path());
+        qm::LedgerEntry entry;
+        entry.description = u"\u001b]0;owned\u0007 \u009b31m \u202Etxt"_s;
+        entry.error = u"broken\u001b[2J"_s;
+        entry.status = qm::RunStatus::Failed;
+        ledger.finish(entry);
+        const ToolResult shown = run({u"--history"_s});
+        QVERIFY2(shown.out.contains(u"\\u001b]0;owned\\u0007 \\u009b31m \\u202etxt"_s) && shown.out.contains(u"broken\\u001b[2J"_s),
+                 qPrintable(shown.out));
+        QVERIFY2(run({u"no\u001b[31m.rqn"_s}).err.contains(u"no\\u001b[31m.rqn"_s), "an error's text");
+        if (onWindows())
+            QSKIP("the rest looks at the process from outside");
+        int code = SQLITE_OK;
+        const auto connection = qm::sqlite::open(ledger.path(), SQLITE_OPEN_READWRITE, code);
+        QCOMPARE(qm::sqlite::execute(
+                     connection.get(),
+                     "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i+1 FROM n WHERE i < 300000) INSERT INTO run SELECT i, "
+                     "query_file, description, package, \"trigger\", period, output_type, format, output_file, started_utc, "
+                     "ended_utc, rows, bytes, sha256, status, error, note, host, pid, process_start FROM run, n WHERE run.id = 1"),
+                 SQLITE_OK);
+        QProcess process;
+        process.start(toolPath("quillmark-report"), {u"--history"_s});
+        process.setReadChannel(QProcess::StandardOutput);
+        qint64 lines = 0;
+        QByteArray peak;
+        while (process.waitForReadyRead(kTimeoutMs)) {
+            lines += process.readAllStandardOutput().count('\n');
+            if (lines > 290'000 && peak.isEmpty())
+                peak = readFile(u"/proc/%1/status"_s.arg(process.processId()));
+        }
+        QCOMPARE(lines, 300'000);
+        const QRegularExpressionMatch most = QRegularExpression(u"VmHWM:\\s+(\\d+) kB"_s).match(QString::fromLatin1(peak));
+#ifndef __SANITIZE_ADDRESS__ // it keeps what was freed
+        QVERIFY2(most.hasMatch() && most.captured(1).toInt() < 150'000, qPrintable(most.captured(1)));
+#endif
+    }
+
+    void what_is_no_file_or_no_name_ends_the_run_with_a_word()
+    {
+        if (onWindows())
+            QSKIP("no pipes among files, and no bytes in arguments");
+        const QString file = query("SELECT id FROM e"), pipe = m_installation->path() + u"pipe"_s;
+        const auto shell = [&](const QString &command) {
+            QProcess process;
+            process.start(u"/bin/sh"_s, {u"-c"_s, command, u"sh"_s, toolPath("quillmark-report"), file, pipe});
+            return finished(process);
+        };
+        // A name that is no text would be written under another one.
+        const ToolResult bytes = shell(u"exec \"$1\" --output \"$(printf 'a\\377.csv')\" \"$2\""_s);
+        QCOMPARE(bytes.code, 2);
+        QVERIFY2(bytes.err.contains(u"no valid UTF-8"_s), qPrintable(bytes.err));
+        // The system's limit for a file is a failed write, not the end of the program.
+        const QString large = query("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 300000) SELECT i FROM n");
+        const ToolResult limited = shell(u"ulimit -f 1000; exec \"$1\" --output \"$3.csv\" \"$2\""_s);
+        QCOMPARE(limited.code, 1);
+        QVERIFY2(limited.err.contains(u"File too large"_s), qPrintable(limited.err));
+        // A pipe that nobody reads, in place of the ledger and as the output.
+        static_cast<void>(query("SELECT id FROM e"));
+        const QString ledger = qm::RunLedger(m_installation->path()).path();
+        QVERIFY(QFile::remove(ledger) && !outputOf(u"mkfifo"_s, {ledger}).isNull() && !outputOf(u"mkfifo"_s, {pipe}).isNull());
+        const ToolResult made = run({u"--rows"_s, file});
+        QCOMPARE(made.out, u"2\n"_s);
+        QVERIFY2(made.err.contains(u"RunLedger.db could not be written: "_s) && made.err.contains(u"it is not a file"_s),
+                 qPrintable(made.err));
+        QVERIFY2(run({u"--history"_s}).err.contains(u"it is not a file"_s), "the history");
+        QProcess process;
+        process.start(toolPath("quillmark-report"), {u"--output"_s, pipe, file});
+        QTest::qWait(500);
+        QVERIFY(interrupt(process, SIGTERM));
+        QTest::qWait(1500);
+        QVERIFY(interrupt(process, SIGTERM));
+        QVERIFY2(process.waitForFinished(5000) && process.exitCode() == 1, "it heeds the second signal at the latest");
+        // With a reader it arrives.
+        const ToolResult read = shell(u"cat \"$3\" & \"$1\" --format csv --output \"$3\" \"$2\" >/dev/null; wait"_s);
+        QCOMPARE(read.out, u"id\n1\n2\n"_s);
+    }
+
     void an_interrupt_cancels_and_leaves_no_file()
     {
         const QString endless = query("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT i FROM n",
@@ -188,11 +299,12 @@ private Q_SLOTS:
             process.waitForFinished();
             QSKIP("a program without a console cannot be interrupted on Windows");
         }
+        static_cast<void>(interrupt(process, SIGTERM)); // as by who signals the process and then its group
         const ToolResult outcome = finished(process);
         QCOMPARE(outcome.code, 1);
         QVERIFY2(outcome.err.contains(u"cancelled"_s), qPrintable(outcome.err));
         QCOMPARE(reports(), QStringList());
-        QCOMPARE(qm::RunLedger(m_installation->path()).list(1).front().status, u"cancelled"_s);
+        QCOMPARE(qm::RunLedger(m_installation->path()).list(1).front().status, qm::RunStatus::Cancelled);
     }
 
     void a_killed_run_is_marked_by_the_next()
@@ -202,11 +314,11 @@ private Q_SLOTS:
         process.start(toolPath("quillmark-report"), {u"--rows"_s, endless});
         QTRY_VERIFY_WITH_TIMEOUT(isRunning(), kTimeoutMs);
         QCOMPARE(run({u"--rows"_s, query("SELECT 1")}).out, u"1\n"_s);
-        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, u"running"_s); // it lives
+        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, qm::RunStatus::Running); // it lives
         process.kill();
         static_cast<void>(finished(process));
         QCOMPARE(run({u"--rows"_s, query("SELECT 1")}).out, u"1\n"_s);
-        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, u"interrupted"_s);
+        QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, qm::RunStatus::Interrupted);
     }
 };
 

@@ -61,6 +61,7 @@ inline QStringList nastyTexts()
             u"Gr\u00FC\u00DFe, \u4E2D\u6587, \u0416"_s,
             u"emoji \U0001F600\nsecond \U0001F680"_s,
             u"line\u2028separator \u202Ereversed"_s,
+            u"hidden\u200B \u00AD\n\U000E0041 tag"_s,
             u"\uFEFFmark first"_s,
             u"\uFEFF\uFEFFtwo marks\n"_s,
             QString(QChar(0)) + u"zero"_s + QChar(0),

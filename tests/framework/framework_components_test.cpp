@@ -87,6 +87,22 @@ private Q_SLOTS:
         QCOMPARE(errorOf([&] { (void)registry.createReportInterface(u"Contoso.MailQueries"_s); }).number(), err::cannotCreateObject);
     }
 
+    void a_plug_ins_report_is_counted_while_it_is_made_and_its_failure_logged()
+    {
+        const Installation installation;
+        {
+            ApplicationLog log(installation.folder.root(), u"test"_s);
+            ComponentRegistry registry(installation.folder.root(), &log);
+            const auto component = registry.createReportInterface(u"Contoso.MailReports"_s);
+            bool generating = false;
+            QTimer::singleShot(0, QCoreApplication::instance(), [&] { generating = registry.isGenerating(); });
+            QCOMPARE(errorOf([&] { component->GenerateReport(u"lost.rqn"_s, 0, true, false); }).number(), err::fileNotFound);
+            QVERIFY(generating && !registry.isGenerating() && !registry.isEditing());
+        }
+        const QString logged = QString::fromUtf8(installation.folder.read(u"Logs/test.log"_s));
+        QVERIFY2(logged.contains(u"lost.rqn: Contoso.MailReports reported error 53 (sample plug-in)"_s), qPrintable(logged));
+    }
+
     void an_unknown_identifier_is_named_and_logged()
     {
         const Installation installation;

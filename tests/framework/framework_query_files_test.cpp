@@ -1,8 +1,7 @@
-// Query and layout files as people keep them, packages, and paths between them.
+// Query and layout files as people keep them, and packages.
 #include "FormatSamples.h"
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
-#include "framework/QueryPaths.h"
 
 using namespace qm;
 using namespace qm::test;
@@ -208,39 +207,14 @@ private Q_SLOTS:
             const RuntimeError error = errorOf([&] { (void)reader.ReadPackages(path); });
             return error.description().contains(path) ? error.number() : -1;
         };
-        QCOMPARE(failure("[Framework]\nVersion=8\n"), err::invalidFileFormat);
+        QCOMPARE(reader.ReadPackages(folder.write(u"None yet.ini"_s, "[framework]\nVersion=8\n")).size(), std::size_t{0});
+        QCOMPARE(failure("[Other]\nVersion=8\n"), err::invalidFileFormat);
         QCOMPARE(failure("[Package.1]\nInstallPath=x\n"), err::invalidFileFormat);
         QCOMPARE(failure("[Package.1]\nName=x\n"), err::invalidFileFormat);
         const QString missing = folder.path(u"None.ini"_s);
         const RuntimeError error = errorOf([&] { (void)reader.ReadPackages(missing); });
         QCOMPARE(error.number(), err::fileNotFound);
         QVERIFY(error.description().contains(missing) && error.description().contains(QLatin1String("InstallPath")));
-    }
-
-    void paths()
-    {
-        for (const auto &[file, folder] : {std::pair{"/srv/Mail/Query Groups/Logons/a.rqn", "/srv/Mail/"},
-                                           {"C:\\Inst\\Mail\\query groups\\Logons\\a.rqn", "C:\\Inst\\Mail\\"},
-                                           {"/Query Groups/Mail/Query Groups/x/a.rqn", "/Query Groups/Mail/"},
-                                           {"/p/Query Groups/a.rqn", "/p/"},
-                                           {"/p/Query Groups", ""},
-                                           {"a.rqn", ""}})
-            QCOMPARE(packageFolderOf(QString::fromLatin1(file)), QString::fromLatin1(folder));
-
-        const auto package = [](const char *path) {
-            auto info = std::make_shared<PackageInfo>();
-            info->InstallPath = QString::fromLatin1(path);
-            return info;
-        };
-        const std::vector<std::shared_ptr<PackageInfo>> all{package(""), package("/srv/"), package("/srv/Mail/"), package("/srv/Ma/")};
-        QCOMPARE(packageOf(u"/SRV/mail/Query Groups/x/a.rqn"_s, all), all[2]);
-        QCOMPARE(packageOf(u"/srv/Mailbox/Query Groups/x/a.rqn"_s, all), all[1]);
-        QCOMPARE(packageOf(u"/opt/a.rqn"_s, all), nullptr);
-
-        QCOMPARE(resolveLayoutPath(QString(), u"/p/"_s), QString());
-        QCOMPARE(resolveLayoutPath(u"Layouts\\a.rpt"_s, u"/p/"_s), QDir::toNativeSeparators(u"/p/Layouts/a.rpt"_s));
-        QCOMPARE(resolveLayoutPath(u"../Shared/a.rpt"_s, u"/p/q"_s), QDir::toNativeSeparators(u"/p/Shared/a.rpt"_s));
-        QCOMPARE(resolveLayoutPath(u"/x/a.rpt"_s, u"/p/"_s), QDir::toNativeSeparators(u"/x/a.rpt"_s));
     }
 };
 

@@ -223,6 +223,13 @@ private Q_SLOTS:
             QCOMPARE(error.number(), err::invalidFileFormat);
             QVERIFY(error.description().contains(path));
         }
+        // What is too large to be one is not read, whatever it begins with.
+        QVERIFY(QFile::resize(path, 0) && (writeBytes(path, whole), QFile::resize(path, qint64{3} << 30)));
+        QElapsedTimer watch;
+        watch.start();
+        QCOMPARE(numberOf([&] { HelpBook book(path); }), err::invalidFileFormat);
+        QVERIFY(watch.elapsed() < 5000);
+        QVERIFY(QFile::remove(path));
         // Whatever byte is wrong: an error, or a book whose pages can be asked for.
         for (qsizetype at = 0; at < whole.size(); at += at < 600 ? 7 : 331) {
             QByteArray bytes = whole;

@@ -2,8 +2,8 @@
 /// Reads whole results for comparison.
 #pragma once
 
-#include "reporting/engine/CancelFlag.h"
-#include "reporting/engine/RowSources.h"
+#include "engine/rows/CancelFlag.h"
+#include "engine/rows/RowSources.h"
 
 #include <QStringList>
 

@@ -1,8 +1,9 @@
 #include "OdbcRows.h"
-#include "reporting/ui/QueryProbe.h"
-#include "reporting/ui/SqlSchema.h"
+#include "reporting/editor/QueryProbe.h"
+#include "reporting/editor/SqlSchema.h"
 #include "support/DatabaseServers.h"
 #include "support/ErrorOf.h"
+#include "support/Fakes.h"
 
 #include <QtTest>
 
@@ -17,14 +18,14 @@ class OdbcEditorTest final : public QObject
 
     std::unique_ptr<TdsServer> m_tds;
     std::unique_ptr<PostgresServer> m_postgres;
+    FakeClock m_clock{WallTime{QDate(2026, 1, 1), 0}};
 
     [[nodiscard]] ProbeRequest request(bool onPostgres, const char *sql) const
     {
-        ProbeRequest request;
-        request.query.dataSource = u"ODBC::"_s + (onPostgres ? m_postgres->connection() : m_tds->connection());
-        request.query.sql = QString::fromUtf8(sql);
-        request.today = QDate(2026, 1, 1);
-        return request;
+        Query query;
+        query.dataSource = u"ODBC::"_s + (onPostgres ? m_postgres->connection() : m_tds->connection());
+        query.sql = QString::fromUtf8(sql);
+        return {std::make_shared<const Query>(query), {}, {}, m_clock};
     }
 
 private Q_SLOTS:

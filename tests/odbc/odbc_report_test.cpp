@@ -1,5 +1,5 @@
+#include "engine/run/RunLedger.h"
 #include "framework/ConfigReaders.h"
-#include "reporting/engine/RunLedger.h"
 #include "support/DatabaseServers.h"
 #include "support/TempInstallation.h"
 #include "support/ToolRun.h"

@@ -84,6 +84,18 @@ private Q_SLOTS:
         }
     }
 
+    void it_sleeps_again_until_the_time_has_come()
+    {
+        SystemDueTimer timer(nullptr, 1s); // the real one looks at the clock once a minute
+        QSignalSpy mature(&timer, &DueTimer::Mature);
+        const WallTime due = wallAfter(3);
+        timer.SetDueTime(due);
+        QVERIFY(mature.wait(10'000));
+        QVERIFY(toLocalWallTime(system_clock::now()) >= due);
+        QTest::qWait(1100);
+        QCOMPARE(mature.size(), 1);
+    }
+
     void arming_again_replaces_the_pending_due_time()
     {
         SystemDueTimer timer;
@@ -116,17 +128,17 @@ private Q_SLOTS:
         QCOMPARE(mature.size(), 1);
     }
 
-    void a_changed_zone_counts_within_a_minute()
+    void a_changed_zone_counts_at_the_next_look_at_the_clock()
     {
-        if (!qEnvironmentVariableIsSet("QM_SLOW_TESTS"))
-            QSKIP("takes a minute; set QM_SLOW_TESTS to run it");
+        if (!test::canBeInZone("UTC"))
+            QSKIP("this machine is in another zone");
         qputenv("TZ", "UTC");
         ::tzset();
-        SystemDueTimer timer;
+        SystemDueTimer timer(nullptr, 1s);
         QSignalSpy mature(&timer, &DueTimer::Mature);
         timer.SetDueTime(wallAfter(3600));
         qputenv("TZ", "Etc/GMT-2");
-        QVERIFY(mature.wait(61000));
+        QVERIFY(mature.wait(10'000));
         QCOMPARE(mature.size(), 1);
     }
 

@@ -98,12 +98,12 @@ private Q_SLOTS:
         const test::TempInstallation installation;
         {
             ApplicationLog log(installation.path(), u"quillmark"_qs);
-            log.info(u"report \"x\"\r\n2026-01-01 forged\u2028line\u001b[31m\u202Egnp {} %s"_qs);
+            log.info(u"report \"x\"\r\n2026-01-01 forged\u2028line\u001b[31m\u202Egnp {} %s\u200B\U000E0041"_qs);
             log.error(QString::fromUtf8("caf\303\251"));
         }
         const QList<QByteArray> lines = installation.read(u"Logs/quillmark.log"_qs).replace("\r\n", "\n").split('\n');
         QCOMPARE(lines.size(), 3);
-        QVERIFY2(lines[0].endsWith(" info: report \"x\"\\r\\n2026-01-01 forged\\u2028line\\u001b[31m\\u202egnp {} %s"),
+        QVERIFY2(lines[0].endsWith(" info: report \"x\"\\r\\n2026-01-01 forged\\u2028line\\u001b[31m\\u202egnp {} %s\\u200b\\U000e0041"),
                  lines[0].constData());
         QVERIFY2(lines[1].endsWith(" error: caf\303\251"), lines[1].constData());
         QVERIFY(QRegularExpression(u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]\\d\\d:\\d\\d \\d+ info: "_qs)
@@ -139,6 +139,48 @@ private Q_SLOTS:
             log.warning(text);
         const auto kept = QDir(installation.path() + u"Logs"_qs).entryList(QDir::Files);
         QCOMPARE(kept, (QStringList{u"quillmark-report.1.log"_qs, u"quillmark-report.log"_qs}));
+    }
+
+    void programs_that_fill_a_log_at_once_lose_none_of_it()
+    {
+        const test::TempInstallation installation;
+        constexpr int writers = 8, each = 250;
+        const QString text(10'000, u'x');
+        std::vector<std::thread> threads;
+        for (int writer = 0; writer < writers; ++writer)
+            threads.emplace_back([&, writer] {
+                ApplicationLog log(installation.path(), u"quillmark"_qs); // takes turns with the others as another program's would
+                for (int i = 0; i < each; ++i)
+                    log.info(QStringLiteral("<%1 %2> %3").arg(writer).arg(i).arg(text));
+            });
+        for (std::thread &thread : threads)
+            thread.join();
+        const QDir logs(installation.path() + u"Logs"_qs);
+        QCOMPARE(logs.entryList(QDir::Files | QDir::Hidden).size(), 4);
+        QByteArray all;
+        for (const QString &name : logs.entryList(QDir::Files)) {
+            QVERIFY2(QFileInfo(logs.filePath(name)).size() <= (5 << 20), qPrintable(name));
+            all += installation.read(logs.filePath(name));
+        }
+        QCOMPARE(all.count('\n'), writers * each);
+        for (int writer = 0; writer < writers; ++writer)
+            for (int i = 0; i < each; i += 7)
+                QCOMPARE(all.count('<' + QByteArray::number(writer) + ' ' + QByteArray::number(i) + '>'), 1);
+    }
+
+    void a_log_is_not_made_where_the_installation_was()
+    {
+        const test::TempInstallation installation;
+        ApplicationLog log(installation.path(), u"quillmark"_qs);
+        log.info(u"first"_qs);
+        const QString here = installation.path().chopped(1), away = here + u" away"_qs;
+        QVERIFY(QDir().rename(here, away) && QDir().mkdir(here)); // as the folder under a disk that is gone
+        log.info(u"lost"_qs);
+        QCOMPARE(QDir(here).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+        QVERIFY(QDir().rmdir(here) && QDir().rename(away, here));
+        QVERIFY(QDir(here + u"/Logs"_qs).removeRecursively());
+        log.info(u"second"_qs);
+        QVERIFY(installation.read(u"Logs/quillmark.log"_qs).contains("info: second"));
     }
 
     void a_log_that_cannot_be_written_stays_silent()

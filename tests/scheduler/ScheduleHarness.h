@@ -9,6 +9,7 @@
 #include "platform/Files.h"
 #include "scheduler/JobTable.h"
 #include "scheduler/ScheduleTimer.h"
+#include "scheduler/ScheduleWatch.h"
 #include "scheduler/ScheduledJobs.h"
 #include "scheduler/frmScheduledReport.h"
 #include "support/Fakes.h"
@@ -53,6 +54,7 @@ public:
     {
         lines.append(u"not run: "_s + job.JobDescription + u": "_s + reason);
     }
+    void refused(const QString &, bool, const QString &) override {}
     void skippedRuns(const ScheduledReportJob &job, const WallTime &, int skipped) override
     {
         lines.append(u"skipped %1: "_s.arg(skipped) + job.JobDescription);
@@ -95,6 +97,7 @@ public:
     {
         jobs.reset();
         timer.reset();
+        watch.reset();
         dialog.reset();
         table.reset();
         due.reset();
@@ -110,13 +113,25 @@ public:
         globals.gcolJobs = reader.LoadJobs(jobFile());
 
         table = std::make_unique<JobTable>();
-        const ScheduleServices services{globals, *table, reader, errors, prompts, clock, journal};
+        const ScheduleServices plain{globals, *table, reader, errors, prompts, clock, journal};
+        watch = std::make_unique<ScheduleWatch>(plain, std::chrono::milliseconds(10));
+        const ScheduleServices services{globals, *table, watch->reader(), errors, prompts, clock, journal};
         dialog = std::make_unique<frmScheduledReport>(globals, errors, prompts, help);
         timer = std::make_unique<ScheduleTimer>(
-            services, [this](const QString &, bool) { runs.append(files::lastPart(globals.gstrCurrentQueryFile)); },
+            services,
+            [this](const QString &, bool, std::function<void()> over) {
+                runs.append(files::lastPart(globals.gstrCurrentQueryFile));
+                if (inBackground)
+                    endRun = std::move(over);
+                else
+                    over();
+            },
             [this] { return producingRows; });
-        jobs = std::make_unique<ScheduledJobs>(services, *dialog, *timer, [this] { ++emptied; });
+        jobs = std::make_unique<ScheduledJobs>(services, *dialog, *timer);
+        QObject::connect(jobs.get(), &ScheduledJobs::tableEmptied, jobs.get(), [this] { ++emptied; });
         timer->setPopulateJobs([this] { jobs->PopulateJobs(); });
+        watch->watch(*timer);
+        QObject::connect(watch.get(), &ScheduleWatch::noticeChanged, watch.get(), [this](const QString &text) { notice = text; });
         jobs->PopulateJobs();
         auto dueTimer = std::make_unique<FakeDueTimer>(due);
         m_dueTimer = dueTimer.get();
@@ -184,12 +199,16 @@ public:
     Globals globals;
     std::unique_ptr<JobTable> table;
     std::unique_ptr<frmScheduledReport> dialog;
+    std::unique_ptr<ScheduleWatch> watch;
     std::unique_ptr<ScheduleTimer> timer;
     std::unique_ptr<ScheduledJobs> jobs;
     std::optional<WallTime> due; ///< with which the due timer is armed now
     QStringList runs;
     int emptied = 0;
     bool producingRows = false;
+    bool inBackground = false;    ///< reports are over only when the test says so
+    std::function<void()> endRun; ///< of the report that is being made in the background
+    QString notice;               ///< what the watch wants seen
     std::function<void()> whileDialogIsOpen;
 
 private:

@@ -29,6 +29,7 @@ private Q_SLOTS:
         row("monthly, the shortened day stays short", "Monthly", {2026, 2, 28}, {2026, 2, 28}, {2026, 3, 28}, 1);
         row("monthly, over two months at once", "Monthly", {2026, 1, 31}, {2026, 3, 28}, {2026, 4, 28}, 3);
         row("monthly, over the year", "Monthly", {2026, 12, 31}, {2026, 12, 31}, {2027, 1, 31}, 1);
+        row("single, tomorrow, stays", "Single", {2026, 11, 22}, {2026, 11, 21}, {2026, 11, 22}, 0);
         row("unknown frequency, stays", "weekly", {2026, 1, 1}, {2026, 11, 21}, {2026, 1, 1}, 0);
     }
     void moves_to_the_first_date_after_today()
@@ -40,6 +41,18 @@ private Q_SLOTS:
         QTEST(advance.date, "expected");
         QTEST(advance.periods, "periods");
         QVERIFY(!advance.retired);
+    }
+
+    void codes_of_the_record_have_their_texts_and_others_have_none()
+    {
+        QStringList texts;
+        for (int code = -1; code <= 4; ++code)
+            texts.append(frequencyText(code));
+        QCOMPARE(texts, QStringList({QString(), u"Single"_s, u"Daily"_s, u"Weekly"_s, u"Monthly"_s, QString()}));
+        for (int code = 0; code < 4; ++code)
+            QCOMPARE(frequencyCode(frequencyText(code)), std::optional(code));
+        QCOMPARE(frequencyCode(u"single"), std::nullopt);
+        QVERIFY(advancePast({2026, 11, 21}, {2026, 11, 21}, u"Single").retired);
     }
 };
 

@@ -16,8 +16,9 @@ its life is over:
 
 The certificates folder is what mkca.sh makes. Each message taken is kept as DIR/N.eml, then its envelope as DIR/N.json. The recipient's local
 part picks the fault: 550 450 451 551 553 refused at RCPT; once450 refused the first time only; 552 554 refused after the content;
-slowN answers RCPT after N seconds; drop closes at RCPT; dropend closes after the content without an answer; stall never answers the content;
-slowquit takes 30 seconds to say good-bye.
+slowN answers RCPT after N seconds, slowNms after milliseconds; drop closes at RCPT; dropmid closes in the middle of the content; dropend closes
+after it without an answer; again354 answers the content by asking for it; stall never answers it; slowquit takes 30 seconds to say good-bye.
+The sender's local part once451... is refused for now the first time that it is seen.
 """
 
 import argparse
@@ -41,6 +42,14 @@ REFUSALS = {
 
 class Server(SMTP):
     slow_quit = False
+    drop_content = False
+
+    async def smtp_DATA(self, arg):
+        if not self.drop_content:
+            return await super().smtp_DATA(arg)
+        await self.push("354 go on")
+        await self._reader.readline()
+        self.transport.abort()
 
     async def smtp_QUIT(self, arg):
         if self.slow_quit:
@@ -55,6 +64,14 @@ class Handler:
     def __init__(self, out):
         self.out = out
 
+    async def handle_MAIL(self, server, session, envelope, address, options):
+        if address.startswith("once451") and address not in Handler.seen_once:
+            Handler.seen_once.add(address)
+            return "451 4.7.1 Greylisted: <%s>" % address
+        envelope.mail_from = address
+        envelope.mail_options.extend(options)
+        return "250 OK"
+
     async def handle_RCPT(self, server, session, envelope, address, options):
         local = address.split("@")[0]
         if local in REFUSALS:
@@ -67,9 +84,11 @@ class Handler:
             return "421 gone"
         if local == "slowquit":
             server.slow_quit = True
-        slow = re.fullmatch(r"slow(\d+)", local)
+        if local == "dropmid":
+            server.drop_content = True
+        slow = re.fullmatch(r"slow(\d+)(ms)?", local)
         if slow:
-            await asyncio.sleep(int(slow[1]))
+            await asyncio.sleep(int(slow[1]) / (1000 if slow[2] else 1))
         envelope.rcpt_tos.append(address)
         return "250 OK"
 
@@ -94,6 +113,8 @@ class Handler:
         os.rename(stem + ".json.part", stem + ".json")
         if "dropend" in locals_:
             server.transport.abort()
+        if "again354" in locals_:
+            return "354 Go on"
         if "stall" in locals_:
             await asyncio.sleep(60)
         return "250 2.0.0 Queued as %d" % Handler.kept

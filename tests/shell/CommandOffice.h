@@ -32,7 +32,6 @@ struct CommandOffice : ShellHarness
         senders = installation.write(traffic + u"Senders.rqn"_s, queryFile(u"Senders"_s));
         start();
         show();
-        tree().setAnimated(false); // clicks meet the nodes where they end up
     }
 
     void clickNode(const QString &key, Qt::MouseButton button = Qt::LeftButton) const
@@ -92,6 +91,31 @@ struct CommandOffice : ShellHarness
         QTest::keyClick(&view, Qt::Key_F2);
         enterName(view, name);
     }
+    /// Types a name over the label of the selected item, and leaves the edit open.
+    static void typeOverLabel(QAbstractItemView &view, const QString &name)
+    {
+        QTest::keyClick(&view, Qt::Key_F2);
+        QTRY_VERIFY(labelEditor(view) && labelEditor(view)->hasFocus());
+        QTest::keyClicks(labelEditor(view), name);
+    }
+    /// Presses and releases as the system tells the window of it, both in one turn of the event loop or with a \p turn between.
+    void realClick(const QWidget &widget, const QPoint &point, bool turn, Qt::MouseButton button = Qt::LeftButton)
+    {
+        realMouse(widget, point, QEvent::MouseButtonPress, button);
+        if (turn)
+            QTest::qWait(1);
+        realMouse(widget, point, QEvent::MouseButtonRelease, button);
+        QTest::qWait(1);
+    }
+    void realMouse(const QWidget &widget, const QPoint &point, QEvent::Type type, Qt::MouseButton button = Qt::LeftButton)
+    {
+        constexpr int kNoDoubleClick = 1000;
+        const QPoint global = widget.mapToGlobal(point);
+        mouseTime += kNoDoubleClick;
+        qt_handleMouseEvent(window->windowHandle(), window->mapFromGlobal(global), global,
+                            type == QEvent::MouseButtonPress ? button : Qt::NoButton, button, type, {}, mouseTime);
+    }
+    [[nodiscard]] QPoint nodePoint(const QString &key) const { return tree().visualRect(selection().tree().find(key)).center(); }
     [[nodiscard]] static QStringList filesIn(const QString &folder) { return files::list(folder, u"*"_s, attr::directory); }
     [[nodiscard]] bool exists(const QString &path) const { return files::entryExists(path); }
 
@@ -120,6 +144,7 @@ struct CommandOffice : ShellHarness
     }
 
     ContentTester tester;
+    int mouseTime = 0; ///< ms
     QString package = u"Server Operating System Logs"_s;
     QString daily, weekly, traffic, locks, logons, senders;
 };

@@ -33,6 +33,7 @@ public:
         int pointer = -1;
     };
     std::vector<Run> runs;
+    QStringList queryAccesses;                         ///< made so far, by identifier
     std::function<void(const QString &target)> onEdit; ///< stands for what the operator does in the package's editor
     std::function<void()> onGenerate;                  ///< called in the middle of GenerateReport; may throw
     const ScriptedPrompts *prompts = nullptr;
@@ -47,6 +48,7 @@ public:
     {
         if (!progId.startsWith(u"Quillmark."_s))
             raise(err::cannotCreateObject, progId);
+        queryAccesses.append(progId);
         return std::make_unique<TomlQueryAccess>();
     }
 
@@ -78,8 +80,10 @@ class SilentJournal final : public ScheduleJournal
 {
 public:
     void notRun(const ScheduledReportJob &, const QString &) override {}
+    void refused(const QString &, bool, const QString &) override {}
     void skippedRuns(const ScheduledReportJob &, const WallTime &, int) override {}
-    void note(const QString &) override {}
+    void note(const QString &text) override { notes.append(text); }
+    QStringList notes;
 };
 
 /// A tester that is always content.
@@ -121,8 +125,14 @@ public:
                                                 [] { return std::make_shared<TomlDataSourceFileReader>(); }},
                                     .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
                                     .getInstallPath = [] { return GetInstallPath(); },
-                                    .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
+                                    .makeDueTimer =
+                                        [this] {
+                                            auto made = std::make_unique<SystemDueTimer>();
+                                            dueTimer = made.get();
+                                            return made;
+                                        },
                                     .isProducingRows = [this] { return producingRows; },
+                                    .isEditing = [this] { return editing; },
                                     .closeViewers = [this] { ++viewersClosed; },
                                     .endProgram = [this] { ++programEnds; },
                                     .connectionTester = connectionTester,
@@ -171,7 +181,8 @@ public:
     SilentJournal journal;
     std::unique_ptr<JobConfigReader> jobReader;
     ConnectionTester *connectionTester = nullptr; ///< null: data sources cannot be edited
-    bool producingRows = false;
+    DueTimer *dueTimer = nullptr;                 ///< the window's
+    bool producingRows = false, editing = false;
     int viewersClosed = 0, programEnds = 0;
     QString stateFile;
     std::unique_ptr<frmMain> window;

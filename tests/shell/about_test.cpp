@@ -23,7 +23,7 @@ QString shown(const frmAbout &about, const char *label)
 
 /// What setup.sh installs to be linked and to be shipped, and the name that the licences give it.
 const QMap<QString, QString> kNames{{u"qt6-base-dev"_s, u"Qt 6"_s},
-                                    {u"libqt6svg6-dev"_s, u"Qt 6"_s},
+                                    {u"qt6-svg-dev"_s, u"Qt 6"_s},
                                     {u"libgl1-mesa-dev"_s, u"Qt 6"_s}, // headers that Qt's own want
                                     {u"libsqlite3-dev"_s, u"SQLite"_s},
                                     {u"unixodbc-dev"_s, u"unixODBC"_s},

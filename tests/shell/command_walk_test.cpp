@@ -27,34 +27,34 @@ struct Errand
     QKeyCombination keys{Qt::Key_unknown}; ///< the command's key, if it has one, pressed where the focus is
 };
 
-bool stands(std::span<const char *const> items, const char *id)
+bool stands(std::span<const QLatin1StringView> items, QLatin1StringView id)
 {
-    return std::any_of(items.begin(), items.end(), [id](const char *item) { return qstrcmp(item, id) == 0; });
+    return std::find(items.begin(), items.end(), id) != items.end();
 }
 
-std::span<const char *const> itemsOf(const char *menu)
+std::span<const QLatin1StringView> itemsOf(QLatin1StringView menu)
 {
     for (const MenuDefinition &definition : menuDefinitions())
-        if (qstrcmp(definition.id, menu) == 0)
+        if (definition.id == menu)
             return definition.items;
     return {};
 }
 
 /// The menus to open one after the other, from the menu \p top to the one that holds \p id; empty: it is not below \p top.
-QStringList pathBelow(const char *top, const char *id)
+QStringList pathBelow(QLatin1StringView top, QLatin1StringView id)
 {
     if (stands(itemsOf(top), id))
-        return {QString::fromLatin1(top)};
-    for (const char *item : itemsOf(top))
-        if (const QStringList rest = *item ? pathBelow(item, id) : QStringList(); !rest.isEmpty())
-            return QStringList(QString::fromLatin1(top)) + rest;
+        return {top};
+    for (const QLatin1StringView item : itemsOf(top))
+        if (const QStringList rest = item.isEmpty() ? QStringList() : pathBelow(item, id); !rest.isEmpty())
+            return QStringList(top) + rest;
     return {};
 }
 
 QStringList menuPath(const char *id)
 {
-    for (const char *top : menuBarItems())
-        if (const QStringList path = pathBelow(top, id); !path.isEmpty())
+    for (const QLatin1StringView top : menuBarItems())
+        if (const QStringList path = pathBelow(top, QLatin1StringView(id)); !path.isEmpty())
             return path;
     return {};
 }
@@ -93,7 +93,7 @@ void choose(CommandOffice &office, const Errand &errand, Way way)
             office.clickRow(row, Qt::RightButton);
         else
             office.clickNode(office.selection().nodeKey(), Qt::RightButton);
-        clickDown(office, pathBelow("ID_RightClick", errand.id), errand.id);
+        clickDown(office, pathBelow(command::rightClick, QLatin1StringView(errand.id)), errand.id);
     } else {
         QTest::keyClick(QApplication::focusWidget(), errand.keys.key(), errand.keys.keyboardModifiers());
     }
@@ -269,7 +269,8 @@ private Q_SLOTS:
         const std::vector<Errand> all = errands();
         for (const ToolDefinition &tool : toolDefinitions())
             if (itemsOf(tool.id).empty())
-                QVERIFY2(std::any_of(all.begin(), all.end(), [&](const Errand &e) { return qstrcmp(e.id, tool.id) == 0; }), tool.id);
+                QVERIFY2(std::any_of(all.begin(), all.end(), [&](const Errand &e) { return tool.id == QLatin1StringView(e.id); }),
+                         tool.id.data());
     }
 
     void a_command_does_its_work_from_each_of_its_places_data()
@@ -283,9 +284,9 @@ private Q_SLOTS:
             };
             if (!menuPath(all[i].id).isEmpty())
                 row(Way::Menu, "menu");
-            if (stands(buttonBarItems(), all[i].id))
+            if (stands(buttonBarItems(), QLatin1StringView(all[i].id)))
                 row(Way::Button, "button");
-            if (!pathBelow("ID_RightClick", all[i].id).isEmpty())
+            if (!pathBelow(command::rightClick, QLatin1StringView(all[i].id)).isEmpty())
                 row(Way::PopUp, "pop-up");
             if (all[i].keys.key() != Qt::Key_unknown)
                 row(Way::Key, "key");

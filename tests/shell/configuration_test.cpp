@@ -72,6 +72,7 @@ private Q_SLOTS:
                                "InstallPath=Packages/B/\n[Package.C]\nName=Gamma\nInterface=X.C\nInstallPath=Packages/C/\n";
         QTest::newRow("missing") << QByteArray() << u"53"_s << 0;
         QTest::newRow("empty") << QByteArray("\n") << u"321"_s << 0;
+        QTest::newRow("of another program") << QByteArray("[Settings]\nVersion=8\n") << u"321"_s << 0;
         QTest::newRow("second package has the first one's name") << QByteArray(two).replace("%1", "Alpha") << u"457"_s << 1;
     }
 
@@ -97,6 +98,18 @@ private Q_SLOTS:
         QVERIFY(!harness.globals.gcolJobs); // never read, which is not the same as none
         QVERIFY(!harness.globals.gudoEmailSettings);
         QCOMPARE(harness.globals.gdicDataSources.Count(), 0);
+    }
+
+    void a_packages_file_without_packages_is_an_empty_table()
+    {
+        ShellHarness harness;
+        harness.installation.write(u"Packages.ini"_s, "[Framework]\nVersion=8\n");
+        harness.installation.write(u"Config/Payroll.dsf"_s, "format = 1\nclass = \"QMMDSMSSql\"\n");
+        harness.start();
+        // Only the tree, which has no first node to select, has something to say.
+        QCOMPARE(harness.firstLines(), QStringList(u"Error occured while populating the tree view control."_s));
+        QVERIFY(harness.globals.gcolJobs && harness.globals.gudoEmailSettings);
+        QCOMPARE(harness.globals.gdicDataSources.Count(), 1);
     }
 
     void a_broken_job_file_leaves_packages_and_never_loses_the_schedule()

@@ -78,7 +78,8 @@ private Q_SLOTS:
         const QString renamed = office.daily + u"Night logons.rqn"_s;
         QTRY_VERIFY(office.exists(renamed));
 
-        // Schedule a job for a day to come, all fields by their access keys.
+        // Schedule a job for a day to come, all fields by their access keys; a selected query would keep New from offering it.
+        tabTo(office.tree());
         office.whenDialogOpens([&](QWidget &) {
             press(Qt::Key_J, Qt::AltModifier);
             press(Qt::Key_A, Qt::ControlModifier);
@@ -131,8 +132,10 @@ private Q_SLOTS:
     void a_double_click_on_the_empty_schedule_makes_a_job()
     {
         CommandOffice office;
+        office.window->schedule().dialog().QueryFileNameString = office.logons; // of an earlier showing
         office.prompts.files = {office.locks};
         office.whenDialogOpens([&](QWidget &dialog) {
+            QCOMPARE(CommandOffice::in<QLineEdit>(dialog, "txtQueryFile").text(), QString());
             QTest::mouseClick(&CommandOffice::in<QPushButton>(dialog, "cmdQueryFile"), Qt::LeftButton);
             QVERIFY(!CommandOffice::in<QLineEdit>(dialog, "txtQueryFile").text().isEmpty());
             office.clock.set({QDate(2026, 11, 20), 0}); // so that it is not due at once

@@ -3,13 +3,21 @@
 #include "CommandOffice.h"
 
 #include "shell/Icons.h"
+#include "shell/ScheduleStatus.h"
 #include "shell/frmSplash.h"
 #include "support/System.h"
 
+#include <QDialog>
 #include <QDir>
 #include <QLabel>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QScreen>
+#include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTextDocument>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -140,6 +148,171 @@ private Q_SLOTS:
         QVERIFY(office.components.runs[0].interactive);
     }
 
+    void the_schedule_at_work_takes_nothing_from_the_operator()
+    {
+        CommandOffice office;
+        JobTable &table = office.window->schedule().table();
+        const auto add = [&](int id, const QString &file, const QDate &date, int frequency) {
+            office.globals.gcolJobs->push_back(
+                std::make_shared<ScheduledReportJob>(ScheduledReportJob{u"job %1"_s.arg(id), file, {date, 25'200}, frequency, id}));
+        };
+        const auto ran = [&] { return office.components.runs.empty() ? QString() : office.components.runs.back().queryFile; };
+        // A report that is to run once leaves the first row behind the operator's back; the selected query keeps its commands.
+        add(1, office.senders, {2026, 11, 20}, 0);
+        add(2, office.senders, {2030, 1, 1}, 1);
+        office.window->schedule().jobs().PopulateJobs();
+        office.clickQuery(u"Locks"_s);
+        office.window->schedule().timer().SetTimer(false);
+        QCOMPARE(ran(), office.senders);
+        QCOMPARE(table.rows(), 1);
+        QVERIFY(office.tool("ID_Cut").isEnabled() && office.tool("ID_SaveAs").isEnabled() && office.tool("ID_Rename").isEnabled());
+        office.tool("ID_Generate").trigger();
+        QCOMPARE(ran(), office.locks);
+
+        // In the active schedule the commands stay as well, and go for the row that is shown as selected.
+        add(3, office.logons, {2030, 1, 1}, 1);
+        add(4, office.senders, {2026, 11, 20}, 0);
+        office.window->schedule().jobs().PopulateJobs();
+        office.clickJob(1);
+        office.window->schedule().timer().SetTimer(false);
+        QCOMPARE(table.rows(), 2);
+        QCOMPARE(office.schedule().currentIndex().row(), table.selectedRow());
+        QVERIFY(office.tool("ID_Generate").isEnabled() && office.tool("ID_Modify").isEnabled());
+        office.clickJob(0);
+        office.prompts.answers = {box::idYes, box::idYes};
+        QTest::keyClick(&office.schedule(), Qt::Key_Delete);
+        office.tool("ID_Generate").trigger();
+        QCOMPARE(ran(), office.logons); // the neighbour's
+        QTest::keyClick(&office.schedule(), Qt::Key_Delete);
+        QCOMPARE(table.rows(), 0);
+        QVERIFY(!office.tool("ID_Generate").isEnabled());
+        add(5, office.locks, {2030, 1, 1}, 1);
+        office.schedule().setFocus();
+        office.window->schedule().jobs().PopulateJobs(); // the first job of the schedule that is looked at
+        QVERIFY(office.tool("ID_Generate").isEnabled() && office.tool("ID_Delete").isEnabled());
+        office.prompts.finish();
+    }
+
+    void a_long_countdown_stays_in_the_window_and_its_tip_is_whole()
+    {
+        CommandOffice office;
+        office.window->resize(900, 600);
+        const QString description = u"A & B <i>report</i> "_s + QString(400, u'x');
+        office.addJob(description, office.locks);
+        office.window->schedule().timer().SetTimer(false);
+        auto *panel = office.window->findChild<QLabel *>(u"NextSchReport"_s);
+        QTRY_VERIFY(panel->text().contains(description));
+        QTRY_VERIFY(panel->mapTo(office.window.get(), QPoint(panel->width(), 0)).x() <= office.window->width());
+        QVERIFY(panel->mapTo(office.window.get(), QPoint()).x() >= 0 && panel->width() > 300);
+        QHelpEvent help(QEvent::ToolTip, {3, 3}, panel->mapToGlobal(QPoint(3, 3)));
+        QApplication::sendEvent(panel, &help);
+        QTextDocument tip;
+        tip.setHtml(QToolTip::text());
+        QVERIFY2(tip.toPlainText().startsWith(u"Next Report: '"_s + description), qPrintable(tip.toPlainText()));
+        QToolTip::hideText();
+
+        // What the schedule does makes do as well, but its button stays whole.
+        QMainWindow other;
+        other.resize(700, 200);
+        auto *status = new ScheduleStatus([&] { return ReportProgress{QString(300, u'n'), u"12 rows"_s}; });
+        other.statusBar()->addPermanentWidget(status);
+        status->runBegan(office.locks);
+        status->setNotice(u"<i>A notice</i> "_s + QString(400, u'y'));
+        other.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&other));
+        const auto *cancel = status->findChild<QPushButton *>(u"cmdCancelScheduledRun"_s);
+        QVERIFY(cancel->width() >= cancel->sizeHint().width());
+        QVERIFY2(cancel->mapTo(&other, QPoint(cancel->width(), 0)).x() <= 700, qPrintable(QString::number(other.width())));
+        for (const char *name : {"scheduledRun", "scheduleNotice"})
+            QVERIFY(status->findChild<QLabel *>(QLatin1StringView(name))->visibleRegion().boundingRect().width() > 40);
+    }
+
+    void shift_and_f10_open_the_pop_up_menus()
+    {
+        CommandOffice office;
+        office.addJob(u"Morning"_s, office.locks);
+        for (QWidget *view : std::initializer_list<QWidget *>{&office.tree(), &office.list(), &office.schedule()}) {
+            office.clickQuery(u"Logons"_s);
+            view->setFocus();
+            QTest::keyClick(view, Qt::Key_F10, Qt::ShiftModifier);
+            QVERIFY2(office.rightClickMenu().isVisible(), qPrintable(view->objectName()));
+            QVERIFY(office.tool("ID_SaveAs").isEnabled() || view != &office.list());
+            office.rightClickMenu().close();
+            QTest::keyClick(view, Qt::Key_F10, Qt::ShiftModifier | Qt::ControlModifier);
+            QVERIFY(!office.rightClickMenu().isVisible());
+        }
+    }
+
+    void no_window_opens_larger_than_the_screen_or_outside_it()
+    {
+        QTemporaryDir folder;
+        CommandOffice office;
+        const auto lies = [](const QWidget &window) {
+            return window.isVisible() && window.screen()->availableGeometry().contains(window.frameGeometry());
+        };
+        QTRY_VERIFY(lies(*office.window));
+        office.stateFile = folder.filePath(u"window.ini"_s);
+        QSettings(office.stateFile, QSettings::IniFormat).setValue(u"frmMain/geometry"_s, QByteArray("spoilt"));
+        office.window.reset();
+        office.globals = {};
+        office.start();
+        office.show();
+        QTRY_VERIFY(lies(*office.window));
+        const auto opens = [&](QWidget &&window, const QRect &place) {
+            window.setGeometry(place);
+            window.show();
+            return QTest::qWaitFor([&] { return lies(window); }, 2000);
+        };
+        QVERIFY(opens(QDialog(), {5000, 5000, 300, 200})); // kept on a screen that is gone
+        QVERIFY(opens(QDialog(office.window.get()), {-900, -900, 5000, 3000}));
+        QWidget moved;
+        moved.setGeometry(40, 50, 300, 200);
+        moved.show();
+        QTest::qWait(50);
+        QCOMPARE(moved.geometry(), QRect(40, 50, 300, 200)); // what fits is left alone
+    }
+
+    void a_wake_up_during_the_operators_report_comes_after_it()
+    {
+        CommandOffice office;
+        office.addJob(u"scheduled"_s, office.senders);
+        office.window->schedule().timer().SetTimer(false);
+        office.clickQuery(u"Locks"_s);
+        office.components.onGenerate = [&] {
+            office.producingRows = office.components.runs.size() == 1;
+            if (office.producingRows)
+                Q_EMIT office.dueTimer->Mature();
+            office.producingRows = false;
+        };
+        office.tool("ID_Generate").trigger();
+        QCOMPARE(office.components.runs.size(), std::size_t{1}); // not before the operator's own run has returned
+        QTRY_COMPARE(office.components.runs.size(), std::size_t{2});
+        QCOMPARE(office.components.runs[1].queryFile, office.senders);
+        QVERIFY(!office.components.runs[1].interactive);
+    }
+
+    void closing_during_a_chain_ends_it_after_the_report_at_hand()
+    {
+        CommandOffice office;
+        for (const int id : {1, 2, 3})
+            office.globals.gcolJobs->push_back(
+                std::make_shared<ScheduledReportJob>(ScheduledReportJob{u"overdue"_s, office.locks, {{2026, 11, 20}, id}, 0, id}));
+        office.window->schedule().jobs().PopulateJobs();
+        office.components.onGenerate = [&] {
+            const auto *made =
+                office.window->findChild<QLabel *>(u"scheduledRun"_s); // painted before, for this interface lets nothing through
+            QCOMPARE(made->text(), u"Making 'Locks'"_s);
+            QVERIFY(made->isVisible() && made->width() >= made->sizeHint().width());
+            office.window->close();
+            QVERIFY(office.window->isVisible());
+        };
+        office.window->schedule().timer().SetTimer(false);
+        QTRY_VERIFY(!office.window->isVisible());
+        QCOMPARE(office.programEnds, 1);
+        QCOMPARE(office.components.runs.size(), std::size_t{1});
+        QCOMPARE(TomlJobConfigReader().LoadJobs(office.installation.path() + u"Config/Jobs.cfg"_s)->size(), std::size_t{2});
+    }
+
     void one_menu_opens_per_right_click_and_acts_on_what_was_clicked()
     {
         CommandOffice office;
@@ -174,7 +347,7 @@ private Q_SLOTS:
     void with_nothing_selected_every_tool_ends_in_at_most_one_box()
     {
         ShellHarness harness;
-        harness.installation.write(u"Packages.ini"_s, "[Framework]\nVersion=1\n");
+        harness.installation.write(u"Packages.ini"_s, "[Unknown]\nVersion=1\n");
         harness.start();
         harness.show();
         for (const char *id : {"ID_Modify", "ID_Delete", "ID_Generate", "ID_Rename", "ID_Cut", "ID_Copy", "ID_Paste", "ID_SaveAs"})
@@ -245,7 +418,28 @@ private Q_SLOTS:
         QCOMPARE(office.programEnds, 0);
         QVERIFY(office.window->isVisible());
         office.producingRows = false;
+
+        // An editor of a component keeps the program, so it keeps the scheduled report too.
+        office.components.onGenerate = [&] {
+            office.editing = true;
+            office.window->close();
+            office.editing = false;
+        };
+        office.globals.gstrCurrentQueryFile = office.locks;
+        office.window->reportRunner().RunReport(u"Quillmark.ServerReportInterface"_s, false);
+        QCoreApplication::processEvents();
+        QVERIFY(office.window->isVisible() && office.window->isEnabled());
+
+        // Jobs that are in no file yet are not left without a word.
+        const QString config = office.installation.path() + u"Config"_s, file = config + kSep + u"Jobs.cfg"_s;
+        files::rename(config, config + u" away"_s);
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, office.window->schedule().watch().reader().SaveJobs(office.globals.gcolJobs, file));
+        office.prompts.answers = {box::idNo, box::idYes};
+        office.window->close();
+        QCOMPARE(office.programEnds, 0);
+        QVERIFY(office.prompts.shown.size() == 1 && office.prompts.shown[0].text.contains(file));
         office.tool("ID_ExitMenu").trigger();
+        QVERIFY(office.journal.notes.last().startsWith(u"the program ends although"_s));
         QCOMPARE(office.programEnds, 1);
         QCOMPARE(office.viewersClosed, 1);
         QVERIFY(!office.window->isVisible());

@@ -1,11 +1,16 @@
 // Boxes and the pointer as real windows.
 
+#include "core/InputDuringRun.h"
 #include "shell/WidgetPrompts.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 
@@ -82,10 +87,80 @@ private Q_SLOTS:
             return texts;
         };
         QCOMPARE(visibleText(), QStringList(u"first"_s));
+        QVERIFY(QApplication::activeModalWidget()->property(kInputDuringRun).toBool()); // it may lie over the operator's own run
         QApplication::activeModalWidget()->close();
         QTRY_COMPARE(visibleText(), QStringList(u"second"_s));
         QApplication::activeModalWidget()->close();
         QTRY_COMPARE(visibleText(), QStringList());
+    }
+
+    void a_file_dialog_belongs_to_the_window_that_asks_and_begins_where_the_last_one_ended()
+    {
+        const QTemporaryDir user, first, second;
+        const QString state = user.filePath(u"window.ini"_s);
+        QWidget main, viewer;
+        for (QWidget *window : {&main, &viewer})
+            window->show();
+        viewer.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&viewer));
+        struct Seen
+        {
+            QWidget *parent;
+            QString folder;
+        };
+        const auto choose = [&](WidgetPrompts &prompts, const QString &name, const QString &chosen) {
+            Seen seen{};
+            QTimer::singleShot(0, this, [&] {
+                auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+                QVERIFY(dialog);
+                seen = {dialog->parentWidget(), dialog->directory().canonicalPath()};
+                if (chosen.isEmpty())
+                    return dialog->reject();
+                dialog->selectFile(chosen);
+                QMetaObject::invokeMethod(dialog, "accept", Qt::DirectConnection);
+            });
+            FileDialogRequest request;
+            request.folder = first.path();
+            request.filter = u"CSV file (*.csv)|*.csv"_s;
+            request.remembered = name;
+            const auto answer = prompts.chooseSaveFile(request);
+            if (answer.has_value() == chosen.isEmpty() || (answer && *answer != QDir::toNativeSeparators(chosen)))
+                seen.folder = u"another answer"_s;
+            return seen;
+        };
+        const QString one = QDir(first.path()).canonicalPath(), two = QDir(second.path()).canonicalPath();
+        {
+            WidgetPrompts prompts;
+            prompts.setMainWindow(&main);
+            prompts.setStateFile(state);
+            const Seen seen = choose(prompts, u"export"_s, second.filePath(u"a.csv"_s));
+            QCOMPARE(seen.parent, &viewer);
+            QCOMPARE(seen.folder, one);
+            QCOMPARE(choose(prompts, u"export"_s, {}).folder, two);
+            QCOMPARE(choose(prompts, u"other"_s, {}).folder, one);
+            QCOMPARE(choose(prompts, {}, second.filePath(u"b.csv"_s)).folder, one); // one whose folder is fixed
+            QCOMPARE(choose(prompts, {}, {}).folder, one);
+        }
+        WidgetPrompts later;
+        later.setStateFile(state);
+        QCOMPARE(choose(later, u"export"_s, {}).folder, two);
+        QVERIFY(QDir(second.path()).removeRecursively());
+        QCOMPARE(choose(later, u"export"_s, {}).folder, one); // gone
+    }
+
+    void a_typed_name_gets_the_suffix_that_the_filter_asks_for()
+    {
+        const QTemporaryDir folder;
+        const FileDialogRequest request{u"Save"_s, folder.path(), u"New.rqn"_s, u"Query (*.rqn)|*.rqn"_s, u"rqn"_s, {}};
+        for (const auto &[typed, name] : {std::pair{"v1.2 logons", "v1.2 logons.rqn"}, {"Plain", "Plain.rqn"}, {"a.b.RQN", "a.b.RQN"}}) {
+            QTimer::singleShot(0, this, [typed = QString::fromLatin1(typed)] {
+                auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+                QVERIFY(dialog);
+                dialog->findChild<QLineEdit *>()->setText(typed);
+                QMetaObject::invokeMethod(dialog, "accept");
+            });
+            QCOMPARE(WidgetPrompts().chooseSaveFile(request), QDir::toNativeSeparators(folder.filePath(QString::fromLatin1(name))));
+        }
     }
 
     void filters_are_split_at_bars()

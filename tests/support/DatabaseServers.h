@@ -3,7 +3,7 @@
 #pragma once
 
 #include "odbc/Drivers.h"
-#include "reporting/engine/Sqlite.h"
+#include "sqlite/Sqlite.h"
 #include "support/ServerProcess.h"
 
 #include <QTemporaryDir>

@@ -16,7 +16,7 @@ public:
     /// Why it does not run; empty: it does.
     [[nodiscard]] const QString &problem() const { return m_process.problem(); }
     [[nodiscard]] int port() const { return m_process.port(QStringLiteral("port")); }
-    /// The questions that came by UDP, one a line in hexadecimal digits.
+    /// The questions that came by UDP, one a line in hexadecimal digits; with --tell a line for each connection.
     [[nodiscard]] QByteArrayList questions()
     {
         QByteArrayList lines = m_process.said().trimmed().split('\n');

@@ -1,5 +1,7 @@
 // quillmark-import on CSV: what arrives, what is refused and where, and that whatever goes wrong leaves the old data whole.
 
+#include "importing/EventImport.h"
+#include "importing/ImportError.h"
 #include "support/System.h"
 #include "support/ToolRun.h"
 
@@ -9,6 +11,52 @@
 
 using namespace qm::test;
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Fails one flush of the database's log of changes, or all from that one on; everything else is the system's own.
+class FailingDisk final
+{
+public:
+    FailingDisk(int failingSync, bool forGood)
+    {
+        s_left = failingSync;
+        s_forGood = forGood;
+        s_system = sqlite3_vfs_find(nullptr);
+        m_vfs = *s_system;
+        m_vfs.zName = "failing";
+        m_vfs.xOpen = [](sqlite3_vfs *, sqlite3_filename name, sqlite3_file *file, int flags, int *given) {
+            const int code = s_system->xOpen(s_system, name, file, flags, given);
+            if (code == SQLITE_OK && (flags & SQLITE_OPEN_WAL) != 0) {
+                s_systemFile = file->pMethods;
+                s_file = *s_systemFile;
+                s_file.xSync = [](sqlite3_file *log, int how) {
+                    return --s_left == 0 || (s_left < 0 && s_forGood) ? SQLITE_IOERR_FSYNC : s_systemFile->xSync(log, how);
+                };
+                file->pMethods = &s_file;
+            }
+            return code;
+        };
+        sqlite3_vfs_register(&m_vfs, 1);
+    }
+    ~FailingDisk()
+    {
+        sqlite3_vfs_unregister(&m_vfs);
+        sqlite3_vfs_register(s_system, 1);
+    }
+    FailingDisk(const FailingDisk &) = delete;
+    FailingDisk &operator=(const FailingDisk &) = delete;
+
+private:
+    static inline int s_left = 0;
+    static inline bool s_forGood = false;
+    static inline sqlite3_vfs *s_system = nullptr;
+    static inline const sqlite3_io_methods *s_systemFile = nullptr;
+    static inline sqlite3_io_methods s_file{};
+    sqlite3_vfs m_vfs{};
+};
+
+} // namespace
 
 class ToolsImportTest final : public QObject
 {
@@ -133,6 +181,47 @@ private Q_SLOTS:
         QVERIFY2(result.err.contains(u"nothing was imported"_s), qPrintable(result.err));
         QCOMPARE(rows("SELECT id,time_generated FROM server_events"), QStringList{u"1|2026-11-19 00:00:00.000"_s});
         QCOMPARE(readFile(path("log.db")), before);
+    }
+
+    void an_import_whose_last_step_fails_says_what_is_there()
+    {
+        writeFile(path("in.csv"), "time_generated,level,type\n2026-11-18,Error,Error\n2026-11-19,Error,Error\n");
+        const qm::ImportRequest request{.database = path("log.db"), .kind = qm::EventKind::Server, .inputs = {path("in.csv")}};
+        qm::importEvents(request, {});
+        const auto count = [&] { return rows("SELECT count(*) FROM server_events").value(0).toInt(); };
+        for (const bool forGood : {false, true}) {
+            QString outcomes;
+            for (int failingSync = 1; !outcomes.endsWith(u"arrived"_s) && failingSync < 20; ++failingSync) {
+                const int before = count();
+                // A report that reads meanwhile keeps the log where it is, and its sudden end has the next program recover what it holds.
+                sqlite3 *reader = nullptr;
+                QCOMPARE(sqlite3_open(path("log.db").toUtf8().constData(), &reader), SQLITE_OK);
+                sqlite3_exec(reader, "SELECT count(*) FROM sqlite_schema", nullptr, nullptr, nullptr);
+                QByteArray said;
+                try {
+                    const FailingDisk disk(failingSync, forGood);
+                    qm::importEvents(request, {});
+                    outcomes += u" arrived"_s;
+                } catch (const qm::UncertainImport &error) {
+                    outcomes += u" uncertain"_s;
+                    said = error.what();
+                } catch (const qm::RuntimeError &) {
+                    outcomes += u" nothing"_s;
+                }
+                QFile::remove(path("copy.db"));
+                QFile::remove(path("copy.db-wal"));
+                QVERIFY(QFile::copy(path("log.db"), path("copy.db")));
+                QFile::copy(path("log.db-wal"), path("copy.db-wal"));
+                sqlite3_close(reader);
+                const int recovered = rowsOf(path("copy.db"), u"SELECT count(*) FROM server_events"_s).value(0).toInt();
+                if (outcomes.endsWith(u"uncertain"_s))
+                    QVERIFY2(said.contains("Whether the rows are there is not known"), said.constData());
+                else
+                    QCOMPARE(recovered, before + (outcomes.endsWith(u"arrived"_s) ? 2 : 0));
+            }
+            QVERIFY2(outcomes.endsWith(u"arrived"_s), qPrintable(outcomes));
+            QVERIFY2(outcomes.contains(forGood ? u"uncertain"_s : u"nothing"_s), qPrintable(outcomes));
+        }
     }
 
     void databases_that_are_not_ours_stay_as_they_are()

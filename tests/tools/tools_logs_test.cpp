@@ -122,23 +122,34 @@ private Q_SLOTS:
         const ToolResult lines = import(
             "b.log", "Nov 20 08:15:00 host app: m\n\nNov 20 08:15:00 host app: m\n" + QByteArray("other text\n").repeated(7 << 20), syslog);
         QVERIFY2(lines.code == 1 && lines.err.contains(u"b.log, line 3: more than 64 MiB"_s), qPrintable(lines.err));
-        const ToolResult text = import("c.xml", "<Event><System>\n" + QByteArray(70 << 20, 'x') + "</System></Event>");
-        QVERIFY2(text.code == 1 && text.err.contains(u"c.xml, line 2: a text is longer"_s), qPrintable(text.err));
+        const QByteArray begin = "<Event><System>\n", much(20 << 20, 'x');
+        for (const QByteArray &endless : {much, "<a b='" + much, QByteArray("<a/>").repeated(5 << 20)}) {
+            const ToolResult xml = import("c.xml", begin + endless);
+            QVERIFY2(xml.code == 1 && xml.err.contains(u"c.xml, line 2: no event ends within 16 MiB"_s), qPrintable(xml.err));
+        }
+        const ToolResult deep = import("c.xml", begin + QByteArray("<a>").repeated(2000));
+        QVERIFY2(deep.code == 1 && deep.err.contains(u"c.xml, line 2: elements stand inside each other"_s), qPrintable(deep.err));
+        const QByteArray head = "time_generated,level,type,message\n";
+        const ToolResult fields = import("d.csv", head + QByteArray(20'000'000, ','));
+        QVERIFY2(fields.code == 1 && fields.err.contains(u"d.csv, line 2: the record has more than 10,000 fields"_s),
+                 qPrintable(fields.err));
+        const ToolResult record = import("e.csv", head + (QByteArray(1 << 20, 'x') + ',').repeated(70));
+        QVERIFY2(record.code == 1 && record.err.contains(u"e.csv, line 2: the record is longer than 64 MiB"_s), qPrintable(record.err));
     }
 
     void the_journal()
     {
         const QByteArray log =
-            R"({"__REALTIME_TIMESTAMP":"1795421430123456","PRIORITY":"3","SYSLOG_IDENTIFIER":"sshd","_COMM":"sshd","_EXE":"/usr/sbin/sshd","_HOSTNAME":"srv1","_UID":"0","SYSLOG_FACILITY":"4","_SYSTEMD_UNIT":"ssh.service","MESSAGE":"line one\nline two"})"
+            R"({"__REALTIME_TIMESTAMP":"1795421430123456","PRIORITY":"3","SYSLOG_IDENTIFIER":"sshd","_COMM":"sshd-session","_EXE":"/usr/sbin/sshd","_HOSTNAME":"srv1","_UID":"0","SYSLOG_FACILITY":"4","_SYSTEMD_UNIT":"ssh.service","UNIT":"no.service","_TRANSPORT":"no","MESSAGE":"line one\nline two"})"
             "\n"
-            R"({"__REALTIME_TIMESTAMP":"1795421431000000","MESSAGE":[99,97,102,195,169],"_TRANSPORT":"kernel","PRIORITY":["6","6"]})"
+            R"({"__REALTIME_TIMESTAMP":"1795421431000000","MESSAGE":[99,97,102,195,169],"_TRANSPORT":"kernel","PRIORITY":["6","6"],"UNIT":"a.service"})"
             "\n"
             R"({"__REALTIME_TIMESTAMP":"1795421432000000","MESSAGE":null,"_COMM":["a","b"],"_HOSTNAME":"srv1"})"
             "\n";
         QCOMPARE(import("journal.json", log).err, QString());
         QCOMPARE(rows("time_generated,level,source,channel,category,computer,user_name,process,message"),
                  (QStringList{u"2026-11-23 08:10:30.123|Error|sshd|auth|ssh.service|srv1|uid 0|/usr/sbin/sshd|line one\nline two"_s,
-                              u"2026-11-23 08:10:31.000|Information|~|kernel|~|(unknown)|~|~|café"_s,
+                              u"2026-11-23 08:10:31.000|Information|~|kernel|a.service|(unknown)|~|~|café"_s,
                               u"2026-11-23 08:10:32.000|Information|a\nb|journal|~|srv1|~|a\nb|~"_s}));
         const ToolResult bad = import("bad.json", log + "{\"MESSAGE\":\n");
         QCOMPARE(bad.code, 1);
@@ -183,6 +194,16 @@ private Q_SLOTS:
                                    "SystemTime='2026-11-20T10:32:00Z'/><EventRecordID>5</EventRecordID><Channel>System</Channel>"
                                    "<Computer>SRV1</Computer><Security "
                                    "UserID='S-1-5-18'/></System><EventData><Data>plain</Data><Binary>5700</Binary></EventData></Event>";
+        const auto process = [](const QByteArray &id, const QByteArray &data) {
+            return "<Event><System><EventID>" + id +
+                   "</EventID><TimeCreated SystemTime='2026-11-20T10:33:00Z'/><EventRecordID>6</EventRecordID><Security "
+                   "UserID='S-1-5-19'/></System><EventData>" +
+                   data + "</EventData></Event>";
+        };
+        // An account with its domain in one name; a status alone, or beside a sub-status that says nothing.
+        const QByteArray started = process("1", "<Data Name='User'>EXAMPLE\\svc</Data><Data Name='Status'>0xc0000022</Data>");
+        const QByteArray ticket = process("4768", "<Data Name='TargetUserSid'>S-1-5-21-2</Data><Data Name='Status'>0x6</Data><Data "
+                                                  "Name='SubStatus'>0x0</Data>");
         const QStringList expected{
             u"2026-11-20 10:29:51.026|440|4625|Information|Audit "
             "Failure|Logon|EXAMPLE|m.okafor|~|3|192.0.2.7|0xc000006a|Failed logon.\n\nSubjectUserName: -\nTargetUserName: "
@@ -193,14 +214,21 @@ private Q_SLOTS:
             u"2026-11-20 10:31:00.000|1|1102|Information|Audit Success|Log clear|OFFSEC|admmig|~|~|~|~|Audit log "
             "cleared.\n\nSubjectUserSid: S-1-5-21-1\nSubjectUserName: "
             "admmig\nSubjectDomainName: OFFSEC"_s,
-            u"2026-11-20 10:32:00.000|5|7036|Warning|Warning|~|~|S-1-5-18|~|~|~|~|Service state changed.\n\nplain\nBinary: 5700"_s};
+            u"2026-11-20 10:32:00.000|5|7036|Warning|Warning|~|~|S-1-5-18|~|~|~|~|Service state changed.\n\nplain\nBinary: 5700"_s,
+            u"2026-11-20 10:33:00.000|6|1|Information|Information|~|EXAMPLE|svc|~|~|~|0xc0000022|User: EXAMPLE\\svc\nStatus: 0xc0000022"_s,
+            u"2026-11-20 10:33:00.000|6|4768|Information|Information|~|~|S-1-5-21-2|~|~|~|0x6|TargetUserSid: S-1-5-21-2\nStatus: "
+            "0x6\nSubStatus: 0x0"_s};
         const char *columns = "time_generated,record_id,event_id,level,type,category,user_domain,user_name,target_user,logon_type,ip_"
                               "address,status_code,message";
-        const QByteArray all = logon + '\n' + created + '\n' + cleared + '\n' + service;
+        const QByteArray all = logon + '\n' + created + '\n' + cleared + '\n' + service + started + ticket;
         const QString utf16 =
             u"\uFEFF<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n<Events>\r\n"_s + QString::fromUtf8(all) + u"</Events>"_s;
+        QByteArray bigEndian;
+        for (const QChar c : utf16)
+            bigEndian.append(static_cast<char>(c.unicode() >> 8)).append(static_cast<char>(c.unicode() & 0xFF));
         for (const QByteArray &file :
-             {all, QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\r\n<Events>" + all + "</Events>\r\n"),
+             {all, bigEndian,
+              QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\r\n<Events>" + all + "</Events>\r\n"),
               QByteArray(reinterpret_cast<const char *>(utf16.utf16()), utf16.size() * 2)}) {
             QFile::remove(path("log.db"));
             QCOMPARE(import("events.xml", file).err, QString());
@@ -216,7 +244,7 @@ private Q_SLOTS:
         QByteArray timeless = logon;
         timeless.replace("SystemTime", "Systemtime");
         QVERIFY(refusal(all + "\n" + timeless).contains(u"line 7: the event has no time"_s));
-        QCOMPARE(rows("count(*)"), QStringList{u"4"_s});
+        QCOMPARE(rows("count(*)"), QStringList{u"6"_s});
     }
 
     void a_log_of_a_server_is_no_mail_log()

@@ -29,7 +29,6 @@ public:
         if (!QTest::qWaitForWindowExposed(program.window))
             qFatal("the main window does not show");
         CatalogueTreeView &tree = program.window->catalogue().tvTreeView();
-        tree.setAnimated(false);
         tree.expandAll();
         const QModelIndex group = selection().tree().find(groupKey(u"Server Operating System Logs"_s, u"Daily"_s));
         QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, tree.visualRect(group).center());

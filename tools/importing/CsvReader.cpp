@@ -7,8 +7,11 @@
 namespace qm {
 
 namespace {
-constexpr std::size_t kLongestField = 64UL * 1024 * 1024;
-}
+// Far more than any events have: a file of another kind only fills the memory.
+constexpr std::size_t kLongestRecord = std::size_t{64} << 20;
+constexpr std::size_t kMostFields = 10'000;
+constexpr std::size_t kKeptRoom = std::size_t{64} << 10; ///< of a field, for the next record
+} // namespace
 
 void CsvParser::refuse(long long line, const char *why)
 {
@@ -18,17 +21,22 @@ void CsvParser::refuse(long long line, const char *why)
 
 void CsvParser::beginField()
 {
+    if (m_count == kMostFields)
+        refuse(m_recordLine, "the record has more than 10,000 fields; this is not a table of events");
     if (m_count == m_fields.size())
         m_fields.emplace_back();
-    m_fields[m_count++].clear();
+    std::string &field = m_fields[m_count++];
+    if (field.capacity() > kKeptRoom)
+        field = {};
+    field.clear();
 }
 
 void CsvParser::append(std::string_view text)
 {
-    std::string &field = m_fields[m_count - 1];
-    field.append(text);
-    if (field.size() > kLongestField)
-        refuse(m_recordLine, "a field is longer than 64 MiB; a quotation mark is probably missing");
+    m_recordBytes += text.size();
+    if (m_recordBytes > kLongestRecord)
+        refuse(m_recordLine, "the record is longer than 64 MiB; a quotation mark is probably missing");
+    m_fields[m_count - 1].append(text);
 }
 
 bool CsvParser::next()
@@ -38,6 +46,7 @@ bool CsvParser::next()
     m_recordLine = m_line;
     m_state = State::FieldStart;
     m_count = 0;
+    m_recordBytes = 0;
     while (true) {
         if (m_block.empty()) {
             m_block = m_input.nextBlock();

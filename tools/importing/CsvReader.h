@@ -10,7 +10,8 @@
 namespace qm {
 
 /// Splits CSV into records. Lines end in CRLF or LF; quoted fields may hold line breaks. Everything else that RFC 4180 does not allow is
-/// refused: a quotation mark in a bare field, text after a closing one, a field never closed, a lone CR, NUL, bytes that are not UTF-8.
+/// refused: a quotation mark in a bare field, text after a closing one, a field never closed, a lone CR, NUL, bytes that are not UTF-8;
+/// and so are records of more than 10,000 fields or 64 MiB.
 class CsvParser final
 {
 public:
@@ -40,6 +41,7 @@ private:
     std::string_view m_block;
     std::vector<std::string> m_fields; ///< grows to the widest record; the first m_count are in use
     std::size_t m_count = 0;
+    std::size_t m_recordBytes = 0;
     State m_state = State::FieldStart;
     long long m_line = 1, m_recordLine = 1, m_quoteLine = 1, m_faultLine = 1;
     bool m_atEnd = false;

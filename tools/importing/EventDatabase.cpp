@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <sqlite3.h>
 #include <thread>
 
 namespace qm {
@@ -18,22 +17,7 @@ namespace {
 constexpr int kBusyStepMs = 50;
 constexpr int kStepsPerStopCheck = 100'000; ///< of the database's virtual machine: some milliseconds
 
-QString lastError(sqlite3 *database)
-{
-    return QString::fromUtf8(sqlite3_errmsg(database));
-}
-
 } // namespace
-
-void EventDatabase::Closer::operator()(sqlite3 *database) const
-{
-    sqlite3_close_v2(database);
-}
-
-void EventDatabase::Closer::operator()(sqlite3_stmt *statement) const
-{
-    sqlite3_finalize(statement);
-}
 
 EventDatabase::EventDatabase(const QString &path, const EventSchema &schema, const Options &options)
     : m_path(path), m_schema(schema), m_options(options)
@@ -53,30 +37,28 @@ EventDatabase::~EventDatabase()
 
 void EventDatabase::fail(int code) const
 {
-    const QString says = lastError(m_database.get());
+    const QString says = sqlite::message(m_database.get());
     if (stopped())
         failImport(err::cancelledByOperator, QStringLiteral("interrupted"));
-    switch (code & 0xFF) {
-    case SQLITE_NOTADB:
-    case SQLITE_CORRUPT:
+    using sqlite::Trouble;
+    switch (sqlite::troubleOf(code)) {
+    case Trouble::NotADatabase:
+    case Trouble::Damaged:
         failImport(err::invalidFileFormat,
                    QStringLiteral("%1 is not an SQLite database or is damaged (%2); name the database of a package, or a new file")
                        .arg(m_path, says));
-    case SQLITE_BUSY:
-    case SQLITE_LOCKED:
+    case Trouble::Locked:
         failImport(err::permissionDenied,
                    QStringLiteral("%1 is in use by another program that writes to it; waited %2 seconds. Try again when it has finished")
                        .arg(m_path)
                        .arg(m_options.waitSeconds));
-    case SQLITE_READONLY:
-    case SQLITE_PERM:
-    case SQLITE_AUTH:
-    case SQLITE_CANTOPEN:
+    case Trouble::NotPermitted:
+    case Trouble::Refused:
         failImport(err::pathFileAccess,
                    QStringLiteral("%1 cannot be written (%2); check the permissions of the file and of its folder").arg(m_path, says));
-    case SQLITE_FULL:
+    case Trouble::DiskFull:
         failImport(err::diskFull, QStringLiteral("%1: the disk is full; nothing was imported").arg(m_path));
-    case SQLITE_NOMEM:
+    case Trouble::OutOfMemory:
         throw std::bad_alloc();
     default:
         failImport(err::deviceIo, QStringLiteral("%1: the database reports: %2").arg(m_path, says));
@@ -97,18 +79,18 @@ void EventDatabase::open()
     const QFileInfo info(m_path);
     if (info.isDir())
         failImport(err::pathFileAccess, QStringLiteral("%1 is a folder; name a database file in it").arg(m_path));
+    if (info.exists() && !info.isFile())
+        failImport(err::pathFileAccess, QStringLiteral("%1 is a device or a pipe; name a database file").arg(m_path));
     if (!info.absoluteDir().exists())
         failImport(err::pathNotFound, QStringLiteral("%1: its folder does not exist; make it first").arg(m_path));
     constexpr QFile::Permissions kAnyWrite = QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
     if (info.exists() && (info.permissions() & kAnyWrite) == QFile::Permissions())
         failImport(err::pathFileAccess, QStringLiteral("%1 is read-only; make it writable or name another file").arg(m_path));
-    sqlite3 *opened = nullptr;
-    const int code =
-        sqlite3_open_v2(m_path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    m_database.reset(opened);
+    int code = SQLITE_OK;
+    m_database = sqlite::open(m_path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, code);
     if (code != SQLITE_OK)
         fail(code);
-    sqlite3_extended_result_codes(opened, 1);
+    sqlite3 *opened = m_database.get();
     sqlite3_busy_handler(opened, whenBusy, this);
     if (m_options.stop) {
         sqlite3_progress_handler(
@@ -152,7 +134,7 @@ std::int64_t EventDatabase::number(const std::string &sql)
 {
     sqlite3_stmt *prepared = nullptr;
     int code = sqlite3_prepare_v2(m_database.get(), sql.c_str(), -1, &prepared, nullptr);
-    const std::unique_ptr<sqlite3_stmt, Closer> statement(prepared);
+    const sqlite::Statement statement(prepared);
     if (code == SQLITE_OK)
         code = sqlite3_step(prepared);
     if (code != SQLITE_ROW)
@@ -169,7 +151,7 @@ void EventDatabase::prepareSchema()
         return;
     }
     checkTable();
-    m_nextId = number("SELECT coalesce(max(id), 0) FROM " + std::string(m_schema.table)) + 1;
+    m_firstId = m_nextId = number("SELECT coalesce(max(id), 0) FROM " + std::string(m_schema.table)) + 1;
 }
 
 void EventDatabase::checkTable()
@@ -177,7 +159,7 @@ void EventDatabase::checkTable()
     const QString table = toQt(m_schema.table);
     sqlite3_stmt *prepared = nullptr;
     const int code = sqlite3_prepare_v2(m_database.get(), "SELECT name FROM pragma_table_info(?1)", -1, &prepared, nullptr);
-    const std::unique_ptr<sqlite3_stmt, Closer> statement(prepared);
+    const sqlite::Statement statement(prepared);
     if (code != SQLITE_OK)
         fail(code);
     sqlite3_bind_text(prepared, 1, m_schema.table.data(), static_cast<int>(m_schema.table.size()), SQLITE_STATIC);
@@ -255,7 +237,7 @@ QStringList EventDatabase::unlistedValues()
     const std::string sql = "SELECT 1 FROM " + std::string(m_schema.lookup.table) + " WHERE " + std::string(m_schema.lookup.key) + "=?1";
     sqlite3_stmt *prepared = nullptr;
     sqlite3_prepare_v2(m_database.get(), sql.c_str(), -1, &prepared, nullptr);
-    const std::unique_ptr<sqlite3_stmt, Closer> statement(prepared);
+    const sqlite::Statement statement(prepared);
     if (prepared == nullptr)
         return unlisted; // an older database without the look-up table
     for (const std::string &value : m_lookedUp) {
@@ -267,6 +249,54 @@ QStringList EventDatabase::unlistedValues()
     return unlisted;
 }
 
+std::optional<std::int64_t> EventDatabase::rowsThere() const
+{
+    sqlite3 *opened = nullptr;
+    const int code = sqlite3_open_v2(m_path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+    const sqlite::Connection database(opened);
+    if (code != SQLITE_OK)
+        return std::nullopt;
+    sqlite3_busy_timeout(opened, kBusyStepMs * 20);
+    const std::string sql = "SELECT count(*) FROM " + std::string(m_schema.table) + " WHERE id BETWEEN ?1 AND ?2";
+    sqlite3_stmt *prepared = nullptr;
+    const int found = sqlite3_prepare_v2(opened, sql.c_str(), -1, &prepared, nullptr);
+    const sqlite::Statement statement(prepared);
+    if (found == SQLITE_ERROR) // a new file, whose tables did not arrive either
+        return 0;
+    sqlite3_bind_int64(prepared, 1, m_firstId);
+    sqlite3_bind_int64(prepared, 2, m_nextId - 1);
+    if (found != SQLITE_OK || sqlite3_step(prepared) != SQLITE_ROW)
+        return std::nullopt;
+    const std::int64_t rows = sqlite3_column_int64(prepared, 0);
+    sqlite3_reset(prepared);
+    // The log still holds the given-up rows behind its end. Another change in their place, and no recovery brings them back.
+    if (rows == 0 && sqlite3_exec(opened, "PRAGMA user_version = 0", nullptr, nullptr, nullptr) != SQLITE_OK)
+        return std::nullopt;
+    return rows;
+}
+
+void EventDatabase::failCommit(int code)
+{
+    const QString words = sqlite::message(m_database.get());
+    if (sqlite3_get_autocommit(m_database.get()) == 0) {
+        const int undone = sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        if ((code & 0xFF) != SQLITE_IOERR && undone == SQLITE_OK)
+            fail(code); // it was only refused
+    }
+    // What the log of changes holds counts from the next opening on, even where this connection has given it up.
+    m_database.reset();
+    const std::optional<std::int64_t> there = rowsThere();
+    if (there == 0)
+        failImport((code & 0xFF) == SQLITE_FULL ? err::diskFull : err::deviceIo,
+                   QStringLiteral("%1: the database reports: %2").arg(m_path, words));
+    const QString known = there == m_rows
+                              ? QStringLiteral("The rows are there nevertheless, but a power failure could still lose them. Check the "
+                                               "disk; do not import the same files again")
+                              : QStringLiteral("Whether the rows are there is not known. Check the disk, then look for them before "
+                                               "you import the same files again");
+    throw UncertainImport(QStringLiteral("%1: the disk refused to keep the last step (%2). %3").arg(m_path, words, known));
+}
+
 void EventDatabase::commit()
 {
     if (m_isNew)
@@ -274,8 +304,9 @@ void EventDatabase::commit()
     // Statistics go stale when the table has grown by half or more; they cost a pass over the indexes.
     if (m_isNew || m_rows * 2 > m_nextId)
         execute("ANALYZE");
-    execute("COMMIT");
     m_insert.reset();
+    if (const int code = sqlite3_exec(m_database.get(), "COMMIT", nullptr, nullptr, nullptr); code != SQLITE_OK)
+        failCommit(code);
     // Moves the new pages into the database file; a reader that still needs the old ones only delays that.
     sqlite3_busy_handler(m_database.get(), nullptr, nullptr);
     sqlite3_wal_checkpoint_v2(m_database.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);

@@ -3,15 +3,14 @@
 #pragma once
 
 #include "importing/EventRecord.h"
+#include "sqlite/Sqlite.h"
 
 #include <QString>
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
-
-struct sqlite3;
-struct sqlite3_stmt;
 
 namespace qm {
 
@@ -39,7 +38,9 @@ public:
 
     /// Adds a complete record under the next row id. \throws RuntimeError 61 disk full, 57.
     void insert(const EventRecord &record);
-    /// Creates the indexes of a new database, renews the statistics that the query planner uses, and makes the import durable.
+    /// Creates the indexes of a new database, renews the statistics that the query planner uses, and makes the import durable. Used once,
+    /// as the last. \throws UncertainImport when the rows may be there although the disk refused to keep them; else as insert(), nothing is
+    /// there then.
     void commit();
 
     [[nodiscard]] std::int64_t rows() const { return m_rows; }
@@ -57,22 +58,20 @@ private:
     void execute(const std::string &sql);
     [[nodiscard]] std::int64_t number(const std::string &sql);
     [[noreturn]] void fail(int code) const;
+    /// After a commit that failed with \p code. \throws as commit().
+    [[noreturn]] void failCommit(int code);
+    /// How many of this import's rows a program finds that opens the file from now on; nothing when that is not known.
+    [[nodiscard]] std::optional<std::int64_t> rowsThere() const;
     [[nodiscard]] bool stopped() const { return m_options.stop && m_options.stop(); }
     static int whenBusy(void *self, int count);
-
-    struct Closer
-    {
-        void operator()(sqlite3 *database) const;
-        void operator()(sqlite3_stmt *statement) const;
-    };
 
     QString m_path;
     const EventSchema &m_schema;
     Options m_options;
-    std::unique_ptr<sqlite3, Closer> m_database;
-    std::unique_ptr<sqlite3_stmt, Closer> m_insert;
+    sqlite::Connection m_database;
+    sqlite::Statement m_insert;
     std::set<std::string, std::less<>> m_lookedUp;
-    std::int64_t m_rows = 0, m_nextId = 1;
+    std::int64_t m_rows = 0, m_firstId = 1, m_nextId = 1;
     bool m_isNew = false;
 };
 

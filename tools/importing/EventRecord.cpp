@@ -105,9 +105,9 @@ void EventRecord::setSpelled(int column, std::string_view text)
         refuseInput(QStringLiteral("column \"%1\" holds \"%2\", which is not %3")
                         .arg(toQt(described.name), shown(text), QString::fromUtf8(wanted)));
     };
-    if (text.empty() || described.type == ColumnType::Text) {
+    if (text.empty() || described.type == EventColumnType::Text) {
         setText(column, text);
-    } else if (described.type == ColumnType::Time) {
+    } else if (described.type == EventColumnType::Time) {
         const std::optional<EventTime> time = parseEventTime(text);
         if (!time)
             complain("a time like 2026-11-20T08:15:00.000Z");

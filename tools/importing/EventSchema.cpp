@@ -7,7 +7,7 @@ namespace qm {
 
 namespace {
 
-using enum ColumnType;
+using enum EventColumnType;
 
 constexpr std::array<EventColumn, 18> kServerColumns{{
     {"time_generated", Time, true, "", false},

@@ -70,12 +70,12 @@ enum class FileColumn {
     DataSource
 };
 
-enum class ColumnType { Text, Integer, Time };
+enum class EventColumnType { Text, Integer, Time };
 
 struct EventColumn
 {
     std::string_view name;
-    ColumnType type = ColumnType::Text;
+    EventColumnType type = EventColumnType::Text;
     bool required = false;        ///< NOT NULL
     std::string_view defaultText; ///< for a required column without a value; empty: a value must be there
     bool derived = false;         ///< computed from other columns, never read

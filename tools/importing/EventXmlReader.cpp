@@ -14,8 +14,9 @@ namespace {
 /// A root of our own around whatever the file holds, since exports come with and without one.
 constexpr std::string_view kRootStart = "<quillmark>", kRootEnd = "</quillmark>";
 
-/// Far more than any message has; a larger one would only fill the memory.
-constexpr std::size_t kLongestText = std::size_t{64} << 20;
+/// Far more than any event has; a larger one would only fill the memory.
+constexpr std::size_t kLongestEvent = std::size_t{16} << 20;
+constexpr int kDeepest = 1000;
 
 std::string_view localName(const XML_Char *name)
 {
@@ -117,11 +118,16 @@ private:
 
     void parse(std::string_view text, bool last)
     {
-        if (XML_Parse(m_expat, text.data(), static_cast<int>(text.size()), last ? 1 : 0) == XML_STATUS_OK) {
-            if (m_text.size() > kLongestText)
-                refuseInput(QStringLiteral("a text is longer than 64 MiB; this is not an export of events"));
+        // Whatever is kept (a text, attributes, data, open elements) has been read since the last event ended.
+        const std::size_t before = events.size();
+        const bool parsed = XML_Parse(m_expat, text.data(), static_cast<int>(text.size()), last ? 1 : 0) == XML_STATUS_OK;
+        m_sinceEvent = events.size() == before ? m_sinceEvent + text.size() : 0;
+        if (parsed && m_sinceEvent > kLongestEvent)
+            refuseInput(QStringLiteral("no event ends within 16 MiB; this is not an export of events"));
+        if (parsed)
             return;
-        }
+        if (m_depth > kDeepest)
+            refuseInput(QStringLiteral("elements stand inside each other more than 1,000 deep; this is not an export of events"));
         const XML_Error code = XML_GetErrorCode(m_expat);
         QString why = QString::fromUtf8(XML_ErrorString(code));
         if (last && code == XML_ERROR_TAG_MISMATCH)
@@ -131,6 +137,8 @@ private:
 
     void start(const XML_Char *name, const XML_Char **attributes)
     {
+        if (++m_depth > kDeepest)
+            XML_StopParser(m_expat, XML_FALSE); // the parser would keep each of them
         const std::string_view local = localName(name);
         m_text.clear();
         m_leaf = true;
@@ -156,6 +164,7 @@ private:
 
     void end()
     {
+        --m_depth;
         if (m_path.empty())
             return;
         if (m_path.size() == 1)
@@ -202,7 +211,9 @@ private:
     std::vector<std::string> m_path; ///< names of the open elements from <Event> on
     WindowsEvent m_event;
     std::string m_text, m_dataName;
-    bool m_leaf = false; ///< nothing but text since the last start tag
+    std::size_t m_sinceEvent = 0; ///< bytes
+    int m_depth = 0;              ///< of open elements, ours included
+    bool m_leaf = false;          ///< nothing but text since the last start tag
 };
 
 EventXmlReader::EventXmlReader(InputFile &input, const QString &dataSource)

@@ -4,9 +4,17 @@
 
 #include "core/RuntimeError.h"
 
+#include <stdexcept>
 #include <string_view>
 
 namespace qm {
+
+/// An import whose end failed: what() says what is known of its rows.
+class UncertainImport final : public std::runtime_error
+{
+public:
+    explicit UncertainImport(const QString &text) : std::runtime_error(text.toStdString()) {}
+};
 
 /// Throws a run-time error of the framework whose description is \p text alone.
 [[noreturn]] inline void failImport(std::int32_t number, const QString &text)

@@ -1,6 +1,10 @@
 /// \file
 /// quillmark-import: loads log files into a package's event database.
 #include "importing/EventImport.h"
+#include "importing/ImportError.h"
+#include "platform/EndSignals.h"
+#include "platform/EscapedText.h"
+#include "platform/ProgramStart.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -17,7 +21,7 @@ volatile std::sig_atomic_t interrupted = 0; // set by a signal, which can reach 
 
 void say(const QString &text)
 {
-    std::fprintf(stderr, "quillmark-import: %s\n", text.toUtf8().constData());
+    std::fprintf(stderr, "quillmark-import: %s\n", qm::terminalText(text).toUtf8().constData());
 }
 
 QCommandLineOption option(const char *name, const char *text, const char *value, const char *byDefault = "")
@@ -53,7 +57,7 @@ QString readCommandLine(const QCommandLineParser &parser, qm::ImportRequest &req
 void showProgress(const qm::InputFile &input, std::int64_t rows)
 {
     const auto share = input.progress();
-    const QByteArray name = input.name().toUtf8();
+    const QByteArray name = qm::escapedText(input.name()).toUtf8();
     if (share)
         std::fprintf(stderr, "\r%s: %lld rows, %d %%   ", name.constData(), static_cast<long long>(rows), static_cast<int>(*share * 100));
     else
@@ -86,8 +90,12 @@ int import(const qm::ImportRequest &request)
         const qm::ImportResult result = qm::importEvents(request, listener);
         endLine();
         std::printf("%lld %s imported into %s%s\n", static_cast<long long>(result.rows), result.rows == 1 ? "row" : "rows",
-                    request.database.toUtf8().constData(), result.createdSchema ? " (new database)" : "");
+                    qm::escapedText(request.database).toUtf8().constData(), result.createdSchema ? " (new database)" : "");
         return kDone;
+    } catch (const qm::UncertainImport &error) {
+        endLine();
+        say(QString::fromUtf8(error.what()));
+        return kFailed;
     } catch (const std::exception &error) {
         endLine();
         say(QString::fromUtf8(error.what()));
@@ -100,6 +108,8 @@ int import(const qm::ImportRequest &request)
 
 int main(int argc, char *argv[])
 {
+    qm::prepareProgram();
+    const QString unreadable = qm::whyUnreadable(argc, argv);
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quillmark-import"));
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMARK_VERSION));
@@ -119,17 +129,13 @@ int main(int argc, char *argv[])
         parser.showHelp();
     if (parsed && parser.isSet(QStringLiteral("version")))
         parser.showVersion();
-    const QString wrong = parsed ? readCommandLine(parser, request) : parser.errorText();
+    const QString wrong = !unreadable.isEmpty() ? unreadable : parsed ? readCommandLine(parser, request) : parser.errorText();
     if (!wrong.isEmpty()) {
         say(wrong);
         say(QStringLiteral(
             "usage: quillmark-import --database FILE --kind server|mail|file [--format auto|csv|syslog|journald|evtxml] INPUT..."));
         return kWrongUsage;
     }
-    std::signal(SIGINT, [](int) { interrupted = 1; });
-    std::signal(SIGTERM, [](int) { interrupted = 1; });
-#ifdef SIGHUP // the terminal went away
-    std::signal(SIGHUP, [](int) { interrupted = 1; });
-#endif
+    qm::handleEndSignals([](int) { interrupted = 1; });
     return import(request);
 }

@@ -1,6 +1,6 @@
 #include "quillmark-report/ReportCommand.h"
 
-#include "reporting/engine/FileDelivery.h"
+#include "framework/ReportFormat.h"
 
 #include <QCommandLineParser>
 
@@ -67,10 +67,12 @@ std::optional<QString> valueOf(const QCommandLineParser &parser, const char *opt
 RunOptions readOptions(const QCommandLineParser &parser)
 {
     RunOptions options;
-    options.trigger = QStringLiteral("command line");
-    options.format = valueOf(parser, "format");
-    if (options.format && !isKnownFormat(*options.format))
-        throw UsageError(QStringLiteral("--format \"%1\" is not known. Choose pdf, html, xlsx or csv.").arg(*options.format));
+    options.trigger = RunTrigger::CommandLine;
+    if (const auto format = valueOf(parser, "format")) {
+        options.format = formatOfWord(*format);
+        if (!options.format)
+            throw UsageError(QStringLiteral("--format \"%1\" is not known. Choose %2.").arg(*format, formatChoices()));
+    }
     options.outputFile = valueOf(parser, "output");
     options.database = valueOf(parser, "database");
     options.parameters = readParameters(parser);

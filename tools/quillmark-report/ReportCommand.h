@@ -2,7 +2,7 @@
 /// The command line of quillmark-report.
 #pragma once
 
-#include "reporting/engine/ReportEngine.h"
+#include "engine/run/ReportEngine.h"
 
 #include <QString>
 #include <QStringList>

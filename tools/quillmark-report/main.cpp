@@ -1,15 +1,19 @@
 /// \file
 /// quillmark-report: generates one report without a display.
 #include "core/ErrorReporter.h"
+#include "engine/run/QueryHome.h"
+#include "engine/run/RunLedger.h"
+#include "engine/sql/Period.h"
 #include "platform/ApplicationLog.h"
+#include "platform/EscapedText.h"
 #include "platform/Files.h"
+#include "platform/InstallationFolder.h"
+#include "platform/ProgramStart.h"
 #include "platform/Registry.h"
+#include "platform/TemporaryFiles.h"
 #include "quillmark-report/Interruption.h"
 #include "quillmark-report/ReportCommand.h"
-#include "reporting/engine/Period.h"
-#include "reporting/engine/QueryHome.h"
-#include "reporting/engine/RunLedger.h"
-#include "reporting/engine/TemporaryFolder.h"
+#include "sqlite/TemporaryFolder.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -32,7 +36,7 @@ void print(std::FILE *stream, const QString &text)
 
 void complain(const QString &text)
 {
-    print(stderr, QStringLiteral("quillmark-report: %1\n").arg(text));
+    print(stderr, QStringLiteral("quillmark-report: %1\n").arg(terminalText(text)));
 }
 
 /// \returns kDone when all that was printed arrived.
@@ -49,7 +53,7 @@ QString registeredInstallation()
 {
     try {
         const QString path = GetInstallPath();
-        return QFileInfo(path + QStringLiteral("Packages.ini")).isFile() ? path : QString();
+        return QFileInfo(path + QLatin1String(kPackagesFile)).isFile() ? path : QString();
     } catch (const RuntimeError &) {
         return {};
     }
@@ -67,8 +71,15 @@ QString whyNoneIsRegistered()
 
 QString installationOf(const QString &queryFile)
 {
-    const QString above = installationAbove(queryFile.isEmpty() ? QDir::current().filePath(QStringLiteral("x")) : queryFile);
-    return above.isEmpty() ? registeredInstallation() : above;
+    const QString registered = registeredInstallation();
+    const FoundInstallation above =
+        installationAbove(queryFile.isEmpty() ? QDir::current().filePath(QStringLiteral("x")) : queryFile, registered);
+    if (!above.passedOver.isEmpty())
+        complain(
+            QStringLiteral("%1 is not used as an installation: its folder or its \"Packages.ini\" belongs to another user, or everybody "
+                           "may write it.")
+                .arg(above.passedOver));
+    return above.path.isEmpty() ? registered : above.path;
 }
 
 /// In the build the fonts lie beside the program, installed below share.
@@ -82,17 +93,18 @@ QString fontFolder()
 /// One run a line, and one for each recipient or printer.
 QString historyLine(const LedgerEntry &entry)
 {
-    const auto field = [](const QString &text) { return text.simplified(); };
+    const auto field = [](const QString &text) { return escapedText(text.simplified()); };
     const QString what = entry.description.isEmpty() ? entry.queryFile : entry.description;
     const QString outcome = !entry.error.isEmpty() ? entry.error : !entry.outputFile.isEmpty() ? entry.outputFile : entry.outputType;
-    QString line =
-        QStringLiteral("%1  %2  %3  %4 rows  %5  %6  %7\n")
-            .arg(entry.id, 6)
-            .arg(entry.startedUtc.isEmpty() ? QString() : entry.startedUtc + QStringLiteral(" UTC"), entry.status.leftJustified(11))
-            .arg(entry.rows, 8)
-            .arg(entry.trigger.leftJustified(12), field(what), field(outcome));
+    QString line = QStringLiteral("%1  %2  %3  %4 rows  %5  %6  %7\n")
+                       .arg(entry.id, 6)
+                       .arg(entry.startedUtc.isEmpty() ? QString() : field(entry.startedUtc) + QStringLiteral(" UTC"),
+                            runWord(entry.status).leftJustified(11))
+                       .arg(entry.rows, 8)
+                       .arg(runWord(entry.trigger).leftJustified(12), field(what), field(outcome));
     for (const LedgerDelivery &delivery : entry.deliveries)
-        line += QStringLiteral("        %1  %2  %3\n").arg(delivery.state.leftJustified(9), field(delivery.target), field(delivery.words));
+        line += QStringLiteral("        %1  %2  %3\n")
+                    .arg(field(delivery.state).leftJustified(9), field(delivery.target), field(delivery.words));
     return line;
 }
 
@@ -106,9 +118,19 @@ int showHistory(const ReportCommand &command)
     }
     RunLedger ledger(installation);
     ledger.markInterrupted(utcText(SystemClock().now()));
-    for (const LedgerEntry &entry : ledger.list())
+    ledger.visit([](const LedgerEntry &entry) {
         print(stdout, historyLine(entry));
+        return std::ferror(stdout) == 0;
+    });
     return printed();
+}
+
+/// What programs that were killed left in the installation.
+void sweepLeftFiles(const QString &installation)
+{
+    if (!installation.isEmpty())
+        sweepTemporaries(installation);
+    sweepWorkFolders();
 }
 
 int generate(ReportCommand &command)
@@ -118,6 +140,7 @@ int generate(ReportCommand &command)
     const SystemClock clock;
     ApplicationLog log(installation, QStringLiteral("quillmark-report"));
     RunLedger(installation).markInterrupted(utcText(clock.now()));
+    sweepLeftFiles(installation);
     command.options.cancel = std::make_shared<CancelFlag>();
     const Interruption interruption(command.options.cancel);
     ReportEngine engine({installation, fontFolder(), clock, log});
@@ -127,7 +150,7 @@ int generate(ReportCommand &command)
     if (command.printRows)
         print(stdout, QStringLiteral("%1\n").arg(result.rows));
     else
-        print(stdout, (result.outputFile.isEmpty() ? result.delivered : result.outputFile) + u'\n');
+        print(stdout, (result.outputFile.isEmpty() ? escapedText(result.delivered) : result.outputFile) + u'\n');
     return printed();
 }
 
@@ -138,7 +161,7 @@ int resend(const ReportCommand &command)
     ApplicationLog log(installation, QStringLiteral("quillmark-report"));
     const auto cancel = std::make_shared<CancelFlag>();
     const Interruption interruption(cancel);
-    print(stdout, ReportEngine({installation, fontFolder(), clock, log}).resend(command.run, cancel) + u'\n');
+    print(stdout, escapedText(ReportEngine({installation, fontFolder(), clock, log}).resend(command.run, cancel)) + u'\n');
     return printed();
 }
 
@@ -166,11 +189,17 @@ int act(const QStringList &arguments)
 
 int main(int argc, char *argv[])
 {
+    prepareProgram();
     // Without any locale, as under cron, names would be read as ASCII.
     if (qEnvironmentVariableIsEmpty("LC_ALL") && qEnvironmentVariableIsEmpty("LC_CTYPE") && qEnvironmentVariableIsEmpty("LANG"))
         qputenv("LC_CTYPE", "C.UTF-8");
+    const QString unreadable = whyUnreadable(argc, argv);
     const QCoreApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
+    if (!unreadable.isEmpty()) {
+        complain(unreadable);
+        return kWrongUsage;
+    }
     try {
         return act(QCoreApplication::arguments().mid(1));
     } catch (const UsageError &error) {

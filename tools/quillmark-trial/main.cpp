@@ -2,6 +2,8 @@
 /// quillmark-trial: lays out an installation with sample events, to try the program with.
 #include "TrialInstallation.h"
 #include "core/RuntimeError.h"
+#include "platform/EscapedText.h"
+#include "platform/ProgramStart.h"
 #include "platform/Registry.h"
 
 #include <QCommandLineParser>
@@ -18,7 +20,7 @@ constexpr int kDone = 0, kFailed = 1, kWrongUsage = 2;
 
 void complain(const QString &text)
 {
-    std::fprintf(stderr, "quillmark-trial: %s\n", text.toUtf8().constData());
+    std::fprintf(stderr, "quillmark-trial: %s\n", qm::terminalText(text).toUtf8().constData());
 }
 
 void tell(const QString &text)
@@ -127,6 +129,8 @@ void addOptions(QCommandLineParser &parser)
 
 int main(int argc, char *argv[])
 {
+    qm::prepareProgram();
+    const QString unreadable = qm::whyUnreadable(argc, argv);
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quillmark-trial"));
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMARK_VERSION));
@@ -138,7 +142,7 @@ int main(int argc, char *argv[])
     if (parsed && parser.isSet(QStringLiteral("version")))
         parser.showVersion();
     qm::TrialOptions options;
-    const QString wrong = parsed ? readCommandLine(parser, options) : parser.errorText();
+    const QString wrong = !unreadable.isEmpty() ? unreadable : parsed ? readCommandLine(parser, options) : parser.errorText();
     if (!wrong.isEmpty()) {
         complain(wrong);
         complain(QStringLiteral(

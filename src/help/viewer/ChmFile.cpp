@@ -17,9 +17,11 @@ namespace qm {
 
 namespace {
 
-/// Larger files and objects are taken for damaged ones.
-constexpr qint64 kLargestFile = 256U << 20U;
-constexpr qint64 kLargestObject = 32U << 20U;
+/// Larger files and objects are taken for damaged ones: a help file of some kilobytes can claim to unpack to any size.
+constexpr qint64 kLargestFile = 64U << 20U;
+constexpr qint64 kLargestObject = 8U << 20U;
+/// What the decompressor may take for the list of objects.
+constexpr std::size_t kMostWorkingMemory = 64U << 20U;
 
 /// What the decompressor reads from and writes to: memory. The file on disk may be replaced while the help is open.
 struct Memory
@@ -27,6 +29,7 @@ struct Memory
     mspack_system system{}; ///< first: the decompressor hands it back as a pointer to itself
     QByteArray input;
     QByteArray output;
+    std::size_t left = kMostWorkingMemory;
 };
 
 struct Stream
@@ -92,8 +95,16 @@ off_t tellStream(mspack_file *file)
 
 void ignoreMessage(mspack_file *, const char *, ...) {}
 
-void *allocate(mspack_system *, std::size_t bytes)
+void *allocate(mspack_system *system, std::size_t bytes)
 {
+    // The library unpacks with a copy of the system that has a writer of its own, and takes little more than a window of some megabytes
+    // then.
+    if (system->write == writeStream) {
+        auto *memory = reinterpret_cast<Memory *>(system);
+        if (bytes > memory->left)
+            return nullptr;
+        memory->left -= bytes;
+    }
     return std::malloc(bytes);
 }
 
@@ -147,6 +158,7 @@ std::optional<QByteArray> ChmFile::read(const QString &objectPath) const
     mschmd_file *object = m_handle->objects.value(objectPath.toCaseFolded());
     if (!object || object->length > kLargestObject)
         return std::nullopt;
+    m_handle->memory.left = kMostWorkingMemory;
     if (m_handle->decompressor->extract(m_handle->decompressor, object, "") != MSPACK_ERR_OK ||
         m_handle->memory.output.size() != object->length)
         return std::nullopt;

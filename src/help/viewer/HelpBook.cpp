@@ -15,6 +15,8 @@ namespace {
 
 enum SystemRecord : quint16 { ContentsFile = 0, IndexFile = 1, DefaultTopic = 2, Title = 3 };
 constexpr qsizetype kExcerptBefore = 40, kExcerptLength = 160;
+/// What of all pages together is searched; what lies beyond can still be read.
+constexpr qsizetype kMostSearched = 32 << 20;
 /// Deeper lists are read as part of the one around them: a damaged file must not exhaust the stack.
 constexpr int kDeepest = 8;
 
@@ -172,9 +174,14 @@ const std::vector<HelpBook::PageText> &HelpBook::texts() const
     std::vector<HelpTopic> pages;
     QSet<QString> seen;
     collectPages(m_contents, pages, seen);
+    qsizetype searched = 0;
     for (const HelpTopic &page : pages) {
+        const QByteArray html = file(page.page).value_or(QByteArray());
+        searched += html.size();
+        if (searched > kMostSearched)
+            break;
         QTextDocument document;
-        document.setHtml(QString::fromUtf8(file(page.page).value_or(QByteArray())));
+        document.setHtml(QString::fromUtf8(html));
         m_texts.push_back({page.title, page.page, document.toPlainText().simplified()});
     }
     return m_texts;

@@ -2,13 +2,19 @@
 
 #include "core/RuntimeError.h"
 
+#include <QCoreApplication>
+
 namespace {
 
 class MailReports final : public qm::ReportInterface
 {
 public:
     void EditQuery(const QString &target) override { qm::raise(qm::err::fileNotFound, target, "sample plug-in"); }
-    void GenerateReport(const QString &, int, bool, bool) override {}
+    void GenerateReport(const QString &queryFile, int, bool, bool) override
+    {
+        QCoreApplication::processEvents(); // as an interface that shows windows of its own
+        qm::raise(qm::err::fileNotFound, queryFile, "sample plug-in");
+    }
 };
 
 class MailQueries final : public qm::QueryAccess

@@ -1,0 +1,69 @@
+#include "documents/pdf/PageGeometry.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qm::pdf {
+
+namespace {
+
+constexpr double kSmallestPageMm = 40;
+constexpr double kLargestPageMm = 5000; // readers stop at 5,080 mm
+constexpr double kBodySize = 75, kSmallestBodySize = 50;
+constexpr Tenths kLargestPaddingX = 30;
+
+Tenths fromMm(double mm)
+{
+    return static_cast<Tenths>(std::lround(mm * kTenthsPerMm));
+}
+
+bool isEmpty(const PageBand &band)
+{
+    return band.left.empty() && band.centre.empty() && band.right.empty();
+}
+
+double widthOf(const ReportColumn &column)
+{
+    return std::isfinite(column.widthMm) && column.widthMm > 0 ? column.widthMm : 30;
+}
+
+} // namespace
+
+PageGeometry::PageGeometry(const ReportHead &head, std::span<const ReportColumn> reportColumns)
+    : width(fromMm(std::clamp(head.page.widthMm, kSmallestPageMm, kLargestPageMm))),
+      height(fromMm(std::clamp(head.page.heightMm, kSmallestPageMm, kLargestPageMm))), band(68), facts(78), title(160), subtitle(95)
+{
+    const Tenths margin = std::clamp(fromMm(head.page.marginMm), Tenths{0}, std::min(width, height) / 4);
+    left = margin;
+    right = width - margin;
+    top = height - margin;
+    bottom = margin;
+    constexpr Tenths kBandGap = 60;
+    if (!isEmpty(head.header)) {
+        headerBaseline = top - band.baseline;
+        top -= band.height + kBandGap;
+    }
+    if (!isEmpty(head.footer)) {
+        footerBaseline = bottom + band.height - band.baseline;
+        bottom += band.height + kBandGap;
+    }
+
+    double wanted = 0;
+    for (const ReportColumn &column : reportColumns)
+        wanted += widthOf(column);
+    const double scale = wanted > 0 ? (right - left) / (wanted * kTenthsPerMm) : 1;
+    const double letters = std::max(kSmallestBodySize, kBodySize * std::min(1.0, std::sqrt(scale)));
+    body = LineMetrics(static_cast<Tenths>(std::lround(letters)));
+    paddingY = body.size * 16 / 100;
+    double position = left;
+    for (const ReportColumn &column : reportColumns) {
+        const double next = position + widthOf(column) * kTenthsPerMm * scale;
+        const auto paddingX = std::min(kLargestPaddingX, static_cast<Tenths>((next - position) / 8));
+        ColumnBox box{static_cast<Tenths>(std::lround(position)) + paddingX, static_cast<Tenths>(std::lround(next)) - paddingX, 0};
+        box.limit = std::max(1, body.limitFor(box.right - box.left));
+        columns.push_back(box);
+        position = next;
+    }
+}
+
+} // namespace qm::pdf

@@ -1,0 +1,14 @@
+#include "platform/EndSignals.h"
+
+#include <csignal>
+
+namespace qm {
+
+void handleEndSignals(void (*handler)(int))
+{
+    std::signal(SIGINT, handler);
+    std::signal(SIGTERM, handler);
+    std::signal(SIGHUP, handler); // the terminal went away
+}
+
+} // namespace qm
