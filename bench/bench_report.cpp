@@ -130,9 +130,8 @@ void writeReport(const QString &format, const QString &database, const QString &
     const Connection connection = open(database, SQLITE_OPEN_READONLY);
     const Statement select = prepare(connection, kSelect);
     std::vector<ReportColumn> columns(kColumns);
-    for (std::size_t i = 0; i < kColumns; ++i) {
+    for (std::size_t i = 0; i < kColumns; ++i)
         columns[i].field = columns[i].caption = kNames[i];
-    }
     columns[0].type = columns[2].type = ColumnType::Integer;
     columns[1].type = ColumnType::DateTime;
     columns[1].format = "datetime";
@@ -200,15 +199,14 @@ void stepOnly(const QString &database)
 bool run(const QStringList &arguments)
 {
     const QString &what = arguments[1];
-    if (what == QStringLiteral("data")) {
+    if (what == QStringLiteral("data"))
         makeData(arguments[2].toLongLong(), arguments[3]);
-    } else if (what == QStringLiteral("step")) {
+    else if (what == QStringLiteral("step"))
         stepOnly(arguments[2]);
-    } else if (what == QStringLiteral("libxlsxwriter")) {
+    else if (what == QStringLiteral("libxlsxwriter"))
         return writeWithLibrary(arguments[2], arguments[3]);
-    } else {
+    else
         writeReport(what, arguments[2], arguments[3]);
-    }
     return true;
 }
 

@@ -7,6 +7,7 @@ status=0
 mapfile -t sources < <(git ls-files -- 'src/*.cpp' 'src/*.h' 'tools/*.cpp' 'tools/*.h' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'bench/*.h')
 if command -v clang-format >/dev/null && [ "${#sources[@]}" -gt 0 ]; then
   clang-format --dry-run -Werror "${sources[@]}" || status=1
+  scripts/check-braces.sh || status=1
 fi
 
 if git grep -nE '^\s*#\s*(if|ifdef|ifndef|elif).*(Q_OS_|_WIN32|__linux__|__MINGW)' -- 'src/*' 'tools/*' ':!src/platform/*'; then

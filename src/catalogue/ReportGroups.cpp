@@ -130,16 +130,15 @@ bool ReportGroups::CheckIfValidGroupName(const QString &packageFolder, const QSt
     return trap(m_errors, kCheckIfValidGroupName, [&] {
         const QString title = QString::fromLatin1(kApplicationTitle);
         bool valid = false;
-        if (newName.size() > kLongestName) {
+        if (newName.size() > kLongestName)
             m_prompts.messageBox(QCoreApplication::translate("qm::ReportGroups", "Report Group Name is too large"), box::ok | box::critical,
                                  title);
-        } else if (holdsForbiddenCharacter(newName)) {
+        else if (holdsForbiddenCharacter(newName))
             m_prompts.messageBox(QCoreApplication::translate(
                                      "qm::ReportGroups", "Report Group Name cannot have the following characters: ,  \\ / :  ? < > | ."),
                                  box::ok | box::critical, title);
-        } else {
+        else
             valid = true;
-        }
         // Asked in every case: one bad name can earn two messages.
         if (isNameTaken(packageFolder, newName)) {
             m_prompts.messageBox(

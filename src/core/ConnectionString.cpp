@@ -172,9 +172,8 @@ QString redacted(const QString &text)
         return text;
     QStringList shown;
     const Properties properties = parseOdbc(source);
-    for (const auto &[key, value] : properties.entries()) {
+    for (const auto &[key, value] : properties.entries())
         shown << key + u'=' + (isSecret({key, value}) ? QStringLiteral("***") : escaped(value, Escaping::Doubled).value_or(QString()));
-    }
     return (connection ? QLatin1StringView(kOdbcPrefix) : QLatin1StringView()) + shown.join(u';');
 }
 

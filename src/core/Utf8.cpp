@@ -36,20 +36,17 @@ SecondByte secondByteAfter(unsigned char lead)
 Decoded decodeBeyondAscii(const char *at, const char *end)
 {
     const auto lead = static_cast<unsigned char>(*at);
-    if (lead < 0xC2 || lead > 0xF4) {
+    if (lead < 0xC2 || lead > 0xF4)
         return {};
-    }
     const unsigned length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     char32_t codePoint = lead & (0x7FU >> length);
     SecondByte range = secondByteAfter(lead);
     for (unsigned i = 1; i < length; ++i) {
-        if (end - at <= static_cast<std::ptrdiff_t>(i)) {
+        if (end - at <= static_cast<std::ptrdiff_t>(i))
             return {kReplacement, i, false};
-        }
         const auto next = static_cast<unsigned char>(at[i]);
-        if (next < range.low || next > range.high) {
+        if (next < range.low || next > range.high)
             return {kReplacement, i, false};
-        }
         codePoint = (codePoint << 6) | (next & 0x3FU);
         range = {0x80, 0xBF};
     }
@@ -76,21 +73,18 @@ void appendSanitized(std::string_view text, std::string &out)
     const char *const end = at + text.size();
     while (at != end) {
         const char *const run = at;
-        while (at != end && static_cast<signed char>(*at) > 0) {
+        while (at != end && static_cast<signed char>(*at) > 0)
             ++at;
-        }
         out.append(run, at);
-        if (at == end) {
+        if (at == end)
             break;
-        }
         const Decoded next = decode(at, end);
-        if (!next.valid) {
+        if (!next.valid)
             out += kReplacementText;
-        } else if (next.codePoint == 0) {
+        else if (next.codePoint == 0)
             out += visible(0);
-        } else {
+        else
             out.append(at, next.bytes);
-        }
         at += next.bytes;
     }
 }

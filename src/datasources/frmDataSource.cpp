@@ -156,13 +156,12 @@ void frmDataSource::EnableOracleControls(bool enabled)
 void frmDataSource::ClearDataSourceFields()
 {
     const QString type = m_services.addDialog.DatasourceType();
-    if (type == QLatin1StringView(kSqlServerLabel)) {
+    if (type == QLatin1StringView(kSqlServerLabel))
         for (QLineEdit *field : {m_controls->txtServerName, m_controls->txtDatabase, m_controls->txtUserName, m_controls->txtPassword})
             field->clear();
-    } else if (type == QLatin1StringView(kOracleLabel)) {
+    else if (type == QLatin1StringView(kOracleLabel))
         for (QLineEdit *field : {m_controls->txtOraServer, m_controls->txtOraPassword, m_controls->txtOraUser})
             field->clear();
-    }
 }
 
 bool frmDataSource::IsSQLDataSourceValid() const

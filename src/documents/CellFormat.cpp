@@ -25,11 +25,9 @@ Style namedStyle(const std::string &format)
                                                                                {"datetime", Style::DateTime},
                                                                                {"datetime-ms", Style::DateTimeMs},
                                                                                {"boolean", Style::Boolean}}};
-    for (const auto &[name, style] : kNames) {
-        if (format == name) {
+    for (const auto &[name, style] : kNames)
+        if (format == name)
             return style;
-        }
-    }
     return Style::Plain;
 }
 
@@ -67,19 +65,16 @@ bool appendTime(Style style, const IsoTime &time, std::string &out)
 {
     switch (style) {
     case Style::Date:
-        if (time.hasDate) {
+        if (time.hasDate)
             appendDate(time, out);
-        }
         return time.hasDate;
     case Style::Time:
-        if (time.hasTime) {
+        if (time.hasTime)
             appendClock(time, false, out);
-        }
         return time.hasTime;
     default:
-        if (!time.hasDate) {
+        if (!time.hasDate)
             return false;
-        }
         appendDate(time, out);
         if (time.hasTime) {
             out += ' ';
@@ -108,12 +103,10 @@ std::optional<bool> truthOf(std::string_view text)
     static constexpr std::array<std::string_view, 6> kTrue{"1", "true", "True", "TRUE", "t", "yes"};
     static constexpr std::array<std::string_view, 6> kFalse{"0", "false", "False", "FALSE", "f", "no"};
     for (std::size_t i = 0; i < kTrue.size(); ++i) {
-        if (text == kTrue[i]) {
+        if (text == kTrue[i])
             return true;
-        }
-        if (text == kFalse[i]) {
+        if (text == kFalse[i])
             return false;
-        }
     }
     return std::nullopt;
 }
@@ -122,9 +115,8 @@ void appendBlob(std::string_view blob, std::string &out)
 {
     out += "0x";
     textscan::appendHex(blob.substr(0, kShownBlobBytes), out);
-    if (blob.size() > kShownBlobBytes) {
+    if (blob.size() > kShownBlobBytes)
         out += "\xE2\x80\xA6 (" + numbers::counted(static_cast<std::int64_t>(blob.size()), "byte", "bytes") + ')';
-    }
 }
 
 } // namespace
@@ -169,9 +161,8 @@ void CellFormatter::readPattern(const std::string &format)
             percent = percent || c == '%';
         }
     }
-    if (!seen) {
+    if (!seen)
         return;
-    }
     m_style = percent ? Style::Percent : Style::Number;
     m_pattern.shift = percent ? 2 : 0;
     m_prefix = utf8::sanitized(prefix);
@@ -187,11 +178,10 @@ void CellFormatter::appendNumber(const Value &value, std::string &out) const
         case Style::Number:
         case Style::Percent:
             out += m_prefix;
-            if (isInteger) {
+            if (isInteger)
                 numbers::appendFixed(value.integer, m_pattern, out);
-            } else {
+            else
                 numbers::appendFixed(real, m_pattern, out);
-            }
             out += m_suffix;
             return;
         case Style::Bytes:
@@ -238,9 +228,8 @@ void CellFormatter::append(const Value &value, std::string &out) const
         appendNumber(value, out);
         return;
     case Value::Kind::Text:
-        if (!appendFormattedText(value.text(), out)) {
+        if (!appendFormattedText(value.text(), out))
             utf8::appendSanitized(value.text(), out);
-        }
         return;
     case Value::Kind::Blob:
         appendBlob(value.text(), out);

@@ -33,27 +33,23 @@ Decimal shortestDecimal(double magnitude)
         decimal.digits.insert(0, static_cast<std::size_t>(1 - decimal.point), '0');
         decimal.point = 1;
     }
-    if (decimal.digits.size() < static_cast<std::size_t>(decimal.point)) {
+    if (decimal.digits.size() < static_cast<std::size_t>(decimal.point))
         decimal.digits.resize(static_cast<std::size_t>(decimal.point), '0');
-    }
     return decimal;
 }
 
 void roundTo(Decimal &decimal, int decimals)
 {
     const auto keep = static_cast<std::size_t>(decimal.point) + static_cast<std::size_t>(decimals);
-    if (decimal.digits.size() <= keep) {
+    if (decimal.digits.size() <= keep)
         return;
-    }
     const bool up = decimal.digits[keep] >= '5';
     decimal.digits.resize(keep);
-    if (!up) {
+    if (!up)
         return;
-    }
     auto digit = decimal.digits.rbegin();
-    while (digit != decimal.digits.rend() && *digit == '9') {
+    while (digit != decimal.digits.rend() && *digit == '9')
         *digit++ = '0';
-    }
     if (digit != decimal.digits.rend()) {
         ++*digit;
     } else {
@@ -71,17 +67,14 @@ void appendDecimal(Decimal decimal, bool negative, const Pattern &pattern, std::
     decimal.digits.erase(0, leading);
     decimal.point -= static_cast<int>(leading);
     const auto whole = static_cast<std::size_t>(decimal.point);
-    while (decimal.digits.size() > whole + static_cast<std::size_t>(pattern.minDecimals) && decimal.digits.back() == '0') {
+    while (decimal.digits.size() > whole + static_cast<std::size_t>(pattern.minDecimals) && decimal.digits.back() == '0')
         decimal.digits.pop_back();
-    }
     decimal.digits.resize(std::max(decimal.digits.size(), whole + static_cast<std::size_t>(pattern.minDecimals)), '0');
-    if (negative && decimal.digits.find_first_not_of('0') != std::string::npos) {
+    if (negative && decimal.digits.find_first_not_of('0') != std::string::npos)
         out += '-';
-    }
     for (std::size_t i = 0; i < whole; ++i) {
-        if (pattern.grouping && i > 0 && (whole - i) % 3 == 0) {
+        if (pattern.grouping && i > 0 && (whole - i) % 3 == 0)
             out += ',';
-        }
         out += decimal.digits[i];
     }
     if (decimal.digits.size() > whole) {
@@ -99,12 +92,10 @@ char *writeInteger(std::int64_t value, char *out)
 
 char *writeShortest(double value, char *out)
 {
-    if (std::isnan(value)) {
+    if (std::isnan(value))
         return textscan::put(out, "NaN");
-    }
-    if (std::isinf(value)) {
+    if (std::isinf(value))
         return textscan::put(out, value < 0 ? "-Infinity" : "Infinity");
-    }
     return std::to_chars(out, out + kMaxText, value).ptr;
 }
 

@@ -96,16 +96,14 @@ struct OutputFile::Device::State
 std::optional<struct stat> OutputFile::Device::State::examineTarget()
 {
     path = QFile::encodeName(target);
-    if (path.isEmpty() || path.contains('\0')) {
+    if (path.isEmpty() || path.contains('\0'))
         fail(err::badFileName, QStringLiteral("The report cannot be named"), target, QStringLiteral("give the name of a file."));
-    }
     struct stat status
     {
     };
     if (::stat(path.constData(), &status) != 0) {
-        if (errno != ENOENT) {
+        if (errno != ENOENT)
             failInFolder(target, folder(), errno);
-        }
         path = posix::targetOf(path);
         if (path.endsWith('/')) {
             path.chop(1);
@@ -113,18 +111,16 @@ std::optional<struct stat> OutputFile::Device::State::examineTarget()
         }
         return std::nullopt;
     }
-    if (S_ISDIR(status.st_mode)) {
+    if (S_ISDIR(status.st_mode))
         failInFolder(target, folder(), EISDIR);
-    }
     isSpecial = !S_ISREG(status.st_mode);
     // The mode is looked at as well, since an administrator's access() finds everything writable.
     if ((status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0 || ::access(path.constData(), W_OK) != 0) {
         fail(err::permissionDenied, QStringLiteral("The report cannot replace"), target,
              QStringLiteral("the file is read-only. Remove its write protection or choose another name."));
     }
-    if (!isSpecial) {
+    if (!isSpecial)
         path = posix::targetOf(path);
-    }
     return status;
 }
 
@@ -134,28 +130,23 @@ void OutputFile::Device::State::examineFolder() const
     {
     };
     const QByteArray name = folderOf(path);
-    if (::stat(name.constData(), &status) != 0) {
+    if (::stat(name.constData(), &status) != 0)
         failInFolder(target, folder(), errno);
-    }
-    if (!S_ISDIR(status.st_mode)) {
+    if (!S_ISDIR(status.st_mode))
         failInFolder(target, folder(), ENOTDIR);
-    }
-    if ((status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+    if ((status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
         failInFolder(target, folder(), EACCES);
-    }
 }
 
 void OutputFile::Device::State::makeTemporary(const std::optional<struct stat> &present)
 {
     constexpr mode_t owner = S_IRUSR | S_IWUSR;
     constexpr mode_t everybody = owner | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
-    if (const int code = temporary.make(folderOf(path), present ? owner : everybody); code != 0) {
+    if (const int code = temporary.make(folderOf(path), present ? owner : everybody); code != 0)
         failInFolder(target, folder(), code);
-    }
     // The new file is as private as the one it replaces; a file system that knows no rights takes none.
-    if (present) {
+    if (present)
         (void)temporary.giveAccess(path, *present);
-    }
 }
 
 /// A device or pipe is written at the end; until then the report is kept in a nameless file in the user's own cache folder.
@@ -165,24 +156,21 @@ void OutputFile::Device::State::makeSpool()
     ::mkdir(cache.constData(), S_IRWXU);
     QByteArray name = cache + "/quillmark-spool-XXXXXX";
     spool = posix::Descriptor(::mkostemp(name.data(), O_CLOEXEC));
-    if (!spool.isOpen()) {
+    if (!spool.isOpen())
         failInFolder(QFile::decodeName(name), QFile::decodeName(cache), errno);
-    }
     ::unlink(name.constData());
 }
 
 /// Writes at \p offset, or at the end when it is negative.
 void OutputFile::Device::State::writeAll(int to, const char *data, std::size_t size, std::int64_t offset)
 {
-    if (failure != 0) {
+    if (failure != 0)
         failWriting(target, failure);
-    }
     while (size > 0) {
         const ssize_t written = offset < 0 ? ::write(to, data, size) : ::pwrite(to, data, size, offset);
         if (written < 0) {
-            if (errno == EINTR) {
+            if (errno == EINTR)
                 continue;
-            }
             failure = errno;
             failWriting(target, failure);
         }
@@ -205,14 +193,12 @@ int OutputFile::Device::State::openSpecial() const
     for (;;) {
         const int device = ::open(path.constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY | (isPipe ? O_NONBLOCK : 0));
         if (device >= 0) {
-            if (isPipe) {
+            if (isPipe)
                 ::fcntl(device, F_SETFL, ::fcntl(device, F_GETFL) & ~O_NONBLOCK);
-            }
             return device;
         }
-        if (!isPipe || errno != ENXIO) {
+        if (!isPipe || errno != ENXIO)
             failInFolder(target, target, errno);
-        }
         if (std::chrono::steady_clock::now() >= end) {
             fail(err::deviceIo, QStringLiteral("The report could not be written to"), target,
                  QStringLiteral("no program reads this pipe. Start its reader first, then run the report again."));
@@ -227,12 +213,10 @@ void OutputFile::Device::State::copyTo(int to)
     const auto part = std::make_unique<char[]>(kPart);
     for (off_t offset = 0;;) {
         const ssize_t got = ::pread(file(), part.get(), kPart, offset);
-        if (got < 0) {
+        if (got < 0)
             failWriting(target, errno);
-        }
-        if (got == 0) {
+        if (got == 0)
             return;
-        }
         writeAll(to, part.get(), static_cast<std::size_t>(got), -1);
         offset += got;
     }
@@ -267,14 +251,12 @@ std::size_t OutputFile::Device::read(std::uint64_t offset, char *into, std::size
     while (got < size) {
         const ssize_t part = ::pread(m_state->file(), into + got, size - got, static_cast<off_t>(offset + got));
         if (part < 0) {
-            if (errno == EINTR) {
+            if (errno == EINTR)
                 continue;
-            }
             failWriting(m_state->target, errno);
         }
-        if (part == 0) {
+        if (part == 0)
             break;
-        }
         got += static_cast<std::size_t>(part);
     }
     return got;
@@ -283,9 +265,8 @@ std::size_t OutputFile::Device::read(std::uint64_t offset, char *into, std::size
 void OutputFile::Device::publish()
 {
     State &state = *m_state;
-    if (state.failure != 0) {
+    if (state.failure != 0)
         failWriting(state.target, state.failure);
-    }
     if (state.isSpecial) {
         const int device = state.openSpecial();
         const std::unique_ptr<const int, void (*)(const int *)> closing(&device, [](const int *open) { ::close(*open); });

@@ -84,18 +84,15 @@ struct OutputFile::Device::State
 
 void OutputFile::Device::State::examineTarget()
 {
-    if (target.isEmpty() || target.contains(QChar(u'\0')) || target.contains(u'*') || target.contains(u'?') || !target.isValidUtf16()) {
+    if (target.isEmpty() || target.contains(QChar(u'\0')) || target.contains(u'*') || target.contains(u'?') || !target.isValidUtf16())
         fail(err::badFileName, QStringLiteral("The report cannot be named"), target, QStringLiteral("give the name of a file."));
-    }
-    if (QFileInfo(target).fileName().size() > kLongestName) {
+    if (QFileInfo(target).fileName().size() > kLongestName)
         failInFolder(target, ERROR_FILENAME_EXCED_RANGE);
-    }
     const DWORD attributes = GetFileAttributesW(native(target).c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
         const DWORD code = GetLastError();
-        if (code != ERROR_FILE_NOT_FOUND) {
+        if (code != ERROR_FILE_NOT_FOUND)
             failInFolder(target, code);
-        }
         return;
     }
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
@@ -109,9 +106,8 @@ void OutputFile::Device::State::examineTarget()
     // A program that has the file open without sharing would make the rename fail after all the work.
     const HANDLE probe = CreateFileW(native(target).c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (probe == INVALID_HANDLE_VALUE) {
+    if (probe == INVALID_HANDLE_VALUE)
         failInFolder(target, GetLastError());
-    }
     CloseHandle(probe);
     isThere = true;
 }
@@ -119,25 +115,22 @@ void OutputFile::Device::State::examineTarget()
 void OutputFile::Device::State::makeTemporary()
 {
     const DWORD code = temporary.make(QFileInfo(target).absolutePath(), isThere ? native(target) : std::wstring());
-    if (code != ERROR_SUCCESS) {
+    if (code != ERROR_SUCCESS)
         failInFolder(target, code);
-    }
 }
 
 void OutputFile::Device::State::seek(std::uint64_t offset, DWORD from) const
 {
     LARGE_INTEGER place;
     place.QuadPart = static_cast<LONGLONG>(offset);
-    if (SetFilePointerEx(temporary.handle(), place, nullptr, from) == 0) {
+    if (SetFilePointerEx(temporary.handle(), place, nullptr, from) == 0)
         failWriting(target, GetLastError());
-    }
 }
 
 void OutputFile::Device::State::writeAll(std::string_view bytes)
 {
-    if (failure != ERROR_SUCCESS) {
+    if (failure != ERROR_SUCCESS)
         failWriting(target, failure);
-    }
     while (!bytes.empty()) {
         DWORD written = 0;
         const auto part = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), std::size_t{1} << 24));
@@ -175,12 +168,10 @@ std::size_t OutputFile::Device::read(std::uint64_t offset, char *into, std::size
     std::size_t got = 0;
     while (got < size) {
         DWORD part = 0;
-        if (ReadFile(m_state->temporary.handle(), into + got, static_cast<DWORD>(size - got), &part, nullptr) == 0) {
+        if (ReadFile(m_state->temporary.handle(), into + got, static_cast<DWORD>(size - got), &part, nullptr) == 0)
             failWriting(m_state->target, GetLastError());
-        }
-        if (part == 0) {
+        if (part == 0)
             break;
-        }
         got += part;
     }
     m_state->seek(0, FILE_END);
@@ -190,9 +181,8 @@ std::size_t OutputFile::Device::read(std::uint64_t offset, char *into, std::size
 void OutputFile::Device::publish()
 {
     State &state = *m_state;
-    if (state.failure != ERROR_SUCCESS) {
+    if (state.failure != ERROR_SUCCESS)
         failWriting(state.target, state.failure);
-    }
     const DWORD code = state.temporary.replace(native(state.target), FILE_ATTRIBUTE_NORMAL);
     if (code != ERROR_SUCCESS) {
         state.failure = code;

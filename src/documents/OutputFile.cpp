@@ -25,9 +25,8 @@ void OutputFile::flushBuffer()
 {
     const std::string_view bytes(m_buffer.get(), m_buffered);
     m_device->append(bytes);
-    if (!m_digestAtCommit) {
+    if (!m_digestAtCommit)
         m_digest->sha.update(bytes);
-    }
     m_flushed += m_buffered;
     m_buffered = 0;
 }
@@ -35,9 +34,8 @@ void OutputFile::flushBuffer()
 void OutputFile::writeSlow(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        if (m_buffered == kBufferSize) {
+        if (m_buffered == kBufferSize)
             flushBuffer();
-        }
         const std::size_t part = std::min(bytes.size(), kBufferSize - m_buffered);
         bytes.copy(m_buffer.get() + m_buffered, part);
         m_buffered += part;

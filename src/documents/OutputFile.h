@@ -41,9 +41,8 @@ public:
     /// The write position in the buffer with room for \p bytes (at most kMaxRoom), to be filled in place; advanceTo() says how far it was.
     [[nodiscard]] char *room(std::size_t bytes)
     {
-        if (bytes > kBufferSize - m_buffered) {
+        if (bytes > kBufferSize - m_buffered)
             flushBuffer();
-        }
         return m_buffer.get() + m_buffered;
     }
     void advanceTo(const char *end) { m_buffered = static_cast<std::size_t>(end - m_buffer.get()); }

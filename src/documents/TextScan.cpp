@@ -11,9 +11,8 @@ constexpr char kHexLower[] = "0123456789abcdef";
 std::string joined(std::initializer_list<std::string_view> pieces)
 {
     std::string text;
-    for (const std::string_view piece : pieces) {
+    for (const std::string_view piece : pieces)
         text += piece;
-    }
     return text;
 }
 

@@ -40,15 +40,13 @@ inline void copyRun(const char *&in, const char *end, char *&out)
         Block bytes;
         std::memcpy(&bytes, from, sizeof bytes);
         std::memcpy(to, &bytes, sizeof bytes);
-        if (Stop::block(bytes)) {
+        if (Stop::block(bytes))
             break;
-        }
         from += 16;
         to += 16;
     }
-    while (from != end && !Stop::byte(*from)) {
+    while (from != end && !Stop::byte(*from))
         *to++ = *from++;
-    }
     in = from;
     out = to;
 }

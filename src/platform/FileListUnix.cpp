@@ -76,10 +76,9 @@ QStringList list(const QString &folder, const QString &pattern, int mask)
     if (!stream && errno != ENOENT && errno != ENOTDIR)
         posix::raiseSystem(errno, folder);
     FoldedNames names;
-    while (const dirent *entry = stream ? ::readdir(stream.get()) : nullptr) {
+    while (const dirent *entry = stream ? ::readdir(stream.get()) : nullptr)
         if (!isDots(entry->d_name) && (listingAttributes(stream.get(), *entry) & ~listed) == 0)
             names.add(QFile::decodeName(entry->d_name), wanted);
-    }
     return names.ordered();
 }
 

@@ -82,12 +82,11 @@ void Commands::fillMenus()
 {
     for (const MenuDefinition &definition : menuDefinitions()) {
         QMenu *menu = m_menus.value(QString(definition.id));
-        for (const QLatin1StringView item : definition.items) {
+        for (const QLatin1StringView item : definition.items)
             if (item == command::separator)
                 menu->addSeparator();
             else
                 menu->addAction(tool(item));
-        }
     }
 }
 

@@ -79,10 +79,9 @@ private Q_SLOTS:
                 QCOMPARE(parseDate(dialogDateText(date)), date);
                 QCOMPARE(parseDate(shortDateText(date)), date);
             }
-        for (int second = 0; second < 86400; ++second) {
+        for (int second = 0; second < 86400; ++second)
             if (parseTime(time24Text(second)) != second || parseTime(time12Text(second)) != second)
                 QFAIL(qPrintable(time12Text(second)));
-        }
         const WallTime job{QDate(2026, 3, 29), 9000};
         QCOMPARE(parseWallTime(u"Mar 29,2026 02:30:00 AM"), job);
         QCOMPARE(parseWallTime(u"Mar 29, 2026 02:30:00"), job);

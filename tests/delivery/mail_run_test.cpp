@@ -109,7 +109,9 @@ private Q_SLOTS:
         QCOMPARE(mail.message[u"subject"_s].toString(), u"Anmeldungen – März: 3 Zeilen Bcc: x@example.org"_s);
         QCOMPARE(mail.message[u"cc"_s].toString(), u"b@example.org, A@example.org"_s);
         const QString raw = mail.attachedFile(0).chopped(2);
-        QVERIFY(!bytesOf(raw).isEmpty() && !bytesOf(raw).contains("z@example.org")); // a blind copy is seen by nobody else; no hexadecimal digit, which would be the end of a message ID
+        QVERIFY(!bytesOf(raw).isEmpty() &&
+                !bytesOf(raw).contains(
+                    "z@example.org")); // a blind copy is seen by nobody else; no hexadecimal digit, which would be the end of a message ID
         const QString text = mail.message[u"text"_s].toString();
         QVERIFY2(text.startsWith(u"Gruß, Server Operating System Logs"_s), qPrintable(text));
         QCOMPARE(text.contains(u"Rows: 3"_s), format == "csv"); // the other formats state it themselves

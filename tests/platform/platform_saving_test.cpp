@@ -326,10 +326,9 @@ private Q_SLOTS:
         for (; kills < 400; ++kills) {
             const pid_t child = ::fork();
             QVERIFY(child >= 0);
-            if (child == 0) {
+            if (child == 0)
                 for (int round = kills;; ++round)
                     files::saveAtomically(path, contents[round % 2]);
-            }
             ::usleep(lifetime(random));
             ::kill(child, SIGKILL);
             int state = 0;

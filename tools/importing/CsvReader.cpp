@@ -241,10 +241,9 @@ bool CsvReader::next(EventRecord &record)
             QStringLiteral("the record has %1 fields, but the first line names %2 columns").arg(fields.size()).arg(m_columns.size()));
     }
     record.clear();
-    for (std::size_t i = 0; i < fields.size(); ++i) {
+    for (std::size_t i = 0; i < fields.size(); ++i)
         if (m_columns[i] >= 0)
             record.setSpelled(m_columns[i], fields[i]);
-    }
     return true;
 }
 

@@ -56,10 +56,9 @@ void importInput(InputFile &input, LogFormat asked, EventDatabase &database, con
     std::unique_ptr<RecordReader> reader;
     try {
         reader = makeReader(input, asked == LogFormat::Automatic ? detectFormat(input.head()) : asked, schema);
-        if (listener.note) {
+        if (listener.note)
             for (const QString &note : reader->notes())
                 listener.note(QStringLiteral("%1: %2").arg(input.name(), note));
-        }
         EventRecord record(schema);
         while (reader->next(record)) {
             record.complete();
@@ -85,10 +84,9 @@ std::optional<LogFormat> logFormat(const QString &word)
 {
     if (word == QStringLiteral("auto"))
         return LogFormat::Automatic;
-    for (const LogFormat format : {LogFormat::Csv, LogFormat::Syslog, LogFormat::Journald, LogFormat::EventXml}) {
+    for (const LogFormat format : {LogFormat::Csv, LogFormat::Syslog, LogFormat::Journald, LogFormat::EventXml})
         if (word == nameOf(format))
             return format;
-    }
     return std::nullopt;
 }
 

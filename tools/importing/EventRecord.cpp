@@ -135,9 +135,8 @@ void EventRecord::complete()
         const EventColumn &column = m_schema->columns[i];
         if (!column.required || m_cells[i].state != State::None)
             continue;
-        if (column.defaultText.empty()) {
+        if (column.defaultText.empty())
             refuseInput(QStringLiteral("column \"%1\" is empty, and every event needs it").arg(toQt(column.name)));
-        }
         setText(static_cast<int>(i), column.defaultText);
     }
 }

@@ -27,10 +27,9 @@ std::string_view localName(const XML_Char *name)
 
 std::string attribute(const XML_Char **attributes, std::string_view name)
 {
-    for (; *attributes != nullptr; attributes += 2) {
+    for (; *attributes != nullptr; attributes += 2)
         if (name == *attributes)
             return attributes[1];
-    }
     return {};
 }
 

@@ -95,10 +95,9 @@ constexpr std::size_t totalWeight()
 
 const ServerEvent &eventOf(int eventId)
 {
-    for (const ServerEvent &event : kEvents) {
+    for (const ServerEvent &event : kEvents)
         if (event.eventId == eventId)
             return event;
-    }
     return kEvents.front();
 }
 

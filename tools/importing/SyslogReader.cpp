@@ -60,12 +60,11 @@ bool takeStructuredData(std::string_view &rest, std::string_view &data)
     std::size_t i = 0;
     while (i < rest.size() && rest[i] == '[') {
         bool quoted = false;
-        for (++i; i < rest.size() && (quoted || rest[i] != ']'); ++i) {
+        for (++i; i < rest.size() && (quoted || rest[i] != ']'); ++i)
             if (quoted && rest[i] == '\\')
                 ++i;
             else if (rest[i] == '"')
                 quoted = !quoted;
-        }
         if (i >= rest.size())
             return false;
         ++i;

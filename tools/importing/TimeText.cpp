@@ -45,10 +45,9 @@ public:
     {
         int number = 0;
         std::size_t digits = 0;
-        for (; digits < m_rest.size() && m_rest[digits] >= '0' && m_rest[digits] <= '9'; ++digits) {
+        for (; digits < m_rest.size() && m_rest[digits] >= '0' && m_rest[digits] <= '9'; ++digits)
             if (digits < 3)
                 number = number * 10 + (m_rest[digits] - '0');
-        }
         if (digits == 0)
             return false;
         for (std::size_t i = digits; i < 3; ++i)

@@ -178,10 +178,9 @@ std::string_view statusOf(const WindowsEvent &event)
 
 std::string_view WindowsEvent::datum(std::string_view name) const
 {
-    for (const auto &[key, value] : data) {
+    for (const auto &[key, value] : data)
         if (key == name && !value.empty() && value != "-")
             return value;
-    }
     return {};
 }
 

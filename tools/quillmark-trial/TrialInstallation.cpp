@@ -148,10 +148,9 @@ void TrialInstallation::makeFolders() const
     if (!QDir().mkpath(m_path))
         failImport(err::pathFileAccess,
                    QStringLiteral("%1: the folder cannot be made; check the permissions of the folder above").arg(m_path));
-    for (const QString &name : m_folders) {
+    for (const QString &name : m_folders)
         if (!QDir().mkpath(m_path + name))
             failImport(err::pathFileAccess, QStringLiteral("%1: the folder cannot be made").arg(QDir::toNativeSeparators(m_path + name)));
-    }
 }
 
 void TrialInstallation::copySamples() const

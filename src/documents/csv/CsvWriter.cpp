@@ -53,15 +53,13 @@ bool needsQuotes(char c)
 
 bool isPlainNumber(std::string_view text)
 {
-    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
+    if (!text.empty() && (text.front() == '-' || text.front() == '+'))
         text.remove_prefix(1);
-    }
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     const auto point = std::find_if_not(text.begin(), text.end(), isDigit);
     const bool wholeThere = point != text.begin();
-    if (point == text.end() || *point != '.') {
+    if (point == text.end() || *point != '.')
         return wholeThere && point == text.end();
-    }
     return wholeThere && point + 1 != text.end() && std::all_of(point + 1, text.end(), isDigit);
 }
 
@@ -79,9 +77,8 @@ bool looksLikeFormula(std::string_view text, std::size_t from)
 {
     static constexpr std::array<std::string_view, 4> kFullWidth{"\xEF\xBC\x9D", "\xEF\xBC\x8B", "\xEF\xBC\x8D", "\xEF\xBC\xA0"};
     const std::string_view start = withoutLeadingBlanks(text.substr(from));
-    if (start.empty()) {
+    if (start.empty())
         return false;
-    }
     const std::string_view signs = from == 0 ? "=+-@\t\r\n" : "=+-@";
     if (signs.find(start.front()) != std::string_view::npos) {
         const std::size_t next = from == 0 ? std::string_view::npos : nextCell(text, from);
@@ -94,11 +91,9 @@ bool looksLikeFormula(std::string_view text, std::size_t from)
 std::vector<std::size_t> formulaStarts(std::string_view text)
 {
     std::vector<std::size_t> starts;
-    for (std::size_t from = 0; from != std::string_view::npos; from = nextCell(text, from)) {
-        if (looksLikeFormula(text, from)) {
+    for (std::size_t from = 0; from != std::string_view::npos; from = nextCell(text, from))
+        if (looksLikeFormula(text, from))
             starts.push_back(from);
-        }
-    }
     return starts;
 }
 
@@ -127,9 +122,8 @@ private:
 
 void CsvWriter::begin(const ReportHead &, std::span<const ReportColumn> columns)
 {
-    if (m_options.byteOrderMark) {
+    if (m_options.byteOrderMark)
         m_file.write("\xEF\xBB\xBF");
-    }
     for (std::size_t i = 0; i < columns.size(); ++i) {
         m_file.write(i == 0 ? "" : ",");
         // Spreadsheets take a file that starts with the letters ID for another format; the quotes prevent it.
@@ -146,9 +140,8 @@ void CsvWriter::row(std::span<const Value> cells)
         return;
     }
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        if (i > 0) {
+        if (i > 0)
             m_file.write(",");
-        }
         writeField(cells[i]);
     }
     m_file.write("\r\n");
@@ -176,9 +169,8 @@ void CsvWriter::writeField(const Value &value)
 
 void CsvWriter::writeText(std::string_view text, bool alwaysQuoted)
 {
-    if (m_options.guardFormulas) {
+    if (m_options.guardFormulas)
         m_guards = formulaStarts(text);
-    }
     if (text.empty() || text.size() > kPiece || alwaysQuoted || !m_guards.empty()) {
         writeCarefully(text, alwaysQuoted, m_guards);
         return;

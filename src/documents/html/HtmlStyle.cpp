@@ -109,9 +109,8 @@ std::string pageRules(const ReportHead &head)
     appendLength(head.page.heightMm, "mm;margin:", rules);
     appendLength(head.page.marginMm, "mm", rules);
     const auto box = [&rules](const char *place, const std::string &text) {
-        if (!text.empty()) {
+        if (!text.empty())
             rules += std::string(";@") + place + "{font-size:8pt;content:" + bandContent(text) + '}';
-        }
     };
     box("top-left", head.header.left);
     box("top-center", head.header.centre);

@@ -53,16 +53,14 @@ void HtmlWriter::writeDocumentHead(const ReportHead &head, std::span<const Repor
 void HtmlWriter::writeReportHead(const ReportHead &head)
 {
     m_file.write("<body>\n<header>\n<h1>" + escaped(head.title) + "</h1>\n");
-    if (!head.subtitle.empty()) {
+    if (!head.subtitle.empty())
         m_file.write("<p class=\"subtitle\">" + escaped(head.subtitle) + "</p>\n");
-    }
     m_file.write("<dl>\n<div><dt>Rows</dt><dd class=\"count\">");
     m_countField = m_file.position();
     m_file.write(std::string(kCountField, ' '));
     m_file.write("</dd></div>\n");
-    for (const Fact &fact : head.facts) {
+    for (const Fact &fact : head.facts)
         m_file.write("<div><dt>" + escaped(fact.label) + "</dt><dd>" + escaped(fact.value) + "</dd></div>\n");
-    }
     m_file.write("</dl>\n</header>\n<main>\n");
 }
 
@@ -123,9 +121,8 @@ void HtmlWriter::writeNoRows()
     m_file.write(std::string("<p class=\"none\"><strong>") + kNoRows + "</strong>Nothing matched what was asked for");
     const char *separator = ": ";
     for (const Fact &fact : m_facts) {
-        if (fact.kind == Fact::Kind::Made || fact.kind == Fact::Kind::Times) {
+        if (fact.kind == Fact::Kind::Made || fact.kind == Fact::Kind::Times)
             continue; // says how the report came about, not what was asked
-        }
         m_file.write(separator + escaped(fact.label) + " <bdi>" + escaped(fact.value) + "</bdi>");
         separator = "; ";
     }
@@ -135,9 +132,8 @@ void HtmlWriter::writeNoRows()
 void HtmlWriter::end(const ReportTail &tail)
 {
     m_file.write("</tbody>\n</table>\n");
-    if (tail.rows == 0 && !tail.truncated) {
+    if (tail.rows == 0 && !tail.truncated)
         writeNoRows();
-    }
     const std::string rows = rowsText(tail.rows);
     std::string field = rows;
     if (tail.truncated) {

@@ -93,12 +93,10 @@ std::string formatCode(const CellFormatter &format, ColumnType type)
     default:
         break;
     }
-    if (format.style() == Style::Bytes) {
+    if (format.style() == Style::Bytes)
         return "#,##0";
-    }
-    if (format.style() != Style::Number && format.style() != Style::Percent) {
+    if (format.style() != Style::Number && format.style() != Style::Percent)
         return {};
-    }
     std::string code = literal(format.prefix()) + (format.pattern().grouping ? "#,##0" : "0");
     for (int i = 0; i < format.pattern().maxDecimals; ++i) {
         code += i == 0 ? "." : "";
@@ -128,12 +126,10 @@ std::string styles(std::span<const ReportColumn> columns)
                       (wraps ? " wrapText=\"1\"" : "") + (column.alignment == CellAlignment::Right ? " indent=\"1\"" : "") + "/></xf>";
     }
     std::string formats;
-    for (std::size_t i = 0; i < codes.size(); ++i) {
+    for (std::size_t i = 0; i < codes.size(); ++i)
         formats += "<numFmt numFmtId=\"" + std::to_string(kFirstOwnFormat + i) + "\" formatCode=\"" + escapedText(codes[i]) + "\"/>";
-    }
-    if (!formats.empty()) {
+    if (!formats.empty())
         formats = "<numFmts count=\"" + std::to_string(codes.size()) + "\">" + formats + "</numFmts>";
-    }
     return "<styleSheet xmlns=\"" + std::string(kMain) + "\">" + formats + std::string(kFonts) + std::string(kFillsAndBorders) +
            "<cellXfs count=\"" + std::to_string(columns.size() + style::firstColumn) + "\">" + std::string(kFixedStyles) + cellStyles +
            R"(</cellXfs><cellStyles count="1"><cellStyle name="Normal" xfId="0" builtinId="0"/></cellStyles></styleSheet>)";
@@ -143,9 +139,8 @@ std::string styles(std::span<const ReportColumn> columns)
 std::string quotedName(const std::string &name)
 {
     std::string quoted = "'";
-    for (const char c : name) {
+    for (const char c : name)
         quoted += c == '\'' ? "''" : std::string(1, c);
-    }
     return escapedText(quoted + '\'');
 }
 
@@ -157,12 +152,10 @@ std::string workbook(std::span<const Sheet> sheets)
         list += joined({"<sheet name=\"", escapedText(sheets[i].name), "\" sheetId=\"", number, "\" r:id=\"rId", number, "\"/>"});
     }
     const auto addNames = [&](const char *attributes, std::string Sheet::*range) {
-        for (std::size_t i = 0; i < sheets.size(); ++i) {
-            if (!(sheets[i].*range).empty()) {
+        for (std::size_t i = 0; i < sheets.size(); ++i)
+            if (!(sheets[i].*range).empty())
                 names += std::string("<definedName ") + attributes + " localSheetId=\"" + std::to_string(i) + "\">" +
                          quotedName(sheets[i].name) + '!' + sheets[i].*range + "</definedName>";
-            }
-        }
     };
     addNames("name=\"_xlnm._FilterDatabase\" hidden=\"1\"", &Sheet::filter);
     addNames("name=\"_xlnm.Print_Titles\"", &Sheet::titles);
@@ -190,9 +183,8 @@ std::string bandText(std::string_view text)
     std::string out;
     forEachBandPart(text, [&out](BandPart part, std::string_view piece) {
         out += part == BandPart::Page ? "&P" : part == BandPart::Pages ? "&N" : "";
-        for (const char c : piece) {
+        for (const char c : piece)
             out += c == '&' ? "&&" : std::string(1, c);
-        }
     });
     return out;
 }
@@ -202,16 +194,14 @@ std::string band(const char *element, const PageBand &texts)
     constexpr qsizetype kMaxBandUnits = 255;
     std::string text;
     const auto part = [&text](const char *place, const std::string &content) {
-        if (!content.empty()) {
+        if (!content.empty())
             text += place + bandText(content);
-        }
     };
     part("&L", texts.left);
     part("&C", texts.centre);
     part("&R", texts.right);
-    if (text.empty() || QString::fromStdString(text).size() > kMaxBandUnits) {
+    if (text.empty() || QString::fromStdString(text).size() > kMaxBandUnits)
         return {};
-    }
     return std::string("<") + element + '>' + escapedText(text) + "</" + element + '>';
 }
 

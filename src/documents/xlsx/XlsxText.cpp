@@ -19,9 +19,8 @@ char *putCode(char *out, char32_t c)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
     out = put(out, "_x");
-    for (int shift = 12; shift >= 0; shift -= 4) {
+    for (int shift = 12; shift >= 0; shift -= 4)
         *out++ = kDigits[(c >> shift) & 0xF];
-    }
     *out++ = '_';
     return out;
 }
@@ -88,14 +87,12 @@ std::string escapedText(std::string_view text)
 
 std::string cutText(std::string_view text)
 {
-    if (text.size() <= kMaxCellUnits) {
+    if (text.size() <= kMaxCellUnits)
         return {};
-    }
     std::string whole = utf8::sanitized(text);
     const std::size_t units = utf8::utf16Length(whole);
-    if (units <= kMaxCellUnits) {
+    if (units <= kMaxCellUnits)
         return {};
-    }
     const std::string mark =
         "\xE2\x80\xA6 [cut: " + numbers::counted(static_cast<std::int64_t>(units), "character", "characters") + " in all]";
     std::size_t left = kMaxCellUnits - utf8::utf16Length(mark);
@@ -103,9 +100,8 @@ std::string cutText(std::string_view text)
     while (keep < whole.size()) {
         const utf8::Decoded next = utf8::decode(whole.data() + keep, whole.data() + whole.size());
         const std::size_t width = next.codePoint > 0xFFFF ? 2 : 1;
-        if (width > left) {
+        if (width > left)
             break;
-        }
         left -= width;
         keep += next.bytes;
     }
@@ -121,31 +117,26 @@ std::string SheetNames::take(std::string_view wanted)
     }
     const auto cutTo = [](QString name, qsizetype units) {
         name.truncate(units);
-        if (!name.isEmpty() && name.back().isHighSurrogate()) {
+        if (!name.isEmpty() && name.back().isHighSurrogate())
             name.chop(1);
-        }
         const auto isOuter = [](QChar c) { return c == u'\'' || c.isSpace(); };
-        while (!name.isEmpty() && isOuter(name.back())) {
+        while (!name.isEmpty() && isOuter(name.back()))
             name.chop(1);
-        }
-        while (!name.isEmpty() && isOuter(name.front())) {
+        while (!name.isEmpty() && isOuter(name.front()))
             name.remove(0, 1);
-        }
         return name;
     };
     clean = clean.simplified();
     // Excel keeps this name for itself.
-    if (clean.compare(QStringLiteral("History"), Qt::CaseInsensitive) == 0) {
+    if (clean.compare(QStringLiteral("History"), Qt::CaseInsensitive) == 0)
         clean += QStringLiteral(" report");
-    }
     QString name = cutTo(clean, kMaxNameUnits);
     const auto isUsable = [this](const QString &candidate) {
         const auto same = [&](const QString &other) { return other.compare(candidate, Qt::CaseInsensitive) == 0; };
         return !candidate.isEmpty() && std::none_of(m_taken.begin(), m_taken.end(), same);
     };
-    if (name.isEmpty()) {
+    if (name.isEmpty())
         clean = name = QStringLiteral("Report");
-    }
     for (int number = 2; !isUsable(name); ++number) {
         const QString mark = QStringLiteral(" (%1)").arg(number);
         name = cutTo(clean, kMaxNameUnits - mark.size()) + mark;
@@ -157,9 +148,8 @@ std::string SheetNames::take(std::string_view wanted)
 std::string columnLetters(std::size_t column)
 {
     std::string letters;
-    for (std::size_t rest = column + 1; rest > 0; rest = (rest - 1) / 26) {
+    for (std::size_t rest = column + 1; rest > 0; rest = (rest - 1) / 26)
         letters.insert(letters.begin(), static_cast<char>('A' + (rest - 1) % 26));
-    }
     return letters;
 }
 

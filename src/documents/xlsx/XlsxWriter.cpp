@@ -44,16 +44,13 @@ constexpr char kAboutName[] = "About this report";
 std::optional<double> serialOf(const IsoTime &time, Style style)
 {
     constexpr double kMillisecondsOfDay = 86400000.0;
-    if (style == Style::Time && !time.hasTime) {
+    if (style == Style::Time && !time.hasTime)
         return std::nullopt;
-    }
-    if (!time.hasDate) {
+    if (!time.hasDate)
         return style == Style::Time ? std::optional(time.millisecondOfDay() / kMillisecondsOfDay) : std::nullopt;
-    }
     const std::int64_t day = time.daysSince1970() + kDaysTo1970;
-    if (day < kFirstSerial) {
+    if (day < kFirstSerial)
         return std::nullopt;
-    }
     return static_cast<double>(day) + time.millisecondOfDay() / kMillisecondsOfDay;
 }
 
@@ -77,9 +74,8 @@ std::size_t lineCount(std::string_view text, std::size_t characters)
         const std::size_t end = text.find('\n');
         const std::size_t size = std::min(end, text.size());
         lines += size <= characters ? 1 : (size + characters - 1) / characters;
-        if (end == std::string_view::npos) {
+        if (end == std::string_view::npos)
             break;
-        }
         text.remove_prefix(end + 1);
     }
     return std::min(lines, kMaxLines);
@@ -174,9 +170,8 @@ void XlsxWriter::writeLine(int style, std::string_view text, double height)
 void XlsxWriter::writeHeadings()
 {
     writeLine(xlsx::style::title, m_head.title, 24);
-    if (!m_head.subtitle.empty()) {
+    if (!m_head.subtitle.empty())
         writeLine(xlsx::style::subtitle, m_head.subtitle, 16);
-    }
     // The number of rows is known only at the end; a shared string, which is written then, stands for it.
     m_zip.write("<row ht=\"18\" customHeight=\"1\"><c s=\"" + std::to_string(xlsx::style::summary) + "\" t=\"s\"><v>0</v></c></row>");
     m_zip.write("<row ht=\"24\" customHeight=\"1\">");
@@ -244,9 +239,8 @@ void XlsxWriter::row(std::span<const Value> cells)
         beginSheet();
     }
     beginRow(cells);
-    for (std::size_t i = 0; i < cells.size(); ++i) {
+    for (std::size_t i = 0; i < cells.size(); ++i)
         writeCell(cells[i], m_columns[i]);
-    }
     m_zip.write("</row>");
     ++m_sheetRow;
 }
@@ -255,11 +249,9 @@ void XlsxWriter::row(std::span<const Value> cells)
 void XlsxWriter::beginRow(std::span<const Value> cells)
 {
     std::size_t lines = 1;
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-        if (cells[i].kind == Value::Kind::Text && m_columns[i].wrapsAt > 0) {
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        if (cells[i].kind == Value::Kind::Text && m_columns[i].wrapsAt > 0)
             lines = std::max(lines, lineCount(cells[i].text(), m_columns[i].wrapsAt));
-        }
-    }
     if (lines == 1) {
         m_zip.write("<row>");
         return;
@@ -283,11 +275,10 @@ void XlsxWriter::writeCell(const Value &value, const Column &column)
     case Value::Kind::Real: {
         char text[numbers::kMaxText];
         const char *const end = numbers::writeShortest(value.real, text);
-        if (std::isfinite(value.real)) {
+        if (std::isfinite(value.real))
             writeNumber(column, text, end);
-        } else {
+        else
             writeTextCell(column.styleAttribute, {text, static_cast<std::size_t>(end - text)});
-        }
         return;
     }
     case Value::Kind::Text:
@@ -367,12 +358,10 @@ void XlsxWriter::writeTextCell(std::string_view styleAttribute, std::string_view
 std::string XlsxWriter::summary(const ReportTail &tail) const
 {
     std::string text = tail.rows == 0 ? std::string(kNoRows) + ": nothing matched what was asked for." : rowsText(tail.rows) + '.';
-    if (tail.truncated) {
+    if (tail.truncated)
         text = "Not complete. " + cutNotice(tail);
-    }
-    if (m_sheets.size() > 1) {
+    if (m_sheets.size() > 1)
         text += " On " + std::to_string(m_sheets.size()) + " sheets.";
-    }
     return text + " More on the sheet \"" + m_aboutName + "\".";
 }
 
@@ -391,20 +380,16 @@ void XlsxWriter::writeAbout(const ReportTail &tail)
     m_zip.write("<sheetViews><sheetView showGridLines=\"0\" workbookViewId=\"0\"/></sheetViews><cols><col min=\"1\" max=\"1\" width=\"22\" "
                 "customWidth=\"1\"/><col min=\"2\" max=\"2\" width=\"90\" customWidth=\"1\"/></cols><sheetData>");
     writeLine(xlsx::style::title, m_head.title, 24);
-    if (!m_head.subtitle.empty()) {
+    if (!m_head.subtitle.empty())
         writeLine(xlsx::style::subtitle, m_head.subtitle, 16);
-    }
     m_zip.write("<row/>");
-    for (const Fact &fact : m_head.facts) {
+    for (const Fact &fact : m_head.facts)
         writeFact(fact.label, fact.value);
-    }
     writeFact("Rows", rowsText(tail.rows));
-    if (tail.truncated) {
+    if (tail.truncated)
         writeFact("Not complete", cutNotice(tail));
-    }
-    if (m_sheets.size() > 1) {
+    if (m_sheets.size() > 1)
         writeFact("Sheets", std::to_string(m_sheets.size()));
-    }
     if (m_notes.cellsCut > 0) {
         writeFact("Cells cut", numbers::counted(m_notes.cellsCut, "cell was", "cells were") +
                                    " longer than a workbook holds (32,767 characters) and cut; each says so at its end.");

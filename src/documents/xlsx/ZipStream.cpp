@@ -22,9 +22,8 @@ struct Fields
 
     Fields &number(std::uint64_t value, unsigned width)
     {
-        for (unsigned i = 0; i < width; ++i) {
+        for (unsigned i = 0; i < width; ++i)
             bytes += static_cast<char>(static_cast<unsigned char>(value >> (8 * i)));
-        }
         return *this;
     }
     Fields &u16(std::uint64_t value) { return number(value, 2); }
@@ -39,9 +38,8 @@ struct ZipStream::Deflate
     z_stream stream{};
     Deflate()
     {
-        if (deflateInit2(&stream, kLevel, Z_DEFLATED, -MAX_WBITS, 9, Z_DEFAULT_STRATEGY) != Z_OK) {
+        if (deflateInit2(&stream, kLevel, Z_DEFLATED, -MAX_WBITS, 9, Z_DEFAULT_STRATEGY) != Z_OK)
             raise(err::outOfMemory, QStringLiteral("Compressing the report could not be started."), kFrameworkSource);
-        }
     }
     ~Deflate() { deflateEnd(&stream); }
     Deflate(const Deflate &) = delete;
@@ -106,9 +104,8 @@ void ZipStream::close()
     compress(true);
     Member &member = m_members.back();
     member.size = m_taken;
-    if (member.size > kLargest32 || member.packed > kLargest32) {
+    if (member.size > kLargest32 || member.packed > kLargest32)
         raise(err::overflow, QStringLiteral("A part of \"%1\" is larger than 4 GB.").arg(m_file.target()), kFrameworkSource);
-    }
     m_file.write(Fields().u32(0x08074B50).u32(member.crc).u32(member.packed).u32(member.size).bytes);
 }
 
@@ -124,9 +121,8 @@ void ZipStream::writeDirectoryEntry(const Member &member)
     const bool wide = member.offset >= m_zip64From;
     const std::uint16_t version = wide ? kVersionZip64 : kVersion;
     Fields extra;
-    if (wide) {
+    if (wide)
         extra.u16(1).u16(8).u64(member.offset);
-    }
     Fields entry;
     entry.u32(0x02014B50).u16(version).u16(version).u16(kFlags).u16(kDeflated).u16(0).u16(kFirstDay);
     entry.u32(member.crc).u32(member.packed).u32(member.size).u16(member.name.size()).u16(extra.bytes.size());
@@ -139,9 +135,8 @@ void ZipStream::writeDirectoryEntry(const Member &member)
 void ZipStream::finish()
 {
     const std::uint64_t start = m_file.position();
-    for (const Member &member : m_members) {
+    for (const Member &member : m_members)
         writeDirectoryEntry(member);
-    }
     const std::uint64_t end = m_file.position();
     const std::uint64_t count = m_members.size();
     const bool wide = start >= m_zip64From;

@@ -31,9 +31,8 @@ public:
     static constexpr std::size_t kMaxRoom = std::size_t{1} << 16;
     [[nodiscard]] char *room(std::size_t bytes)
     {
-        if (bytes > kBufferSize - m_buffered) {
+        if (bytes > kBufferSize - m_buffered)
             compress(false);
-        }
         return m_buffer.get() + m_buffered;
     }
     void advanceTo(const char *end) { m_buffered = static_cast<std::size_t>(end - m_buffer.get()); }

@@ -98,10 +98,9 @@ QString spoolFolder()
 void removeLeftSpools()
 {
     const QDateTime justMade = QDateTime::currentDateTimeUtc().addSecs(-kSecondsToOpen);
-    for (const QFileInfo &file : QDir(spoolPath()).entryInfoList({QStringLiteral("*.spool"), QStringLiteral("order-*")}, QDir::Files)) {
+    for (const QFileInfo &file : QDir(spoolPath()).entryInfoList({QStringLiteral("*.spool"), QStringLiteral("order-*")}, QDir::Files))
         if (file.lastModified() < justMade)
             QFile::remove(file.filePath());
-    }
 }
 
 SpoolStatement::SpoolStatement(sqlite3 *database, const char *sql)

@@ -98,12 +98,11 @@ void fitWidths(std::vector<ReportColumn> &columns, const std::vector<bool> &fixe
 {
     double given = 0;
     std::vector<double> widths;
-    for (std::size_t i = 0; i < columns.size(); ++i) {
+    for (std::size_t i = 0; i < columns.size(); ++i)
         if (fixed[i])
             given += columns[i].widthMm;
         else
             widths.push_back(columns[i].widthMm);
-    }
     std::sort(widths.begin(), widths.end());
     double left = pageMm - given;
     if (widths.empty() || std::accumulate(widths.begin(), widths.end(), 0.0) <= left)

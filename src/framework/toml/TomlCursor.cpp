@@ -201,12 +201,11 @@ bool TomlCursor::skipString()
 bool TomlCursor::skipLongString(std::string_view fence)
 {
     std::size_t at = m_at + fence.size();
-    if (fence[0] == '\'') {
+    if (fence[0] == '\'')
         at = m_text.find(fence, at);
-    } else {
+    else
         while (at < m_text.size() && m_text.substr(at, fence.size()) != fence)
             at += m_text[at] == '\\' ? 2 : 1;
-    }
     if (at >= m_text.size())
         return false;
     at += fence.size();

@@ -320,11 +320,10 @@ void frmQueryEditor::sourceEdited()
     if (m_showing)
         return;
     m_sql->edit().setDialect(dialect());
-    if (mayConnect()) {
+    if (mayConnect())
         m_sql->schema().load(dataSource(), m_edited.home().database, m_edited.home().installPath);
-    } else {
+    else
         m_sql->schema().offer();
-    }
     sqlEdited();
 }
 
