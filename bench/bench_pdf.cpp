@@ -78,7 +78,7 @@ void writeOwn(std::int64_t count, const QString &path)
         columns[i].widthMm = kWidthsMm[i];
         columns[i].alignment = i == 0 || i == 2 ? CellAlignment::Right : CellAlignment::Left;
     }
-    writer->begin(head, columns);
+    writer->begin(head, {.columns = columns}, {});
     Rows rows;
     std::array<Value, kColumns> values;
     for (std::int64_t row = 0; row < count; ++row) {

@@ -140,7 +140,7 @@ void writeReport(const QString &format, const QString &database, const QString &
     head.facts = {{qm::Fact::Kind::Source, "Source", "bench.db"}};
     OutputFile file(path);
     const auto writer = makeWriter(formatOfWord(format).value(), file, {});
-    writer->begin(head, columns);
+    writer->begin(head, {.columns = columns}, {});
     std::array<Value, kColumns> row;
     std::int64_t rows = 0;
     for (; sqlite3_step(select.get()) == SQLITE_ROW; ++rows) {

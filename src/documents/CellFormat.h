@@ -3,7 +3,7 @@
 #pragma once
 
 #include "documents/NumberText.h"
-#include "documents/ReportWriter.h"
+#include "documents/ReportColumn.h"
 
 #include <string>
 

@@ -2,6 +2,7 @@
 /// What every output format receives: the head, the rows in one pass, the tail.
 #pragma once
 
+#include "documents/ReportShape.h"
 #include "documents/Value.h"
 
 #include <cstdint>
@@ -10,20 +11,6 @@
 #include <vector>
 
 namespace qm {
-
-enum class CellAlignment : std::uint8_t { Left, Centre, Right };
-
-/// One column of the report, resolved: nothing in it is automatic any more.
-struct ReportColumn
-{
-    std::string field;
-    std::string caption;
-    ColumnType type = ColumnType::Text;
-    CellAlignment alignment = CellAlignment::Left;
-    std::string format;  ///< see LayoutColumn::format; never empty for numbers and dates that are to be formatted
-    double widthMm = 30; ///< share of the page width; the writer scales all columns to fit the page
-    bool wrap = true;
-};
 
 struct PageSetup
 {
@@ -62,14 +49,44 @@ struct ReportHead
     PageSetup page;
     PageBand header, footer;
     std::string language = "en";
+    std::vector<std::string> notices; ///< sentences that a reader must not miss
 };
 
-/// Everything known only after the last row.
+/// The first rows of a report, for measuring: one value per column of its shape.
+struct SampleRows
+{
+    std::span<const Value> cells; ///< row after row; valid as long as the call that is given them
+    std::size_t rows = 0;
+    bool whole = false; ///< there are no further rows
+
+    [[nodiscard]] std::span<const Value> row(std::size_t index) const
+    {
+        const std::size_t columns = rows == 0 ? 0 : cells.size() / rows;
+        return cells.subspan(index * columns, columns);
+    }
+};
+
+/// A group that has ended. What it points to is valid during the call only.
+struct GroupEnd
+{
+    std::size_t level = 0; ///< in ReportShape::groups
+    Value key;
+    std::int64_t rows = 0;
+    std::span<const Value> subtotals; ///< one per subtotal of the level
+    bool cut = false;                 ///< the row limit ended it: there may be more rows of it
+};
+
+/// Everything known only after the last row. The spans are valid until end() returns.
 struct ReportTail
 {
     std::int64_t rows = 0;
     bool truncated = false; ///< a row limit cut rows off; the output says so
     std::int64_t rowLimit = 0;
+    std::span<const Value> totals = {};     ///< one per total of the shape; of the rows shown
+    std::span<const Value> keyFigures = {}; ///< one per key figure
+    std::span<const ChartData> charts = {}; ///< one per chart
+    const ChartData *top = nullptr;         ///< of the top list; its "Other" is the rest
+    std::vector<std::string> notices = {};  ///< sentences known only now
 };
 
 /// What a writer had to change to fit its format, for the ledger and the log.
@@ -80,15 +97,23 @@ struct WriterNotes
     std::int64_t pages = 0, sheets = 0;
 };
 
-/// One output format. Calls come in this order: begin, row for each row, end. A writer that is destroyed before end leaves nothing usable.
-/// begin, row and end throw RuntimeError (57 device error, 61 disk full, ...) when the output cannot be written.
+/// One output format. Calls come in this order: begin, the rows, end. Where the shape has groups, beginGroup stands before the first row of
+/// each and endGroup behind its last, nested as the levels are. A writer that is destroyed before end leaves nothing usable.
+/// All of them throw RuntimeError (57 device error, 61 disk full, ...) when the output cannot be written.
 class ReportWriter
 {
 public:
     virtual ~ReportWriter() = default;
-    virtual void begin(const ReportHead &head, std::span<const ReportColumn> columns) = 0;
+    virtual void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) = 0;
+    /// \p key: valid during the call only.
+    virtual void beginGroup(std::size_t level, const Value &key)
+    {
+        static_cast<void>(level);
+        static_cast<void>(key);
+    }
     /// \p cells: one value per column, valid during the call only.
     virtual void row(std::span<const Value> cells) = 0;
+    virtual void endGroup(const GroupEnd &group) { static_cast<void>(group); }
     virtual void end(const ReportTail &tail) = 0;
     [[nodiscard]] virtual WriterNotes notes() const { return {}; }
 };

@@ -96,7 +96,7 @@ const QStringList &orientationWords()
 
 const QStringList &aggregateWords()
 {
-    static const QStringList words = wordList({"count", "sum", "average", "minimum", "maximum"});
+    static const QStringList words = wordList({"count", "sum", "average", "minimum", "maximum", "distinct", "share", "running"});
     return words;
 }
 

@@ -13,7 +13,16 @@ namespace qm {
 enum class Alignment { Automatic, Left, Centre, Right };
 enum class PageSize { A4, A3, A5, Letter, Legal };
 enum class PageOrientation { Portrait, Landscape };
-enum class Aggregate { Count, Sum, Average, Minimum, Maximum };
+enum class Aggregate {
+    Count,
+    Sum,
+    Average,
+    Minimum,
+    Maximum,
+    Distinct, ///< how many different values
+    Share,    ///< the group's sum as a part of the report's
+    Running,  ///< the sum of this group and those before it
+};
 
 struct LayoutColumn
 {

@@ -29,7 +29,7 @@ class PrintQueueTest final : public QObject
         head.page = landscape ? PageSetup{297, 210, 12} : PageSetup{210, 297, 12};
         ReportColumn column;
         column.field = column.caption = "number";
-        writer->begin(head, std::span(&column, 1));
+        writer->begin(head, {.columns = {column}}, {});
         for (int i = 0; i < rows; ++i) {
             const std::string text = "row-" + std::to_string(i);
             const Value cell = Value::ofText(text);

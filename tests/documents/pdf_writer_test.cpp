@@ -58,7 +58,7 @@ class PdfWriterTest final : public QObject
         const QString path = m_folder.filePath(name);
         OutputFile file(path);
         const auto writer = makePdfWriter(file, {.fontFolder = fonts});
-        writer->begin(report.head, report.columns);
+        writer->begin(report.head, {.columns = report.columns}, {});
         std::vector<Value> values;
         for (const Cells &row : report.rows) {
             values.clear();

@@ -139,7 +139,7 @@ private Q_SLOTS:
             labels << formatLabel(format);
             OutputFile file(path(word));
             const auto writer = makeWriter(format, file, {.fontFolder = shippedFontFolder()});
-            writer->begin(someHead(), std::vector{column("a", ColumnType::Text)});
+            writer->begin(someHead(), {.columns = {column("a", ColumnType::Text)}}, {});
             writer->end({});
             QVERIFY(file.commit().bytes > 0);
         }
@@ -437,7 +437,7 @@ private Q_SLOTS:
         {
             OutputFile file(path(u"xlsx"_s));
             const auto writer = makeXlsxWriter(file, {});
-            writer->begin(someHead(), std::vector{column("n", ColumnType::Integer)});
+            writer->begin(someHead(), {.columns = {column("n", ColumnType::Integer)}}, {});
             for (std::int64_t i = 1; i <= kRows; ++i)
                 writer->row(std::vector{Value::of(i)});
             writer->end({kRows, false, 0});
@@ -494,7 +494,7 @@ private:
     {
         OutputFile file(path(format));
         const auto writer = makeWriter(formatOfWord(format).value(), file, {.csv = options});
-        writer->begin(head, columns);
+        writer->begin(head, {.columns = {columns.begin(), columns.end()}}, {});
         for (const std::vector<Value> &row : rows)
             writer->row(row);
         tail.rows = tail.rows == 0 ? static_cast<std::int64_t>(rows.size()) : tail.rows;

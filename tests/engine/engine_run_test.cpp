@@ -26,10 +26,10 @@ public:
     std::optional<qm::ReportTail> tail;
     std::function<void()> onBegin;
 
-    void begin(const qm::ReportHead &given, std::span<const qm::ReportColumn> givenColumns) override
+    void begin(const qm::ReportHead &given, const qm::ReportShape &shape, const qm::SampleRows &) override
     {
         head = given;
-        columns.assign(givenColumns.begin(), givenColumns.end());
+        columns = shape.columns;
         if (onBegin)
             onBegin();
     }

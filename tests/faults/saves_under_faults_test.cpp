@@ -33,7 +33,7 @@ void saveReport(const QString &path, const QString &text)
     columns.front().field = columns.front().caption = "text";
     ReportHead head;
     head.title = "t";
-    writer->begin(head, columns);
+    writer->begin(head, {.columns = columns}, {});
     const std::string cell = text.toStdString();
     for (int i = 0; i < 200; ++i)
         writer->row(std::vector{Value::ofText(cell)});

@@ -174,8 +174,8 @@ QByteArray make(const Report &report, const ReportPlan &plan)
     OutputFile file(path);
     static constexpr std::array kFormats{ReportFormat::Csv, ReportFormat::Html, ReportFormat::Xlsx, ReportFormat::Pdf};
     const auto writer = makeWriter(kFormats[report.format], file, {.csv = report.csv, .fontFolder = qEnvironmentVariable("QM_FONTS")});
-    writer->begin(plan.head, plan.columns);
-    std::vector<Value> shown(plan.columns.size());
+    writer->begin(plan.head, plan.shape, {});
+    std::vector<Value> shown(plan.shape.columns.size());
     for (const auto &row : report.rows) {
         for (std::size_t i = 0; i < shown.size(); ++i)
             shown[i] = row[plan.resultIndex[i]].first;
@@ -194,10 +194,10 @@ void checkCsv(const Report &report, const ReportPlan &plan)
 {
     InputFile input(scratch("w.csv"));
     CsvParser parser(input);
-    PROMISE(parser.next() && parser.fields().size() == plan.columns.size());
+    PROMISE(parser.next() && parser.fields().size() == plan.shape.columns.size());
     for (const auto &row : report.rows) {
-        PROMISE(parser.next() && parser.fields().size() == plan.columns.size());
-        for (std::size_t i = 0; i < plan.columns.size(); ++i) {
+        PROMISE(parser.next() && parser.fields().size() == plan.shape.columns.size());
+        for (std::size_t i = 0; i < plan.shape.columns.size(); ++i) {
             const Value &value = row[plan.resultIndex[i]].first;
             const std::string &field = parser.fields()[i];
             if (value.kind == Value::Kind::Text) {
@@ -227,7 +227,7 @@ void checkHtml(Report report, const ReportPlan &plan, const QByteArray &html)
     settle(report);
     const QByteArray plain = make(report, planOf(report));
     PROMISE(html.count('<') == plain.count('<') && html.count('>') == plain.count('>'));
-    PROMISE(html.count("<td>") == static_cast<qsizetype>(report.rows.size() * plan.columns.size()));
+    PROMISE(html.count("<td>") == static_cast<qsizetype>(report.rows.size() * plan.shape.columns.size()));
 }
 
 std::uint32_t number(const QByteArray &bytes, qsizetype at, int size)

@@ -47,7 +47,7 @@ class report_viewer_test : public QObject
                       {qm::Fact::Kind::Parameter, "Made", "in Ulm"},
                       {qm::Fact::Kind::Made, "Made", "now"}};
         const std::vector<ReportColumn> columns{column("name", ColumnType::Text), column("number", ColumnType::Integer, "#,##0")};
-        writer.begin(head, columns);
+        writer.begin(head, {.columns = columns}, {});
         for (const auto &[name, number] : rows)
             writer.row(std::vector<Value>{Value::ofText({name.constData(), static_cast<std::size_t>(name.size())}),
                                           number ? Value::of(*number) : Value::ofNull()});
@@ -260,7 +260,7 @@ private Q_SLOTS:
         make(u"being made.spool"_s, 1);
         SpoolWriter writer;
         const std::vector<ReportColumn> columns{column("name", ColumnType::Text)};
-        writer.begin({}, columns);
+        writer.begin({}, {.columns = columns}, {});
         for (const QFileInfo &inUse : QDir(spoolFolder()).entryInfoList({u"????????????????????????????????.spool"_s}, QDir::Files)) {
             QFile file(inUse.filePath());
             QVERIFY(file.open(QIODevice::ReadWrite));

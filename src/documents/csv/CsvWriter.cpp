@@ -104,7 +104,7 @@ class CsvWriter final : public ReportWriter
 public:
     CsvWriter(OutputFile &file, const CsvOptions &options) : m_file(file), m_options(options) {}
 
-    void begin(const ReportHead &head, std::span<const ReportColumn> columns) override;
+    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override;
     void row(std::span<const Value> cells) override;
     void end(const ReportTail &tail) override;
 
@@ -120,8 +120,9 @@ private:
     std::string m_hex;
 };
 
-void CsvWriter::begin(const ReportHead &, std::span<const ReportColumn> columns)
+void CsvWriter::begin(const ReportHead &, const ReportShape &shape, const SampleRows &)
 {
+    const std::vector<ReportColumn> &columns = shape.columns;
     if (m_options.byteOrderMark)
         m_file.write("\xEF\xBB\xBF");
     for (std::size_t i = 0; i < columns.size(); ++i) {

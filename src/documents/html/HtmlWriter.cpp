@@ -20,7 +20,7 @@ class HtmlWriter final : public ReportWriter
 public:
     explicit HtmlWriter(OutputFile &file) : m_file(file) {}
 
-    void begin(const ReportHead &head, std::span<const ReportColumn> columns) override;
+    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override;
     void row(std::span<const Value> cells) override;
     void end(const ReportTail &tail) override;
 
@@ -64,8 +64,9 @@ void HtmlWriter::writeReportHead(const ReportHead &head)
     m_file.write("</dl>\n</header>\n<main>\n");
 }
 
-void HtmlWriter::begin(const ReportHead &head, std::span<const ReportColumn> columns)
+void HtmlWriter::begin(const ReportHead &head, const ReportShape &shape, const SampleRows &)
 {
+    const std::vector<ReportColumn> &columns = shape.columns;
     m_file.expectPatch();
     m_facts = head.facts;
     writeDocumentHead(head, columns);

@@ -31,8 +31,9 @@ class PdfWriter final : public ReportWriter
 public:
     PdfWriter(OutputFile &file, const QString &fontFolder) : m_fonts(fontFolder), m_layout(m_fonts), m_file(file) {}
 
-    void begin(const ReportHead &head, std::span<const ReportColumn> columns) override
+    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &) override
     {
+        const std::vector<ReportColumn> &columns = shape.columns;
         m_head = head;
         m_geometry.emplace(head, columns);
         m_pages.emplace(m_file, m_layout, *m_geometry);

@@ -87,7 +87,7 @@ class XlsxWriter final : public ReportWriter
 public:
     explicit XlsxWriter(OutputFile &file) : m_file(file), m_zip(file) {}
 
-    void begin(const ReportHead &head, std::span<const ReportColumn> columns) override;
+    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override;
     void row(std::span<const Value> cells) override;
     void end(const ReportTail &tail) override;
     [[nodiscard]] WriterNotes notes() const override { return m_notes; }
@@ -131,8 +131,9 @@ private:
     WriterNotes m_notes;
 };
 
-void XlsxWriter::begin(const ReportHead &head, std::span<const ReportColumn> columns)
+void XlsxWriter::begin(const ReportHead &head, const ReportShape &shape, const SampleRows &)
 {
+    const std::vector<ReportColumn> &columns = shape.columns;
     if (columns.size() > kMaxColumns) {
         raise(err::reportFailed,
               QStringLiteral("The report has %1 columns; a workbook holds %2. Choose fewer columns or another format.")

@@ -17,7 +17,7 @@ public:
     void close(const ReportTail &) override {}
 
 private:
-    void begin(const ReportHead &, std::span<const ReportColumn>) override {}
+    void begin(const ReportHead &, const ReportShape &, const SampleRows &) override {}
     void row(std::span<const Value>) override {}
     void end(const ReportTail &) override {}
 };

@@ -162,11 +162,12 @@ Spool::~Spool()
 SpoolWriter::SpoolWriter() = default;
 SpoolWriter::~SpoolWriter() = default;
 
-void SpoolWriter::begin(const ReportHead &head, std::span<const ReportColumn> columns)
+void SpoolWriter::begin(const ReportHead &head, const ReportShape &shape, const SampleRows &)
 {
+    const std::vector<ReportColumn> &columns = shape.columns;
     m_insert.reset();
     m_complete = false;
-    m_report = SpooledReport{std::make_unique<Spool>(), head, {columns.begin(), columns.end()}, {}};
+    m_report = SpooledReport{std::make_unique<Spool>(), head, shape, {}};
     const auto limit = static_cast<std::size_t>(sqlite3_limit(m_report.spool->front(), SQLITE_LIMIT_COLUMN, -1));
     if (columns.empty() || columns.size() > limit)
         raise(err::reportFailed,
@@ -197,7 +198,7 @@ void SpoolWriter::end(const ReportTail &tail)
 {
     m_insert.reset();
     execute(m_report.spool->front(), "COMMIT");
-    m_report.tail = tail;
+    m_report.tail = {tail.rows, tail.truncated, tail.rowLimit};
     m_complete = true;
 }
 

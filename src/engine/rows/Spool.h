@@ -61,7 +61,7 @@ struct SpooledReport
 {
     std::unique_ptr<Spool> spool;
     ReportHead head;
-    std::vector<ReportColumn> columns;
+    ReportShape shape;
     ReportTail tail;
     CsvOptions csv = {}; ///< how the query wants CSV made of the rows
 };
@@ -73,7 +73,7 @@ public:
     SpoolWriter();
     ~SpoolWriter() override;
 
-    void begin(const ReportHead &head, std::span<const ReportColumn> columns) override;
+    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override;
     void row(std::span<const Value> cells) override;
     void end(const ReportTail &tail) override;
 

@@ -189,7 +189,7 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
         placed[index] = true;
         if (!column.visible)
             return;
-        plan.columns.push_back(resolveColumn(column, result[index], sample, index));
+        plan.shape.columns.push_back(resolveColumn(column, result[index], sample, index));
         plan.resultIndex.push_back(index);
         fixed.push_back(column.widthMm > 0);
     };
@@ -198,12 +198,12 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
     for (std::size_t i = 0; i < result.size(); ++i)
         if (!placed[i] && !used.onlyListed)
             place({}, i);
-    if (plan.columns.empty())
+    if (plan.shape.columns.empty())
         failReport(QStringLiteral("The layout %1 shows no column. Make one visible.").arg(layoutName));
     plan.inResultOrder = plan.resultIndex.size() == result.size();
     for (std::size_t i = 0; i < plan.resultIndex.size(); ++i)
         plan.inResultOrder = plan.inResultOrder && plan.resultIndex[i] == i;
-    fitWidths(plan.columns, fixed, plan.head.page.widthMm - 2 * plan.head.page.marginMm);
+    fitWidths(plan.shape.columns, fixed, plan.head.page.widthMm - 2 * plan.head.page.marginMm);
     return plan;
 }
 

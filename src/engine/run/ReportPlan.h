@@ -17,8 +17,8 @@ namespace qm {
 struct ReportPlan
 {
     ReportHead head;
-    std::vector<ReportColumn> columns;    ///< of the report, in its order
-    std::vector<std::size_t> resultIndex; ///< for each of them, the column of the result
+    ReportShape shape;
+    std::vector<std::size_t> resultIndex; ///< for each column of the shape, the column of the result
     bool inResultOrder = true;            ///< whether that is 0, 1, 2, ... and all of them
 };
 

@@ -20,7 +20,7 @@ ReportTail passRows(RowSource &source, const RowSample &sample, const ReportPlan
 {
     ReportTail tail;
     const std::int64_t most = rowLimit > 0 ? rowLimit : std::numeric_limits<std::int64_t>::max();
-    std::vector<Value> cells(plan.columns.size());
+    std::vector<Value> cells(plan.shape.columns.size());
     auto lastProgress = std::chrono::steady_clock::now();
     const auto pass = [&](std::span<const Value> row) {
         if (plan.inResultOrder) {
@@ -38,7 +38,12 @@ ReportTail passRows(RowSource &source, const RowSample &sample, const ReportPlan
             progress(tail.rows);
         }
     };
-    writer.begin(plan.head, plan.columns);
+    std::vector<Value> first;
+    first.reserve(sample.rows() * cells.size());
+    for (std::size_t i = 0; i < sample.rows(); ++i)
+        for (const std::size_t index : plan.resultIndex)
+            first.push_back(sample.row(i)[index]);
+    writer.begin(plan.head, plan.shape, {first, sample.rows(), sample.isWhole()});
     for (std::size_t i = 0; i < sample.rows() && tail.rows < most; ++i)
         pass(sample.row(i));
     std::vector<Value> row(source.columns().size());

@@ -36,7 +36,7 @@ template <class Take>
 void forEachRow(const SpooledReport &report, Take &&take)
 {
     SpoolStatement select(report.spool->back(), "SELECT * FROM rows");
-    std::vector<Value> row(report.columns.size());
+    std::vector<Value> row(report.shape.columns.size());
     while (select.step()) {
         readSpoolValues(select.get(), 0, row);
         take(row);
@@ -46,7 +46,7 @@ void forEachRow(const SpooledReport &report, Take &&take)
 template <class Take>
 void forEachRow(const SpooledReport &report, const RowOrder &order, Take &&take)
 {
-    SpoolReader reader(report.spool->back(), report.columns.size());
+    SpoolReader reader(report.spool->back(), report.shape.columns.size());
     for (std::int64_t at = 0; at < order.size(); ++at) {
         const auto row = reader.row(order.idAt(at));
         if (row.empty())
@@ -163,9 +163,9 @@ bool CellMatcher::matches(std::span<const Value> row)
 std::shared_ptr<const RowHits> searchRows(const SpooledReport &report, const SearchTerms &terms, CancelFlag &cancel, JobProgress &progress)
 {
     auto hits = std::make_shared<RowHits>(report.tail.rows);
-    CellMatcher matcher(report.columns, terms);
+    CellMatcher matcher(report.shape.columns, terms);
     SpoolStatement select(report.spool->back(), "SELECT rowid, * FROM rows");
-    std::vector<Value> row(report.columns.size());
+    std::vector<Value> row(report.shape.columns.size());
     std::int64_t rows = 0;
     while (select.step()) {
         readSpoolValues(select.get(), 1, row);
@@ -185,7 +185,7 @@ void exportRows(const SpooledReport &report, const RowOrder &order, const Export
     const auto writer = makeWriter(request.format, file, {.csv = report.csv, .fontFolder = request.fontFolder});
     ReportHead head = report.head;
     head.facts.insert(head.facts.end(), request.extraFacts.begin(), request.extraFacts.end());
-    writer->begin(head, report.columns);
+    writer->begin(head, report.shape, {});
     std::int64_t written = 0;
     const auto write = [&](std::span<const Value> row) {
         writer->row(row);

@@ -19,9 +19,9 @@ struct SpoolModel::Page
 
 SpoolModel::SpoolModel(const SpooledReport &report, QObject *parent)
     : QAbstractTableModel(parent), m_report(report), m_order(RowOrder::original(report.tail.rows)),
-      m_reader(report.spool->front(), report.columns.size()), m_pages(kPages)
+      m_reader(report.spool->front(), report.shape.columns.size()), m_pages(kPages)
 {
-    for (const ReportColumn &column : report.columns)
+    for (const ReportColumn &column : report.shape.columns)
         m_formats.emplace_back(column);
 }
 
@@ -44,7 +44,7 @@ int SpoolModel::rowCount(const QModelIndex &parent) const
 
 int SpoolModel::columnCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(m_report.columns.size());
+    return parent.isValid() ? 0 : static_cast<int>(m_report.shape.columns.size());
 }
 
 QString SpoolModel::formatted(std::size_t column, const Value &value) const
@@ -94,7 +94,7 @@ bool SpoolModel::isNull(int row, int column) const
 
 QString SpoolModel::caption(int column) const
 {
-    return QString::fromStdString(m_report.columns[static_cast<std::size_t>(column)].caption);
+    return QString::fromStdString(m_report.shape.columns[static_cast<std::size_t>(column)].caption);
 }
 
 QVariant SpoolModel::data(const QModelIndex &index, int role) const
@@ -104,7 +104,7 @@ QVariant SpoolModel::data(const QModelIndex &index, int role) const
     if (role == Qt::DisplayRole)
         return shownCell(index.row(), index.column());
     if (role == Qt::TextAlignmentRole) {
-        switch (m_report.columns[static_cast<std::size_t>(index.column())].alignment) {
+        switch (m_report.shape.columns[static_cast<std::size_t>(index.column())].alignment) {
         case CellAlignment::Right:
             return QVariant::fromValue(Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter | Qt::AlignAbsolute));
         case CellAlignment::Centre:
@@ -122,7 +122,7 @@ QVariant SpoolModel::headerData(int section, Qt::Orientation orientation, int ro
         return role == Qt::DisplayRole ? QVariant(QString::number(qint64{section} + 1)) : QVariant();
     if (section < 0 || section >= columnCount())
         return {};
-    const ReportColumn &column = m_report.columns[static_cast<std::size_t>(section)];
+    const ReportColumn &column = m_report.shape.columns[static_cast<std::size_t>(section)];
     if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
         return visibleText(QString::fromStdString(column.caption));
     if (role == Qt::TextAlignmentRole)

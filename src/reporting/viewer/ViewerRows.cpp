@@ -72,12 +72,12 @@ void ViewerRows::exportTo(ExportRequest request)
     if (m_shown.onlyMatches && m_have.hits) {
         std::string words = tr("only rows that contain").toStdString() + " \"" + m_shown.terms.text.toStdString() + "\"";
         if (m_shown.terms.column >= 0)
-            words += " (" + m_report.columns[static_cast<std::size_t>(m_shown.terms.column)].caption + ")";
+            words += " (" + m_report.shape.columns[static_cast<std::size_t>(m_shown.terms.column)].caption + ")";
         request.extraFacts.push_back({Fact::Kind::Selection, tr("Reduced to").toStdString(), words});
     }
     if (m_shown.sort.column >= 0)
         request.extraFacts.push_back({Fact::Kind::Selection, tr("Sorted by").toStdString(),
-                                      m_report.columns[static_cast<std::size_t>(m_shown.sort.column)].caption +
+                                      m_report.shape.columns[static_cast<std::size_t>(m_shown.sort.column)].caption +
                                           (m_shown.sort.descending ? tr(", descending").toStdString() : std::string())});
     const auto order = m_have.shown;
     begin(

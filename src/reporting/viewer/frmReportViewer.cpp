@@ -59,7 +59,7 @@ frmReportViewer::frmReportViewer(ReportingUiServices &services, SpooledReport re
     auto layout = new QVBoxLayout(central);
     layout->setContentsMargins(12, 10, 12, 6);
     layout->setSpacing(8);
-    m_search = new SearchBar(m_report.columns, central);
+    m_search = new SearchBar(m_report.shape.columns, central);
     layout->addWidget(new ReportHeading(m_report.head, m_report.tail, note, central));
     layout->addWidget(m_search);
     buildTable();
@@ -232,7 +232,7 @@ void frmReportViewer::restoreWidths()
         int natural = m_table->horizontalHeader()->sectionSizeHint(i) + 14;
         for (int row = 0; row < sampled; ++row)
             natural = std::max(natural, metrics.horizontalAdvance(m_model->index(row, i).data().toString().left(120)) + 14);
-        const QString key = widthKey(m_queryFile, QString::fromStdString(m_report.columns[static_cast<std::size_t>(i)].field));
+        const QString key = widthKey(m_queryFile, QString::fromStdString(m_report.shape.columns[static_cast<std::size_t>(i)].field));
         m_table->setColumnWidth(i, std::clamp(settings->value(key, std::min(natural, kWidestAtFirst)).toInt(), 32, 4000));
     }
     m_table->horizontalHeader()->setStretchLastSection(true);
@@ -243,7 +243,7 @@ void frmReportViewer::saveWidths() const
     const auto settings = uiSettings();
     settings->setValue(kSizeKey, size());
     for (int i = 0; m_model && i < m_model->columnCount(); ++i)
-        settings->setValue(widthKey(m_queryFile, QString::fromStdString(m_report.columns[static_cast<std::size_t>(i)].field)),
+        settings->setValue(widthKey(m_queryFile, QString::fromStdString(m_report.shape.columns[static_cast<std::size_t>(i)].field)),
                            m_table->columnWidth(i));
 }
 
