@@ -40,7 +40,8 @@ const TomlSchema &schema()
 LayoutPage readPage(const TableReader &table)
 {
     LayoutPage page;
-    page.size = static_cast<PageSize>(table.word("size", static_cast<int>(page.size), paperWords()));
+    if (table.has("size"))
+        page.size = static_cast<PageSize>(table.word("size", 0, paperWords()));
     page.orientation = static_cast<PageOrientation>(table.word("orientation", static_cast<int>(page.orientation), orientationWords()));
     page.marginMm = table.number("margin_mm", page.marginMm, 0, 100);
     return page;
@@ -117,11 +118,13 @@ ReportLayout readLayout(const TomlNode &root, const QString &path)
         layout.columns.push_back(readColumn(TableReader(node, path)));
     for (const TomlNode &node : file.tables("group")) {
         const TableReader table(node, path);
-        layout.groups.push_back(
-            LayoutGroup{table.requiredText("field"), table.boolean("new_page", false), readAggregates(table.tables("subtotal"), path)});
+        layout.groups.push_back(LayoutGroup{.field = table.requiredText("field"),
+                                            .newPage = table.boolean("new_page", false),
+                                            .subtotals = readAggregates(table.tables("subtotal"), path)});
     }
     layout.totals = readAggregates(file.tables("total"), path);
-    layout.chart = readChart(TableReader(file.table("chart"), path));
+    if (file.has("chart"))
+        layout.charts.push_back(readChart(TableReader(file.table("chart"), path)));
     return layout;
 }
 
@@ -132,7 +135,8 @@ TomlNode pageTree(const LayoutPage &page, const TomlNode *original)
     TomlNode table;
     TableWriter writer(table, original);
     const LayoutPage usual;
-    writer.text("size", paperWords().at(static_cast<int>(page.size)), paperWords().at(static_cast<int>(usual.size)));
+    if (page.size)
+        writer.always("size", TomlNode::ofText(paperWords().at(static_cast<int>(*page.size))));
     writer.text("orientation", orientationWords().at(static_cast<int>(page.orientation)),
                 orientationWords().at(static_cast<int>(usual.orientation)));
     writer.number("margin_mm", page.marginMm, usual.marginMm);
@@ -230,7 +234,8 @@ TomlNode layoutTree(const ReportLayout &layout)
     putList("column", std::move(columns));
     putList("group", groupsTree(layout.groups));
     putList("total", aggregatesTree(layout.totals));
-    putTable("chart", chartTree(layout.chart, childOf(original, "chart")));
+    if (!layout.charts.empty())
+        putTable("chart", chartTree(layout.charts.front(), childOf(original, "chart")));
     if (original != nullptr)
         keepUnknown(root, *original, schema());
     return root;

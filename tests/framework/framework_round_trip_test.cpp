@@ -173,13 +173,13 @@ private Q_SLOTS:
         QVERIFY2(tree(layoutText(layout, {})) == tree(kEveryKeyOfALayout), layoutText(layout, {}).constData());
         // A title of any kind comes back, in a file as it was read.
         for (const QString &text : nastyTexts()) {
-            layout.title = layout.chart.title = text;
+            layout.title = layout.charts.front().title = text;
             const QByteArray written = layoutText(layout, {});
             const auto acts = [](uint c) { return utf8::isHidden(c) || utf8::isSeparator(c); };
             const auto characters = QString::fromUtf8(written).toUcs4();
             QVERIFY2(std::none_of(characters.begin(), characters.end(), acts), written.constData());
             const ReportLayout read = parseLayout(written, {});
-            QCOMPARE(QStringList({read.title, read.chart.title}), QStringList({text, text}));
+            QCOMPARE(QStringList({read.title, read.charts.front().title}), QStringList({text, text}));
             layout.original = read.original;
         }
     }

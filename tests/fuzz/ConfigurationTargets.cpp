@@ -85,7 +85,8 @@ void layout(const QByteArray &bytes)
     const ReportLayout read = parseLayout(bytes, path);
     const ReportLayout back = parseLayout(mustSucceed([&] { return layoutText(read, path); }), path);
     PROMISE(back.title == read.title && back.subtitle == read.subtitle && back.columns.size() == read.columns.size() &&
-            back.groups.size() == read.groups.size() && back.totals.size() == read.totals.size() && back.chart.kind == read.chart.kind);
+            back.groups.size() == read.groups.size() && back.totals.size() == read.totals.size() &&
+            back.charts.size() == read.charts.size());
 }
 
 /// A value, NUL, and the file that it is written into.

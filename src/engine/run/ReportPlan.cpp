@@ -42,10 +42,16 @@ void checkFields(const ReportLayout &layout, const QString &layoutName, std::spa
     }
     for (const LayoutAggregate &total : layout.totals)
         check(total.field);
-    check(layout.chart.category);
-    check(layout.chart.series);
-    for (const QString &value : layout.chart.values)
-        check(value);
+    for (const LayoutChart &chart : layout.charts) {
+        check(chart.category);
+        check(chart.series);
+        for (const QString &value : chart.values)
+            check(value);
+    }
+    for (const LayoutFigure &figure : layout.figures)
+        check(figure.field);
+    check(layout.top.field);
+    check(layout.top.value);
 }
 
 /// The type that a layout's format asks for, where the result could not tell (no rows, only NULL).
@@ -122,7 +128,7 @@ void fitWidths(std::vector<ReportColumn> &columns, const std::vector<bool> &fixe
 
 PageSetup pageSetup(const LayoutPage &page)
 {
-    const Paper &paper = paperOf(page.size);
+    const Paper &paper = paperOf(page.size.value_or(PageSize::A4));
     const bool landscape = page.orientation == PageOrientation::Landscape;
     return {landscape ? paper.heightMm : paper.widthMm, landscape ? paper.widthMm : paper.heightMm, page.marginMm};
 }
