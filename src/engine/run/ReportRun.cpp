@@ -96,6 +96,8 @@ void ReportRun::pipe()
     if (!layoutFile.isEmpty())
         layout = readLayoutFile(layoutFile);
     const ReportPlan plan = planReport(layout ? &*layout : nullptr, layoutFile, source->columns(), sample, prepared.facts);
+    for (const std::string &notice : plan.head.notices)
+        addNote(QString::fromStdString(notice));
     ReportWriter &writer = m_output->open({plan.head, fieldValues(prepared.facts)});
     const ReportTail tail = passRows(*source, sample, plan, writer, prepared.query->rowLimit, m_limits, m_options.progress);
     m_limits.check();
