@@ -31,6 +31,10 @@ LayoutColumnsPage::LayoutColumnsPage(QWidget *parent)
     m_table->setColumnWidth(LayoutColumnModel::Caption, 190);
     m_table->setColumnWidth(LayoutColumnModel::Width, 90);
     m_table->setColumnWidth(LayoutColumnModel::Format, 120);
+    for (const int box : {LayoutColumnModel::Visible, LayoutColumnModel::Wrap})
+        m_table->setColumnWidth(box, 60);
+    for (const int text : {LayoutColumnModel::Words, LayoutColumnModel::Rules})
+        m_table->setColumnWidth(text, 220);
     m_onlyListed->setObjectName(QStringLiteral("onlyListed"));
     connect(m_onlyListed, &QCheckBox::toggled, this, &LayoutColumnsPage::changed);
 
