@@ -612,7 +612,7 @@ private Q_SLOTS:
         QCOMPARE(title->text(), u"B"_s);
         add->setFocus();
         QTest::keyClick(add, Qt::Key_Space);
-        QCOMPARE(QApplication::focusWidget()->objectName(), u"chartKind"_s);
+        QCOMPARE(editor.focusWidget()->objectName(), u"chartKind"_s);
         title->setText(u"C"_s);
         QCOMPARE(titles(), u"bar A|pie B|bar C"_s);
         QCOMPARE(list->currentItem()->text(), u"Bars: C"_s);
@@ -623,7 +623,7 @@ private Q_SLOTS:
             QCOMPARE(titles(), QString::fromLatin1(left));
         }
         QVERIFY(!title->isEnabled() && title->text().isEmpty());
-        QCOMPARE(QApplication::focusWidget(), add);
+        QCOMPARE(editor.focusWidget(), add);
     }
 
     void wordsAndRulesAreReadAsTheyAreWritten_data()

@@ -52,6 +52,7 @@ LayoutChartPage::LayoutChartPage(QWidget *parent)
     m_list->setObjectName(QStringLiteral("layoutCharts"));
     m_list->setAccessibleName(tr("Charts"));
     m_list->setFixedWidth(kListWidth);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // a long title ends in an ellipsis
     m_add->setObjectName(QStringLiteral("addChart"));
     m_remove->setObjectName(QStringLiteral("removeChart"));
     m_kind->addItems(chartLabels());
@@ -101,7 +102,9 @@ LayoutChartPage::LayoutChartPage(QWidget *parent)
     top->addWidget(m_topMost);
     auto first = new QFormLayout;
     first->addRow(tr("&Key figures:"), m_figures);
-    first->addRow(tr("&Top list of:"), top);
+    auto topLabel = new QLabel(tr("&Top list of:"), this);
+    topLabel->setBuddy(m_topField);
+    first->addRow(topLabel, top);
     auto layout = new QVBoxLayout(this);
     layout->addLayout(charts, 1);
     layout->addLayout(first);

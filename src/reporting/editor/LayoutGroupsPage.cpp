@@ -41,9 +41,11 @@ LayoutGroupsPage::LayoutGroupsPage(QWidget *parent) : QWidget(parent), m_groups(
     m_groups->horizontalHeaderItem(FirstBox + 2)->setToolTip(tr("Begin a page where the rest of the page does not hold the whole group"));
     m_groups->horizontalHeaderItem(FirstBox + 3)->setToolTip(tr("The group's own column says its value once, not in each row"));
     m_groups->setItemDelegateForColumn(Order, new ChoiceDelegate(groupOrderWords(), false, m_groups));
-    m_groups->setColumnWidth(Field, 160);
-    m_groups->setColumnWidth(Order, 100);
-    m_groups->setColumnWidth(Subtotals, 240);
+    m_groups->setColumnWidth(Field, 140);
+    m_groups->setColumnWidth(Order, 90);
+    m_groups->setColumnWidth(Subtotals, 210);
+    for (int box = FirstBox; box < ColumnCount; ++box)
+        m_groups->setColumnWidth(box, box == FirstBox + 2 ? 105 : 75);
     connect(m_groups, &QTableWidget::cellChanged, this, &LayoutGroupsPage::changed);
     auto add = new QPushButton(uiIcon("add"), tr("A&dd group"), this);
     auto remove = new QPushButton(uiIcon("remove"), tr("Re&move group"), this);
