@@ -25,6 +25,7 @@ Program::Program(Prompts &prompts, const ProgramPlace &place)
 {
     if (!place.userStateFolder.isEmpty())
         m_help.setStateFile(place.userStateFolder + QStringLiteral("help.ini"));
+    m_registry.setForeignRuns(&m_journal);
     m_registry.registerReportInterface(QString::fromLatin1(kReportInterfaceFamily),
                                        [this](const QString &) { return makePackageReportInterface(m_reporting); });
 }
