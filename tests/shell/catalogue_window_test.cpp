@@ -259,21 +259,6 @@ private Q_SLOTS:
         QCOMPARE(office.prompts.shown.size(), std::size_t{2});
     }
 
-    void a_refused_name_keeps_the_operator_in_the_edit_until_it_is_abandoned()
-    {
-        CommandOffice office;
-        office.clickGroup(u"Daily"_s);
-        CommandOffice::rename(office.tree(), u"weekly"_s);
-        QTRY_COMPARE(office.firstLines(),
-                     QStringList{u"The Group Name 'weekly' is currently being used by another Group. Please choose another name."_s});
-        QTRY_VERIFY(office.labelEditor(office.tree()) && office.labelEditor(office.tree())->hasFocus());
-        QCOMPARE(office.labelEditor(office.tree())->text(), u"weekly"_s);
-        CommandOffice::enterName(office.tree(), u"a.b"_s, Qt::Key_Escape);
-        QTRY_VERIFY(!office.labelEditor(office.tree()));
-        QCOMPARE(office.prompts.shown.size(), std::size_t{1});
-        QVERIFY(files::entryExists(office.daily + u"Logons.rqn"_s));
-    }
-
     void a_new_query_that_is_cancelled_renames_nothing()
     {
         CommandOffice office;
