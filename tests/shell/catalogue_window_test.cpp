@@ -128,6 +128,12 @@ private Q_SLOTS:
         office.realClick(*button, button->rect().center(), turn);
         QCOMPARE(office.firstLines(), QStringList(refusal));
         QTRY_VERIFY(!office.labelEditor(office.list()));
+        office.prompts.shown.clear();
+        office.clickRow(0);
+        CommandOffice::typeOverLabel(office.list(), u"weekly"_s);
+        office.tool("ID_Delete").trigger(); // as by a key
+        QCOMPARE(office.firstLines(), QStringList(refusal));
+        QTRY_VERIFY(!office.labelEditor(office.list()));
 
         // In the tree the operator stays in the edit, and the click is part of it.
         office.prompts.shown.clear();

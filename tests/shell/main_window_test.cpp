@@ -409,6 +409,8 @@ private Q_SLOTS:
         office.window->close();
         QCOMPARE(office.programEnds, 0);
         QVERIFY(office.window->isVisible());
+        office.tool("ID_AboutQuillmarkReportsMenu").trigger(); // nor does it open another
+        QVERIFY(!office.window->findChild<QWidget *>(u"frmAbout"_s));
         office.work.producingRows = false;
 
         // An editor of a component keeps the program, so it keeps the scheduled report too.
