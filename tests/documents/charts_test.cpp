@@ -334,7 +334,7 @@ void ChartsTest::anyDataGivesAPictureThatCanBeDrawn()
     const std::vector<const char *> formats{"", "#,##0", "0.00", "percent", "bytes", "datetime", "0 \"units\""};
     const std::vector<std::size_t> counts{0, 1, 2, 3, 5, 7, 24, 60, 1000};
     const std::vector<ChartSize> sizes{{500, 185}, {400, 190}, {250, 120}, {100, 60}, {60, 40}, {5, 5}, {900, 500}};
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < 700; ++round) {
         ChartSpec spec =
             chartSpec(static_cast<ChartKind>(below(9)), names[below(names.size())], names[below(names.size())], names[below(names.size())]);
         spec.value.format = formats[below(formats.size())];
