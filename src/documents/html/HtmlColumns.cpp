@@ -27,6 +27,28 @@ constexpr double kMmPerPoint = 25.4 / 72;
 /// Bold captions are wider than digits.
 constexpr double kBold = 1.12;
 
+/// What a sum, bold, may be wider than what it adds up.
+constexpr std::size_t kSumDigits = 3;
+
+std::span<const ReportColumn> shownColumns(const ReportShape &shape)
+{
+    return std::span(shape.columns).first(shape.columns.size() - shape.hidden);
+}
+
+std::vector<bool> columnsWithSums(const ReportShape &shape)
+{
+    std::vector<bool> summed(shape.columns.size(), false);
+    const auto mark = [&summed](const std::vector<Subtotal> &sums) {
+        for (const Subtotal &sum : sums)
+            if (sum.column && *sum.column < summed.size())
+                summed[*sum.column] = true;
+    };
+    mark(shape.totals);
+    for (const GroupLevel &level : shape.groups)
+        mark(level.subtotals);
+    return summed;
+}
+
 struct TextExtent
 {
     std::size_t line = 0, word = 0;
@@ -159,8 +181,10 @@ std::string cardRules(std::span<const ReportColumn> columns, std::span<const Col
 
 } // namespace
 
-std::vector<ColumnNeed> columnNeeds(std::span<const ReportColumn> columns, const SampleRows &sample)
+std::vector<ColumnNeed> columnNeeds(const ReportShape &shape, const SampleRows &sample)
 {
+    const auto columns = shownColumns(shape);
+    const std::vector<bool> summed = columnsWithSums(shape);
     std::vector<ColumnNeed> needs;
     std::vector<std::size_t> lines;
     std::string text;
@@ -189,6 +213,8 @@ std::vector<ColumnNeed> columnNeeds(std::span<const ReportColumn> columns, const
         }
         const auto caption = static_cast<double>(std::min(extentOf(column.caption).word, kLongestWord));
         need.floor = std::max(need.floor, static_cast<std::size_t>(std::ceil(kBold * caption)));
+        if (summed[i])
+            need.floor += kSumDigits;
         if (!lines.empty()) {
             const auto ninth = lines.begin() + static_cast<std::ptrdiff_t>((lines.size() - 1) * 9 / 10);
             std::nth_element(lines.begin(), ninth, lines.end());
@@ -220,9 +246,10 @@ TableFit fitOf(std::span<const ColumnNeed> needs, const PageSetup &page)
     return fit;
 }
 
-HtmlColumns htmlColumns(std::span<const ReportColumn> columns, const SampleRows &sample, const PageSetup &page)
+HtmlColumns htmlColumns(const ReportShape &shape, const SampleRows &sample, const PageSetup &page)
 {
-    const std::vector<ColumnNeed> needs = columnNeeds(columns, sample);
+    const auto columns = shownColumns(shape);
+    const std::vector<ColumnNeed> needs = columnNeeds(shape, sample);
     const TableFit fit = fitOf(needs, page);
     std::string rules;
     for (std::size_t i = 0; i < columns.size(); ++i) {

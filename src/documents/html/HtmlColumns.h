@@ -20,7 +20,8 @@ struct ColumnNeed
     bool oneLine = false;   ///< its cells are never broken
 };
 
-[[nodiscard]] std::vector<ColumnNeed> columnNeeds(std::span<const ReportColumn> columns, const SampleRows &sample);
+/// Of the columns that are shown.
+[[nodiscard]] std::vector<ColumnNeed> columnNeeds(const ReportShape &shape, const SampleRows &sample);
 
 /// How a table with these needs stands on a page.
 struct TableFit
@@ -40,6 +41,6 @@ struct HtmlColumns
     bool cards = false; ///< on paper each row is a block
 };
 
-[[nodiscard]] HtmlColumns htmlColumns(std::span<const ReportColumn> columns, const SampleRows &sample, const PageSetup &page);
+[[nodiscard]] HtmlColumns htmlColumns(const ReportShape &shape, const SampleRows &sample, const PageSetup &page);
 
 } // namespace qm

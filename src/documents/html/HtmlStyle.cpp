@@ -69,13 +69,14 @@ thead th{padding:.4em .8em;background:var(--head);color:var(--navy);font-weight:
 .alarm{color:var(--alarm)}
 .warning::after{content:"!";position:absolute;right:.2em}
 .alarm::after{content:"!!";position:absolute;right:0}
-.g1 th,.g2 th,.g3 th{padding:.9em 0 .33em;border-bottom-color:var(--mid);color:var(--navy);font-size:1.2em;font-weight:bold;overflow-wrap:anywhere}
+.g1 th,.g2 th,.g3 th{padding:.9em 0 .33em;border-bottom-color:var(--mid);color:var(--navy);max-width:0;font-size:1.2em;font-weight:bold;overflow-wrap:anywhere}
 .g2 th{padding-top:.6em;border-bottom-color:var(--hair);color:var(--ink);font-size:1.133em}
 .g3 th{padding-top:.4em;border-bottom:0;color:var(--ink);font-size:1em}
 .g1 small,.g2 small,.g3 small{margin-left:.5em;font-size:.8em}
 .sub th,.sub td{background:var(--sub);border-top:1px solid var(--mid);font-weight:bold;overflow-wrap:anywhere}
 .total th,.total td{background:var(--total);color:var(--navy);border-top:1.5px solid var(--navy);border-bottom:3px double var(--navy);font-size:1.133em;font-weight:bold;overflow-wrap:anywhere}
 .total+.total th,.total+.total td{border-top:0}
+.sub th,.total th{min-width:10ch}
 .r{text-align:right;white-space:nowrap}
 .c{text-align:center}
 .none{margin:0;padding:2em 0;color:var(--soft);border-bottom:1px solid var(--hair);overflow-wrap:anywhere}
@@ -92,7 +93,7 @@ body{min-width:min-content}
 header,.notice,.late,nav,.none,footer{position:sticky;left:2rem;max-width:calc(100vw - 5rem)}
 header .notice{position:static}
 thead th{position:sticky;top:0;z-index:1}
-tbody tr:not([class]):hover>td{background:var(--head)}
+.rows tbody tr:not([class]):hover>td{background:var(--head)}
 }
 @media screen and (max-width:60rem){.late{grid-template-columns:1fr}}
 @media screen and (max-width:48rem){

@@ -148,9 +148,12 @@ void HtmlWriter::begin(const ReportHead &head, const ReportShape &shape, const S
     m_facts = head.facts;
     m_notices = head.notices;
     const auto columns = std::span(m_shape.columns).first(m_shape.columns.size() - m_shape.hidden);
-    const HtmlColumns look = htmlColumns(columns, sample, head.page);
-    for (const GroupLevel &level : m_shape.groups)
+    const HtmlColumns look = htmlColumns(m_shape, sample, head.page);
+    for (GroupLevel &level : m_shape.groups) {
+        // A card that says nothing of its group, with no heading above, is a riddle.
+        level.suppressRepeats = level.suppressRepeats && (level.heading || !look.cards);
         m_levels.emplace_back(level, columns.size(), look.cards);
+    }
     m_totals = std::make_unique<HtmlSums>(m_shape.totals, columns.size(), look.cards);
     m_silent.assign(columns.size(), 0);
 
