@@ -169,6 +169,9 @@ ReportHead makeHead(const ReportLayout &layout, const QString &layoutName, const
                         fillFields(band.right, fields, where, later).toStdString()};
     };
     const bool automatic = isEmpty(layout.header) && isEmpty(layout.footer);
+    head.houseBands = automatic;
+    head.madeUtc = facts.madeUtc.toStdString();
+    head.creator = "Quillmark " QUILLMARK_VERSION;
     head.header = fill(automatic ? LayoutBand{QStringLiteral("{title}"), {}, QStringLiteral("{package}")} : layout.header);
     head.footer = fill(automatic ? LayoutBand{QStringLiteral("{made}"), {}, QStringLiteral("Page {page} of {pages}")} : layout.footer);
     return head;
