@@ -24,7 +24,7 @@ def read_csv(path):
 
 class Page(HTMLParser):
     VOID = {"meta", "link", "br", "img", "input"}
-    KEPT = {"title", "style", "th", "td", "dt", "dd", "p", "li", "figcaption", "h1", "h2", "summary"}  # others are parts of their text
+    KEPT = {"title", "style", "th", "td", "dt", "dd", "p", "li", "desc", "h1", "h2", "summary"}  # others are parts of their text
 
     def __init__(self):
         super().__init__(convert_charrefs=True)
@@ -91,7 +91,7 @@ class Page(HTMLParser):
             self.contents.append([self.href, self.text])
         elif tag == "li":
             self.top.append(self.text)
-        elif tag in ("figcaption", "p") and self.inside("figure"):
+        elif tag in ("title", "desc") and self.inside("figure"):
             self.charts.append(self.text)
         elif tag == "title":
             self.title = self.text

@@ -2,6 +2,7 @@
 /// A chart as shapes: what a page, a file or a window draws, the same everywhere.
 #pragma once
 
+#include "documents/ReportShape.h"
 #include "documents/charts/ChartColours.h"
 #include "documents/charts/ChartSpec.h"
 
@@ -89,5 +90,9 @@ using ChartTextWidth = std::function<double(std::string_view text, double size, 
 
 /// What the chart shows in one sentence: its title and the five largest values.
 [[nodiscard]] std::string alternativeText(const ChartSpec &spec, const ChartData &data);
+
+/// The list of the largest as a picture of the same kind, for beside a chart: "1. SRV-DC01: 16 (23 %)". Shares are left out where what is
+/// not listed is not known.
+[[nodiscard]] ChartPicture layoutTopList(const TopList &top, const ChartData &data, ChartSize size, const ChartTextWidth &textWidth);
 
 } // namespace qm

@@ -169,12 +169,13 @@ std::string chartStyleSheet()
         return rule;
     };
     const std::string light = colours(ChartScheme::Light);
-    std::string style = light + "\n@media (prefers-color-scheme:dark){" + colours(ChartScheme::Dark) + "}\n@media print{" + light +
-                        ".chart{break-inside:avoid;print-color-adjust:exact;-webkit-print-color-adjust:exact}}\n" +
+    std::string style = light + "\n@media screen and (prefers-color-scheme:dark){" + colours(ChartScheme::Dark) +
+                        "}\nfigure{overflow-x:auto}\n"
                         ".chart{display:block;max-width:100%;min-width:30rem;height:auto;"
                         "font-family:\"DejaVu Sans Condensed\",\"Segoe UI\",Roboto,Arial,sans-serif}\n"
                         ".chart path{stroke-linejoin:round}\n"
-                        ".chart text{unicode-bidi:plaintext;font-variant-numeric:tabular-nums}\n";
+                        ".chart text{unicode-bidi:plaintext;font-variant-numeric:tabular-nums}\n"
+                        "@media print{.chart{min-width:0;break-inside:avoid;print-color-adjust:exact;-webkit-print-color-adjust:exact}}\n";
     for (int i = 0; i < kChartColours; ++i) {
         const std::string number = std::to_string(i);
         style += joined({".chart .f", number, "{fill:var(--c", number, ")}.chart .s", number, "{stroke:var(--c", number, ")}"});

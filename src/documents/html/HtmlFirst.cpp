@@ -3,6 +3,7 @@
 #include "documents/CellFormat.h"
 #include "documents/NumberText.h"
 #include "documents/TextScan.h"
+#include "documents/html/ChartSvg.h"
 #include "documents/html/HtmlCells.h"
 #include "documents/html/HtmlText.h"
 
@@ -42,49 +43,6 @@ std::vector<double> sumsOf(const ChartData &data)
         for (std::size_t i = 0; i < std::min(sums.size(), series.values.size()); ++i)
             sums[i] += std::isnan(series.values[i]) ? 0.0 : series.values[i];
     return sums;
-}
-
-/// "10 largest of 20; the rest together as Other"; empty where all are shown.
-std::string scopeOf(const ChartData &data)
-{
-    const std::size_t shown = data.categories.size() - (data.otherCategory && !data.categories.empty() ? 1 : 0);
-    if (data.allCategories <= shown)
-        return {};
-    return std::to_string(shown) + " largest of " + std::to_string(data.allCategories) +
-           (data.otherCategory ? "; the rest together as Other" : "");
-}
-
-/// The title and the largest values, for who cannot see the picture.
-std::string chartWords(const ChartSpec &spec, const ChartData &data)
-{
-    constexpr std::size_t kMost = 5;
-    const std::vector<double> sums = sumsOf(data);
-    std::vector<std::size_t> order;
-    for (std::size_t i = 0; i < sums.size() - (data.otherCategory && !sums.empty() ? 1 : 0); ++i)
-        order.push_back(i);
-    std::ranges::stable_sort(order, [&](std::size_t a, std::size_t b) { return sums[a] > sums[b]; });
-    order.resize(std::min(order.size(), kMost));
-    const CellFormatter format(spec.value);
-    std::string text = order.size() > 1 ? "The largest: " : "";
-    const char *separator = "";
-    for (const std::size_t i : order) {
-        text += separator + data.categories[i] + ' ' + shownNumber(format, sums[i]);
-        separator = ", ";
-    }
-    return order.empty() ? "No values." : text + '.';
-}
-
-std::string figureOf(const ChartSpec &spec, const ChartData &data)
-{
-    std::string below = spec.valueTitle;
-    const std::string scope = scopeOf(data);
-    if (!below.empty() && !scope.empty())
-        below += "; ";
-    below += scope;
-    std::string figure = "<figure>\n<figcaption>" + escaped(spec.title);
-    if (!below.empty())
-        figure += "<small>" + escaped(below) + "</small>";
-    return figure + "</figcaption>\n<p>" + escaped(chartWords(spec, data)) + "</p>\n</figure>\n";
 }
 
 std::string topOf(const TopList &top, const ChartData &data)
@@ -143,8 +101,11 @@ std::string htmlFigure(const KeyFigure &figure, const Value &value, std::size_t 
 std::string htmlLatePart(const ReportShape &shape, const ReportTail &tail)
 {
     std::string charts;
-    for (std::size_t i = 0; i < std::min(shape.charts.size(), tail.charts.size()); ++i)
-        charts += figureOf(shape.charts[i], tail.charts[i]);
+    for (std::size_t i = 0; i < std::min(shape.charts.size(), tail.charts.size()); ++i) {
+        charts += "<figure>\n";
+        appendChartSvg(charts, shape.charts[i], tail.charts[i]);
+        charts += "</figure>\n";
+    }
     std::string part;
     if (!charts.empty())
         part += "<div class=\"charts\">\n" + charts + "</div>\n";

@@ -1,6 +1,7 @@
 #include "documents/ReportWords.h"
 #include "documents/TextScan.h"
 #include "documents/Writers.h"
+#include "documents/html/ChartSvg.h"
 #include "documents/html/HtmlCells.h"
 #include "documents/html/HtmlContents.h"
 #include "documents/html/HtmlFirst.h"
@@ -157,7 +158,7 @@ void HtmlWriter::begin(const ReportHead &head, const ReportShape &shape, const S
     m_totals = std::make_unique<HtmlSums>(m_shape.totals, columns.size(), look.cards);
     m_silent.assign(columns.size(), 0);
 
-    writeDocumentHead(head, htmlStyleSheet(head, look));
+    writeDocumentHead(head, htmlStyleSheet(head, look) + (m_shape.charts.empty() ? std::string() : chartStyleSheet()));
     writeReportHead(head);
     const bool charted = !m_shape.charts.empty() || m_shape.top;
     m_file.write(charted ? "<main class=\"ordered charted\">\n" : m_levels.empty() ? "<main>\n" : "<main class=\"ordered\">\n");

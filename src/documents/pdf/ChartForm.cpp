@@ -1,6 +1,7 @@
 #include "documents/pdf/ChartForm.h"
 
 #include "documents/NumberText.h"
+#include "documents/pdf/PdfSyntax.h"
 
 #include <algorithm>
 #include <cmath>
@@ -165,12 +166,20 @@ std::string chartOperators(const ChartPicture &picture, TextLayout &layout, std:
     return out;
 }
 
-std::int64_t ChartForm::write(const ChartSpec &spec, const ChartData &data, TextLayout &layout, ReportPages &pages) const
+ChartForm::ChartForm(std::string name, ReportPages &pages, Tenths left, Tenths top, Tenths width, Tenths height)
+    : m_name(std::move(name)), m_left(left), m_bottom(top - height), m_width(width), m_height(height)
 {
-    layout.clear();
-    const ChartPicture picture = layoutChart(spec, data, {m_width / 10.0, m_height / 10.0}, chartTextWidth(layout));
+    pages.content().placeInText(m_name);
+}
+
+std::int64_t ChartForm::write(const ChartPicture &picture, const PageGeometry &geometry, TextLayout &layout, ReportPages &pages) const
+{
     std::int64_t missing = 0;
-    pages.addForm(m_name, chartOperators(picture, layout, missing), m_width, m_height);
+    std::string content = "q 1 0 0 1 ";
+    appendOperand(content, m_left);
+    appendOperand(content, m_bottom);
+    content += "cm\n" + chartOperators(picture, layout, missing) + "Q\n";
+    pages.addForm(m_name, content, geometry.width, geometry.height);
     return missing;
 }
 

@@ -14,22 +14,19 @@ namespace qm::pdf {
 class ChartForm final
 {
 public:
-    /// \param name  of the resource, unlike that of any other form of the file
-    ChartForm(std::string name, Tenths width, Tenths height) : m_name(std::move(name)), m_width(width), m_height(height) {}
+    /// On the current page, at this point of its text. \param name  of the resource, unlike that of any other form of the file.
+    ChartForm(std::string name, ReportPages &pages, Tenths left, Tenths top, Tenths width, Tenths height);
 
-    /// On the current page, with its upper left corner at \p left, \p top.
-    void place(ReportPages &pages, Tenths left, Tenths top) const { pages.place(m_name, left, top - m_height); }
+    /// Points of the place.
+    [[nodiscard]] ChartSize size() const { return {m_width / 10.0, m_height / 10.0}; }
 
     /// Writes what was placed: once, after the last page is closed and before the resources are written.
     /// \returns the characters that no font could show.
-    std::int64_t write(const ChartSpec &spec, const ChartData &data, TextLayout &layout, ReportPages &pages) const;
-
-    [[nodiscard]] Tenths width() const { return m_width; }
-    [[nodiscard]] Tenths height() const { return m_height; }
+    std::int64_t write(const ChartPicture &picture, const PageGeometry &geometry, TextLayout &layout, ReportPages &pages) const;
 
 private:
     std::string m_name;
-    Tenths m_width, m_height;
+    Tenths m_left, m_bottom, m_width, m_height;
 };
 
 /// The operators that draw \p picture in tenths of a point, with the lower left corner at 0, 0.
