@@ -349,6 +349,8 @@ private Q_SLOTS:
         output("nobody", OutputKind::Email, u"at least one address"_s, [](OutputSettings &o) { o.email.to.clear(); });
         output("a blind copy only", OutputKind::Email, {}, [](OutputSettings &o) { o.email.bcc.swap(o.email.to); });
         output("no sender", OutputKind::Email, u"nobody"_s, [](OutputSettings &o) { o.email.from = u"nobody"_s; });
+        output("two at-signs", OutputKind::Email, u"a@b@x.org"_s, [](OutputSettings &o) { o.email.cc = {u"a@b@x.org"_s}; });
+        output("an unknown field in an address", OutputKind::Email, u"{x}"_s, [](OutputSettings &o) { o.email.bcc = {u"{x}@x.org"_s}; });
         output("an unknown field in the subject", OutputKind::Email, u"subject"_s, [](OutputSettings &o) { o.email.subject = u"{x}"_s; });
         output("the rows in the text", OutputKind::Email, {}, [](OutputSettings &o) { o.email.body = u"{rows}"_s; });
     }

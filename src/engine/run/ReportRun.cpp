@@ -125,6 +125,14 @@ void ReportRun::enter(RunStage stage)
         m_options.stage(stage);
 }
 
+void ReportRun::worksIn(const QString &folder)
+{
+    // What lies in the installation is found there, and what is mailed or printed is made in a folder that is found by its own name.
+    const bool isFile = m_entry.outputType == outputTypeWord(static_cast<int>(OutputKind::File));
+    if (isFile && !(folder + u'/').startsWith(QDir::fromNativeSeparators(m_services.installPath)))
+        m_ledger.recordFolder(m_entry.id, folder);
+}
+
 void ReportRun::record(const std::vector<LedgerDelivery> &deliveries)
 {
     m_ledger.recordDeliveries(m_entry.id, deliveries);
