@@ -496,14 +496,21 @@ private Q_SLOTS:
         ReportLayout &layout = draft.layout;
         layout.title = u"T"_s;
         layout.subtitle = u"S"_s;
-        layout.page = {PageSize::Legal, PageOrientation::Portrait, 7.5};
+        layout.page = {.size = PageSize::Legal, .orientation = PageOrientation::Portrait, .marginMm = 7.5};
         layout.header = {u"1"_s, u"2"_s, u"3"_s};
         layout.footer = {u"4"_s, u"5"_s, u"6"_s};
-        layout.columns = {{u"a"_s, u"A"_s, 20, Alignment::Right, u"#,##0"_s, false, false}};
+        layout.columns = {{.field = u"a"_s,
+                           .caption = u"A"_s,
+                           .widthMm = 20,
+                           .alignment = Alignment::Right,
+                           .format = u"#,##0"_s,
+                           .visible = false,
+                           .wrap = false}};
         layout.onlyListed = true;
-        layout.groups = {{u"g"_s, true, readAggregates(u"sum(a)"_s)}, {u"h"_s, false, {}}};
+        layout.groups = {{.field = u"g"_s, .newPage = true, .subtotals = readAggregates(u"sum(a)"_s)}, {.field = u"h"_s}};
         layout.totals = readAggregates(u"count as Rows"_s);
-        layout.chart = {u"bar"_s, u"C"_s, u"a"_s, u"s"_s, {u"v"_s, u"w"_s}, 5, true};
+        layout.charts = {
+            {.kind = u"bar"_s, .title = u"C"_s, .category = u"a"_s, .series = u"s"_s, .values = {u"v"_s, u"w"_s}, .top = 5, .other = true}};
         const QByteArray shown = fingerprint(draft);
         LayoutEditor editor;
         editor.show(draft.query.ReportFile, layout);

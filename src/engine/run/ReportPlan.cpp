@@ -4,6 +4,7 @@
 #include "engine/outputs/OutputNaming.h"
 #include "engine/run/ColumnGuess.h"
 #include "engine/run/ReportFields.h"
+#include "engine/run/ShapePlan.h"
 #include "framework/LayoutWords.h"
 
 #include <algorithm>
@@ -42,10 +43,16 @@ void checkFields(const ReportLayout &layout, const QString &layoutName, std::spa
     }
     for (const LayoutAggregate &total : layout.totals)
         check(total.field);
-    check(layout.chart.category);
-    check(layout.chart.series);
-    for (const QString &value : layout.chart.values)
-        check(value);
+    for (const LayoutChart &chart : layout.charts) {
+        check(chart.category);
+        check(chart.series);
+        for (const QString &value : chart.values)
+            check(value);
+    }
+    for (const LayoutFigure &figure : layout.figures)
+        check(figure.field);
+    check(layout.top.field);
+    check(layout.top.value);
 }
 
 /// The type that a layout's format asks for, where the result could not tell (no rows, only NULL).
@@ -122,7 +129,7 @@ void fitWidths(std::vector<ReportColumn> &columns, const std::vector<bool> &fixe
 
 PageSetup pageSetup(const LayoutPage &page)
 {
-    const Paper &paper = paperOf(page.size);
+    const Paper &paper = paperOf(page.size.value_or(PageSize::A4));
     const bool landscape = page.orientation == PageOrientation::Landscape;
     return {landscape ? paper.heightMm : paper.widthMm, landscape ? paper.widthMm : paper.heightMm, page.marginMm};
 }
@@ -180,7 +187,7 @@ ReportHead makeHead(const ReportLayout &layout, const QString &layoutName, const
 } // namespace
 
 ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std::span<const ResultColumn> result, const RowSample &sample,
-                      const RunFacts &facts)
+                      const RunFacts &facts, ShapeUse use)
 {
     const ReportLayout automatic;
     const ReportLayout &used = layout ? *layout : automatic;
@@ -193,7 +200,7 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
         if (!column.visible)
             return;
         plan.shape.columns.push_back(resolveColumn(column, result[index], sample, index));
-        plan.resultIndex.push_back(index);
+        plan.sources.shown.push_back(index);
         fixed.push_back(column.widthMm > 0);
     };
     for (const LayoutColumn &column : used.columns)
@@ -203,10 +210,19 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
             place({}, i);
     if (plan.shape.columns.empty())
         failReport(QStringLiteral("The layout %1 shows no column. Make one visible.").arg(layoutName));
-    plan.inResultOrder = plan.resultIndex.size() == result.size();
-    for (std::size_t i = 0; i < plan.resultIndex.size(); ++i)
-        plan.inResultOrder = plan.inResultOrder && plan.resultIndex[i] == i;
     fitWidths(plan.shape.columns, fixed, plan.head.page.widthMm - 2 * plan.head.page.marginMm);
+    const auto resolved = [&](std::size_t index) {
+        for (const LayoutColumn &column : used.columns)
+            if (fieldIndex(column.field, layoutName, result) == index)
+                return resolveColumn(column, result[index], sample, index);
+        return resolveColumn({}, result[index], sample, index);
+    };
+    const auto indexOf = [&](const QString &field) { return fieldIndex(field, layoutName, result); };
+    planShape(used, {result, indexOf, resolved}, facts, use, plan.shape, plan.sources);
+    const std::vector<std::size_t> &shown = plan.sources.shown;
+    plan.inResultOrder = shown.size() == result.size();
+    for (std::size_t i = 0; i < shown.size(); ++i)
+        plan.inResultOrder = plan.inResultOrder && shown[i] == i;
     return plan;
 }
 

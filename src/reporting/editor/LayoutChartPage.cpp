@@ -44,27 +44,33 @@ LayoutChartPage::LayoutChartPage(QWidget *parent)
 
 void LayoutChartPage::show(const ReportLayout &layout)
 {
-    m_kind->setCurrentIndex(static_cast<int>(std::max<qsizetype>(0, chartWords().indexOf(layout.chart.kind))));
-    m_title->setText(layout.chart.title);
-    m_category->setText(layout.chart.category);
-    m_series->setText(layout.chart.series);
-    m_values->setText(layout.chart.values.join(QStringLiteral("; ")));
-    m_top->setValue(layout.chart.top);
-    m_other->setChecked(layout.chart.other);
+    const LayoutChart chart = layout.charts.empty() ? LayoutChart{} : layout.charts.front();
+    m_kind->setCurrentIndex(static_cast<int>(std::max<qsizetype>(0, chartWords().indexOf(chart.kind))));
+    m_title->setText(chart.title);
+    m_category->setText(chart.category);
+    m_series->setText(chart.series);
+    m_values->setText(chart.values.join(QStringLiteral("; ")));
+    m_top->setValue(chart.top);
+    m_other->setChecked(chart.other);
 }
 
 void LayoutChartPage::store(ReportLayout &layout) const
 {
-    layout.chart.kind = chartWords().value(m_kind->currentIndex());
-    layout.chart.title = m_title->text();
-    layout.chart.category = m_category->text().trimmed();
-    layout.chart.series = m_series->text().trimmed();
-    layout.chart.values.clear();
+    if (layout.charts.empty() && m_kind->currentIndex() <= 0)
+        return;
+    if (layout.charts.empty())
+        layout.charts.emplace_back();
+    LayoutChart &chart = layout.charts.front();
+    chart.kind = chartWords().value(m_kind->currentIndex());
+    chart.title = m_title->text();
+    chart.category = m_category->text().trimmed();
+    chart.series = m_series->text().trimmed();
+    chart.values.clear();
     for (const QString &value : m_values->text().split(u';'))
         if (!value.trimmed().isEmpty())
-            layout.chart.values << value.trimmed();
-    layout.chart.top = m_top->value();
-    layout.chart.other = m_other->isChecked();
+            chart.values << value.trimmed();
+    chart.top = m_top->value();
+    chart.other = m_other->isChecked();
 }
 
 } // namespace qm

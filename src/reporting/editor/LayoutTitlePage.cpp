@@ -59,7 +59,7 @@ void LayoutTitlePage::show(const ReportLayout &layout)
 {
     m_title->setText(layout.title);
     m_subtitle->setText(layout.subtitle);
-    m_size->setCurrentIndex(static_cast<int>(layout.page.size));
+    m_size->setCurrentIndex(static_cast<int>(layout.page.size.value_or(PageSize::A4)));
     m_orientation->setCurrentIndex(static_cast<int>(layout.page.orientation));
     m_margin->setValue(layout.page.marginMm);
     const QString bands[] = {layout.header.left, layout.header.centre, layout.header.right,
@@ -72,8 +72,9 @@ void LayoutTitlePage::store(ReportLayout &layout) const
 {
     layout.title = m_title->text();
     layout.subtitle = m_subtitle->text();
-    layout.page = {static_cast<PageSize>(m_size->currentIndex()), static_cast<PageOrientation>(m_orientation->currentIndex()),
-                   m_margin->value()};
+    layout.page.size = static_cast<PageSize>(m_size->currentIndex());
+    layout.page.orientation = static_cast<PageOrientation>(m_orientation->currentIndex());
+    layout.page.marginMm = m_margin->value();
     layout.header = {m_bands[0]->text(), m_bands[1]->text(), m_bands[2]->text()};
     layout.footer = {m_bands[3]->text(), m_bands[4]->text(), m_bands[5]->text()};
 }

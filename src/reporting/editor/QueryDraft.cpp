@@ -46,8 +46,8 @@ QDataStream &operator<<(QDataStream &out, const LayoutBand &band)
 
 void write(QDataStream &out, const ReportLayout &layout)
 {
-    out << layout.title << layout.subtitle << static_cast<int>(layout.page.size) << static_cast<int>(layout.page.orientation)
-        << layout.page.marginMm << layout.header << layout.footer << layout.onlyListed;
+    out << layout.title << layout.subtitle << (layout.page.size ? static_cast<int>(*layout.page.size) : -1)
+        << static_cast<int>(layout.page.orientation) << layout.page.marginMm << layout.header << layout.footer << layout.onlyListed;
     for (const LayoutColumn &column : layout.columns)
         out << column.field << column.caption << column.widthMm << static_cast<int>(column.alignment) << column.format << column.visible
             << column.wrap;
@@ -58,8 +58,8 @@ void write(QDataStream &out, const ReportLayout &layout)
     }
     for (const LayoutAggregate &total : layout.totals)
         out << total;
-    out << layout.chart.kind << layout.chart.title << layout.chart.category << layout.chart.series << layout.chart.values
-        << layout.chart.top << layout.chart.other;
+    for (const LayoutChart &chart : layout.charts)
+        out << chart.kind << chart.title << chart.category << chart.series << chart.values << chart.top << chart.other;
 }
 
 /// The values that {fields} would have.
