@@ -191,8 +191,14 @@ private Q_SLOTS:
         QCOMPARE(cell(sheet, 10, 0), u"cy"_s);
         QCOMPARE(cell(sheet, 14, 0), u"SRV-3 (cut off by the row limit) \u2013 Attempts, first, Rows: 2"_s);
         QCOMPARE(cell(sheet, 16, 0), u"Of the rows shown \u2013 Attempts in all, Of all: 50.0%"_s);
-        // A count of rows stands where nothing is added up; an average below a sum of its column.
-        QCOMPARE(sheet[u"formulas"_s].toObject(), (QJsonObject{{u"B7"_s, u"=SUBTOTAL(9,B5:B6)"_s}, {u"C7"_s, u"=SUBTOTAL(5,C5:C6)"_s}}));
+        // An average has a line below the sum of its column. What was cut off in the last group, the formulas do not know either.
+        QCOMPARE(sheet[u"formulas"_s].toObject(), (QJsonObject{{u"B7"_s, u"=SUBTOTAL(9,B5:B6)"_s},
+                                                               {u"C7"_s, u"=SUBTOTAL(5,C5:C6)"_s},
+                                                               {u"B8"_s, u"=SUBTOTAL(1,B5:B6)"_s},
+                                                               {u"B14"_s, u"=SUBTOTAL(9,B12:B13)"_s},
+                                                               {u"C14"_s, u"=SUBTOTAL(5,C12:C13)"_s},
+                                                               {u"B15"_s, u"=SUBTOTAL(1,B12:B13)"_s},
+                                                               {u"B16"_s, u"=SUBTOTAL(9,B4:B15)"_s}}));
     }
 
     /// Whatever the rows hold, a formula stands only where a spreadsheet works out what the report says.
@@ -211,15 +217,15 @@ private Q_SLOTS:
                 group.subtotals.push_back(subtotal(function, 1, "", function == Aggregate::Average ? real : integer));
             for (std::size_t at = 0; at < 3; ++at)
                 group.subtotals.push_back(subtotal(Aggregate::Count, at, "n", integer));
-            // A number that is no SUBTOTAL must not be added to those of the outer levels.
-            if (level == 2)
-                group.subtotals.push_back(subtotal(Aggregate::Distinct, 1, "different", integer));
             group.subtotals.push_back(subtotal(Aggregate::Count, std::nullopt, "rows", integer));
         }
         shape.totals = shape.groups.front().subtotals;
         Random random;
         std::size_t checked = 0;
         for (int round = 0; round < 8; ++round) {
+            // A number that is no SUBTOTAL must not be added to those of the outer levels.
+            if (round == 6)
+                shape.groups.back().subtotals.push_back(subtotal(Aggregate::Distinct, 1, "different", integer));
             Rows rows;
             std::vector<std::array<std::size_t, 3>> keys;
             for (std::size_t a = 0; a < 4; ++a)
@@ -256,7 +262,7 @@ private Q_SLOTS:
             if (round == 0)
                 QVERIFY2(sheet[u"formulas"_s].toObject().size() > 100, qPrintable(QString::number(sheet[u"formulas"_s].toObject().size())));
         }
-        QVERIFY2(checked > 800, qPrintable(QString::number(checked)));
+        QVERIFY2(checked > 500, qPrintable(QString::number(checked)));
     }
 
     void whatReachesOverSheetsIsAValue()
