@@ -306,10 +306,10 @@ std::string chartNote(const ChartData &data)
         note += data.otherCategory ? "; the rest together as Other" : "";
     }
     if (data.firstPartial || data.lastPartial) {
-        note += note.empty() ? "" : "; ";
-        note += data.firstPartial && data.lastPartial ? "the first and the last day are not whole"
-                : data.firstPartial                   ? "the first day is not whole"
-                                                      : "the last day is not whole";
+        note += note.empty() ? "The " : "; the ";
+        note += data.firstPartial && data.lastPartial ? "first and the last day are not whole"
+                : data.firstPartial                   ? "first day is not whole"
+                                                      : "last day is not whole";
     }
     return note;
 }

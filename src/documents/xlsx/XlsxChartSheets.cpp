@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 namespace qm::xlsx {
@@ -169,7 +170,7 @@ void ChartSheets::writeFigures(ZipStream &zip, CellWriter &cells, Styles &styles
 
 void ChartSheets::writeCharts(ZipStream &zip, CellWriter &cells, Styles &styles, const ReportHead &head)
 {
-    constexpr double kPageHeight = 460; // of a landscape page, in points
+    constexpr double kPointsPerCharacter = 5.3, kChartWidth = 680, kPageShape = 0.62;
     std::vector<double> widths{24};
     for (const Chart &chart : m_charts)
         if (!isDrawn(chart.spec->kind))
@@ -179,6 +180,8 @@ void ChartSheets::writeCharts(ZipStream &zip, CellWriter &cells, Styles &styles,
               "</sheetViews><sheetFormatPr defaultRowHeight=\"15\"/>" +
               columnWidths(widths) + "<sheetData>");
     cells.restart();
+    // The sheet is one page wide: what is wider is higher, too.
+    const double pageHeight = kPageShape * std::max(kChartWidth, kPointsPerCharacter * std::accumulate(widths.begin(), widths.end(), 0.0));
     double used = 0;
     std::vector<std::int64_t> breaks;
     const auto gap = [&] {
@@ -189,7 +192,7 @@ void ChartSheets::writeCharts(ZipStream &zip, CellWriter &cells, Styles &styles,
         const bool drawn = isDrawn(chart.spec->kind);
         const double height = drawn ? heightOf(*chart.spec, *chart.data) + kRowHeight
                                     : 18.0 * (static_cast<double>(std::max(chart.data->series.size(), chart.data->categories.size())) + 3);
-        if (used > 0 && used + height > kPageHeight) {
+        if (used > 0 && used + height > pageHeight) {
             breaks.push_back(cells.at());
             used = 0;
         }

@@ -9,7 +9,10 @@ namespace qm::xlsx {
 
 namespace {
 
-/// The line of \p lines in which all of \p places are free, a new one if there is none.
+/// How much wider bold letters are than the digits that widths are counted in.
+constexpr double kBold = 1.1;
+
+/// The line of \p taken in which all of \p places are free, a new one if there is none.
 std::size_t freeLine(std::vector<std::vector<std::size_t>> &taken, std::initializer_list<std::size_t> places)
 {
     std::size_t line = 0;
@@ -24,22 +27,20 @@ std::size_t freeLine(std::vector<std::vector<std::size_t>> &taken, std::initiali
 
 } // namespace
 
-std::vector<SummaryLine> arrangeTotals(std::span<const Subtotal> totals, std::size_t columns, const std::vector<bool> &summed)
+std::vector<SummaryLine> arrangeTotals(std::span<const Subtotal> totals, std::size_t columns, bool besideLabel)
 {
     std::vector<SummaryLine> lines;
     std::vector<std::vector<std::size_t>> taken;
-    // A total of no column stands beside its caption, but not where it would be added up with others.
-    const std::size_t beside = 1;
-    const bool hasCell = beside >= columns || !summed[beside];
+    constexpr std::size_t kBeside = 1;
     for (std::size_t i = 0; i < totals.size(); ++i) {
         const bool inColumn = totals[i].column && *totals[i].column < columns;
-        const std::size_t line = inColumn ? freeLine(taken, {*totals[i].column}) : hasCell ? freeLine(taken, {0, beside}) : 0;
+        const std::size_t line = inColumn ? freeLine(taken, {*totals[i].column}) : besideLabel ? freeLine(taken, {0, kBeside}) : 0;
         lines.resize(std::max(lines.size(), line + 1));
         taken.resize(lines.size());
-        if (inColumn || hasCell)
-            lines[line].items.push_back({inColumn ? *totals[i].column : beside, i});
+        if (inColumn || besideLabel)
+            lines[line].items.push_back({inColumn ? *totals[i].column : kBeside, i});
         std::vector<SummaryLine::Caption> &captions = lines[line].captions;
-        if (!inColumn && !hasCell)
+        if (!inColumn && !besideLabel)
             captions.push_back({totals[i].caption, i});
         else if (!totals[i].caption.empty() && (captions.empty() || captions.back().text != totals[i].caption))
             captions.push_back({totals[i].caption, std::nullopt});
@@ -90,35 +91,35 @@ std::string subtotalFormula(Aggregate function, const SheetColumn &column, std::
         {"SUBTOTAL(", std::to_string(number), ",", letters, std::to_string(first), ":", letters, std::to_string(last), ")"});
 }
 
-Totals::Totals(std::span<const Subtotal> totals, const ReportShape &shape, const Look &look, Styles &styles)
+Totals::Totals(std::span<const Subtotal> totals, const ReportShape &shape, const std::vector<SheetColumn> &columns, const Look &look,
+               Styles &styles)
 {
-    const std::size_t columns = shape.columns.size() - std::min(shape.hidden, shape.columns.size());
-    std::vector<bool> summed(columns, false);
-    const auto mark = [&](const std::vector<Subtotal> &those) {
-        for (const Subtotal &total : those)
-            if (total.column && *total.column < columns)
-                summed[*total.column] = true;
+    constexpr double kLabelWidth = 24;
+    // What stands beside a label must not be added up with what stands in its column.
+    bool summed = false;
+    const auto find = [&](const std::vector<Subtotal> &those) {
+        summed = summed || std::any_of(those.begin(), those.end(), [](const Subtotal &total) { return total.column == 1; });
     };
     for (const GroupLevel &level : shape.groups)
-        mark(level.subtotals);
-    mark(shape.totals);
-    m_lines = arrangeTotals(totals, columns, summed);
+        find(level.subtotals);
+    find(shape.totals);
+    m_lines = arrangeTotals(totals, columns.size(), !summed && !columns.empty() && columns.front().width >= kLabelWidth);
 
     for (const Subtotal &total : totals) {
         ReportColumn shown = total.value;
         if (shown.format.empty() && total.function == Aggregate::Share)
             shown.format = "percent";
         Look own = look;
-        own.alignment = total.column && *total.column < columns ? shape.columns[*total.column].alignment : CellAlignment::Left;
+        own.alignment = total.column && *total.column < columns.size() ? shape.columns[*total.column].alignment : CellAlignment::Left;
         own.fit = true;
         own.format = numberFormat(shown);
         m_functions.push_back(total.function);
         m_kinds.emplace_back(shown, styles.attribute(own));
     }
-    m_blank = styles.attribute(look);
+    m_blank = m_label = styles.attribute(look);
     Look label = look;
     label.wrap = true;
-    m_label = styles.attribute(label);
+    m_longLabel = styles.attribute(label);
 }
 
 void Totals::writeValue(CellWriter &cells, std::vector<SheetColumn> &columns, const SummaryLine::Item &item, const Value &value,
@@ -139,6 +140,31 @@ void Totals::writeValue(CellWriter &cells, std::vector<SheetColumn> &columns, co
         cells.number(kind.style, number, formula);
     if (formula.empty() && item.column < columns.size())
         columns[item.column].lastFixed = cells.at();
+}
+
+/// The label and the empty cells behind it, over which it runs.
+double Totals::roomOf(const SummaryLine &line, const std::vector<SheetColumn> &columns)
+{
+    const std::size_t next =
+        line.items.empty() || line.items.front().column < line.labelColumn ? columns.size() : line.items.front().column;
+    double room = 0;
+    for (std::size_t i = line.labelColumn; i < std::min(next, columns.size()); ++i)
+        room += columns[i].width;
+    return room;
+}
+
+double Totals::missingRoom(const std::vector<SheetColumn> &columns, std::size_t keyWidth) const
+{
+    constexpr std::size_t kNumber = 10;
+    double missing = 0;
+    for (const SummaryLine &line : m_lines) {
+        std::size_t needed = keyWidth + 2;
+        for (const SummaryLine::Caption &caption : line.captions)
+            needed += textWidth(caption.text) + 3 + (caption.total ? kNumber : 0);
+        if (line.labelColumn == 0)
+            missing = std::max(missing, kBold * static_cast<double>(needed) - roomOf(line, columns));
+    }
+    return missing;
 }
 
 std::string Totals::labelOf(const SummaryLine &line, const std::string &label, std::span<const Value> values) const
@@ -163,8 +189,9 @@ void Totals::write(CellWriter &cells, std::vector<SheetColumn> &columns, const s
     for (const SummaryLine &line : m_lines) {
         const std::string text = labelOf(line, label, values);
         const std::size_t last = std::max({columns.size(), line.labelColumn + 1, line.items.empty() ? 0 : line.items.back().column + 1});
-        const double room = line.labelColumn < columns.size() ? columns[line.labelColumn].width : 20;
-        const std::size_t high = lineCount(text, static_cast<std::size_t>(std::max(0.9 * room, 1.0)));
+        const bool isLong = kBold * static_cast<double>(textWidth(text)) > roomOf(line, columns) && line.labelColumn < columns.size();
+        const double room = isLong ? columns[line.labelColumn].width : 0;
+        const std::size_t high = isLong ? lineCount(text, static_cast<std::size_t>(std::max(room / kBold, 1.0))) : 1;
         cells.beginRow(high > 1 ? kLineHeight * static_cast<double>(high) : 0, level);
         auto item = line.items.begin();
         for (std::size_t column = 0; column < last; ++column) {
@@ -172,7 +199,7 @@ void Totals::write(CellWriter &cells, std::vector<SheetColumn> &columns, const s
                 writeValue(cells, columns, *item, item->total < values.size() ? values[item->total] : Value::ofNull(), firstRow, lastRow);
                 ++item;
             } else if (column == line.labelColumn) {
-                cells.text(m_label, text);
+                cells.text(isLong ? m_longLabel : m_label, text);
                 if (column < columns.size())
                     columns[column].lastLabel = cells.at();
             } else {

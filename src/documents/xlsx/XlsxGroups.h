@@ -32,9 +32,9 @@ struct SummaryLine
     std::vector<Item> items; ///< from left to right
 };
 
-/// Where each of \p totals stands in a table of \p columns. \p summed says of each column whether anything is added up in it.
-[[nodiscard]] std::vector<SummaryLine> arrangeTotals(std::span<const Subtotal> totals, std::size_t columns,
-                                                     const std::vector<bool> &summed);
+/// Where each of \p totals stands in a table of \p columns. \p besideLabel: those of no column stand in the second, beside their caption;
+/// else within the label.
+[[nodiscard]] std::vector<SummaryLine> arrangeTotals(std::span<const Subtotal> totals, std::size_t columns, bool besideLabel);
 
 /// SUBTOTAL over rows \p first to \p last, if it gives what the report says. Such cells leave each other out, so that sums of sums do not
 /// count twice, and follow the filter.
@@ -45,22 +45,26 @@ struct SummaryLine
 class Totals final
 {
 public:
-    Totals(std::span<const Subtotal> totals, const ReportShape &shape, const Look &look, Styles &styles);
+    Totals(std::span<const Subtotal> totals, const ReportShape &shape, const std::vector<SheetColumn> &columns, const Look &look,
+           Styles &styles);
 
     [[nodiscard]] std::size_t lines() const { return m_lines.size(); }
+    /// Characters by which the first column is too narrow for labels with values of \p keyWidth characters; 0: none.
+    [[nodiscard]] double missingRoom(const std::vector<SheetColumn> &columns, std::size_t keyWidth) const;
     /// Writes them. \p firstRow: where the rows begin that they are of; 0: not all of those are on this sheet.
     void write(CellWriter &cells, std::vector<SheetColumn> &columns, const std::string &label, std::span<const Value> values,
                std::int64_t firstRow, std::size_t level);
 
 private:
+    [[nodiscard]] static double roomOf(const SummaryLine &line, const std::vector<SheetColumn> &columns);
     [[nodiscard]] std::string labelOf(const SummaryLine &line, const std::string &label, std::span<const Value> values) const;
     void writeValue(CellWriter &cells, std::vector<SheetColumn> &columns, const SummaryLine::Item &item, const Value &value,
                     std::int64_t firstRow, std::int64_t lastRow);
 
     std::vector<SummaryLine> m_lines;
     std::vector<Aggregate> m_functions;
-    std::vector<SheetColumn> m_kinds; ///< one for each total
-    std::string m_blank, m_label;     ///< styles of empty cells and of the label
+    std::vector<SheetColumn> m_kinds;          ///< one for each total
+    std::string m_blank, m_label, m_longLabel; ///< styles of empty cells and of labels
 };
 
 /// The outline: what folds to what. A level folds where there is a line to fold it to.

@@ -54,11 +54,12 @@ private:
         std::string headingStyle, restStyle;
         xlsx::Totals totals;
         // Of the group that is open.
-        std::string key;
+        std::string key = {};
         std::int64_t firstRow = 0, sheet = 0; ///< where its rows begin
     };
 
     void makeLevels();
+    void widenForLabels(const SampleRows &sample);
     void beginSheet();
     void endSheet();
     void makeRoom(std::int64_t rows);
@@ -109,6 +110,7 @@ void XlsxWriter::begin(const ReportHead &head, const ReportShape &shape, const S
     m_columns = xlsx::makeColumns(shape, sample, m_styles);
     m_outline.emplace(shape);
     makeLevels();
+    widenForLabels(sample);
     m_aboutName = m_names.take(kAboutName);
     std::size_t drawn = 0;
     for (const ChartSpec &chart : shape.charts)
@@ -130,19 +132,40 @@ void XlsxWriter::makeLevels()
         const GroupLevel &group = m_shape.groups[i];
         const auto [font, border] = kHeadings[std::min(i, kHeadings.size() - 1)];
         const Look heading{.font = font, .border = border, .centred = true};
-        Level &level = m_levels.emplace_back(Level{.format = CellFormatter(group.column),
-                                                   .caption = group.column.caption,
-                                                   // A value that no column shows has no other place.
-                                                   .heading = group.heading || !group.shown,
-                                                   .newPage = group.newPage,
-                                                   .headingStyle = m_styles.attribute(heading),
-                                                   .restStyle = m_styles.attribute({.border = border}),
-                                                   .totals = xlsx::Totals(group.subtotals, m_shape, subtotal, m_styles),
-                                                   .key = {}});
-        level.key.clear();
+        m_levels.push_back(Level{.format = CellFormatter(group.column),
+                                 .caption = group.column.caption,
+                                 // A value that no column shows has no other place.
+                                 .heading = group.heading || !group.shown,
+                                 .newPage = group.newPage,
+                                 .headingStyle = m_styles.attribute(heading),
+                                 .restStyle = m_styles.attribute({.border = border}),
+                                 .totals = xlsx::Totals(group.subtotals, m_shape, m_columns, subtotal, m_styles)});
     }
     if (!m_shape.totals.empty())
-        m_totals.emplace(m_shape.totals, m_shape, Look{.font = Font::Total, .fill = Fill::Total, .border = Border::Total}, m_styles);
+        m_totals.emplace(m_shape.totals, m_shape, m_columns, Look{.font = Font::Total, .fill = Fill::Total, .border = Border::Total},
+                         m_styles);
+}
+
+/// The labels of totals begin in the first column, which may be a narrow one.
+void XlsxWriter::widenForLabels(const SampleRows &sample)
+{
+    constexpr double kMost = 44;
+    constexpr std::size_t kMostKey = 30, kUsualKey = 20;
+    if (m_columns.empty())
+        return;
+    double missing = m_totals ? m_totals->missingRoom(m_columns, 0) : 0;
+    for (std::size_t i = 0; i < m_levels.size(); ++i) {
+        std::size_t key = m_shape.groups[i].shown ? 0 : kUsualKey;
+        for (std::size_t row = 0; m_shape.groups[i].shown && row < sample.rows; ++row) {
+            std::string text;
+            m_levels[i].format.append(sample.row(row)[*m_shape.groups[i].shown], text);
+            key = std::max(key, std::min(xlsx::textWidth(text), kMostKey));
+        }
+        missing = std::max(missing, m_levels[i].totals.missingRoom(m_columns, key));
+    }
+    xlsx::SheetColumn &first = m_columns.front();
+    first.width = std::max(first.width, std::min(first.width + missing, kMost));
+    first.wrapsAt = first.wrapsAt > 0 ? static_cast<std::size_t>(0.95 * first.width) : 0;
 }
 
 void XlsxWriter::writeHeadings()
