@@ -238,7 +238,7 @@ private Q_SLOTS:
                             const Value text = round > 3 && random(8) == 0 ? Value::ofText("")
                                                : random(5) == 0            ? Value::ofNull()
                                                                            : Value::ofText("x");
-                            rows.push_back({Value::ofText("key"), number, text});
+                            rows.push_back({round % 2 == 0 ? Value::ofText("key") : whole(5), number, text});
                             keys.push_back({a, b, c});
                         }
             {
