@@ -91,9 +91,9 @@ ReportLayout layout(FuzzedDataProvider &input, std::span<const ResultColumn> col
     ReportLayout made;
     made.title = shortText(input);
     made.subtitle = shortText(input);
-    made.page = {static_cast<PageSize>(input.ConsumeIntegralInRange(0, 4)),
-                 static_cast<PageOrientation>(input.ConsumeIntegralInRange(0, 1)),
-                 static_cast<double>(input.ConsumeIntegralInRange(0, 50))};
+    made.page = {.size = static_cast<PageSize>(input.ConsumeIntegralInRange(0, 4)),
+                 .orientation = static_cast<PageOrientation>(input.ConsumeIntegralInRange(0, 1)),
+                 .marginMm = static_cast<double>(input.ConsumeIntegralInRange(0, 50))};
     made.header = {shortText(input), QStringLiteral("{page}"), shortText(input)};
     made.onlyListed = input.ConsumeIntegralInRange(0, 7) == 0;
     for (const ResultColumn &column : columns) {
