@@ -228,11 +228,12 @@ format = "bolean"
 
         // Nothing in the file keeps a report from being made; what is wrong is said by it.
         const QString plain = query("SELECT id FROM e");
-        for (const auto &[text, said] : {std::pair{"organization = 'Acme'\n", "House.style: Line 1: \"organization\" is not known"},
-                                         std::pair{"footer = '{orgnisation}'\n", "House.style"},
-                                         std::pair{"footer = \n", "The house style is not applied: Invalid file format: House.style, line 1"},
-                                         std::pair{"paper = 'B4'\n", "\"paper\" must be one of A4, A3"},
-                                         std::pair{"language = 'the local one'\n", "must be a language tag"}}) {
+        for (const auto &[text, said] :
+             {std::pair{"organization = 'Acme'\n", "House.style: Line 1: \"organization\" is not known"},
+              std::pair{"footer = '{orgnisation}'\n", "House.style"},
+              std::pair{"footer = \n", "The house style is not applied: Invalid file format: House.style, line 1"},
+              std::pair{"paper = 'B4'\n", "\"paper\" must be one of A4, A3"},
+              std::pair{"language = 'the local one'\n", "must be a language tag"}}) {
             style(text);
             const Recorder told = show(plain);
             QVERIFY2(notices(told).contains(QLatin1String(said)), qPrintable(notices(told)));

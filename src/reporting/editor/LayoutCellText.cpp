@@ -32,12 +32,11 @@ std::vector<qsizetype> placesOf(QChar separator, const QString &text)
 {
     std::vector<qsizetype> places;
     bool isQuoted = false;
-    for (qsizetype i = 0; i < text.size(); ++i) {
+    for (qsizetype i = 0; i < text.size(); ++i)
         if (text[i] == u'"')
             isQuoted = !isQuoted;
         else if (text[i] == separator && !isQuoted)
             places.push_back(i);
-    }
     return places;
 }
 
