@@ -63,6 +63,8 @@ class OutputHost
 {
 public:
     [[nodiscard]] virtual std::int64_t run() const = 0; ///< its row of the ledger; 0 when it has none
+    /// The file is made in \p folder from now on.
+    virtual void worksIn(const QString &folder) = 0;
     /// Files that the run reads, with what belongs to them: no report may take their place.
     [[nodiscard]] virtual QStringList inputs() const = 0;
     virtual void enter(RunStage stage) = 0;

@@ -338,9 +338,6 @@ std::string ChartAccumulator::shown(const ReportColumn &column, const Value &val
 {
     std::string text;
     CellFormatter(column).append(value, text);
-    for (const auto &[from, to] : column.words)
-        if (from == text)
-            return to;
     if (!text.empty())
         return text;
     return column.nullText.empty() ? std::string(kNoValue) : column.nullText;

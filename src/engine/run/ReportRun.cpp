@@ -96,6 +96,8 @@ void ReportRun::pipe()
     if (!layoutFile.isEmpty())
         layout = readLayoutFile(layoutFile);
     ReportPlan plan = planReport(layout ? &*layout : nullptr, layoutFile, source->columns(), sample, prepared.facts, m_output->shapeUse());
+    for (const std::string &notice : plan.head.notices)
+        addNote(QString::fromStdString(notice));
     ReportWriter &writer = m_output->open({plan.head, fieldValues(prepared.facts)});
     RowPipe rows(*source, sample, plan, writer, m_limits, m_options.progress);
     const ReportTail tail = rows.pass(prepared.query->rowLimit);
@@ -128,6 +130,14 @@ void ReportRun::enter(RunStage stage)
 {
     if (m_options.stage)
         m_options.stage(stage);
+}
+
+void ReportRun::worksIn(const QString &folder)
+{
+    // What lies in the installation is found there, and what is mailed or printed is made in a folder that is found by its own name.
+    const bool isFile = m_entry.outputType == outputTypeWord(static_cast<int>(OutputKind::File));
+    if (isFile && !(folder + u'/').startsWith(QDir::fromNativeSeparators(m_services.installPath)))
+        m_ledger.recordFolder(m_entry.id, folder);
 }
 
 void ReportRun::record(const std::vector<LedgerDelivery> &deliveries)

@@ -93,6 +93,7 @@ void makeNumber(ReportColumn &column, ColumnType type, std::string format)
     column.format = std::move(format);
     column.words.clear();
     column.rules.clear();
+    column.nullText.clear();
     if (column.alignment == CellAlignment::Left)
         column.alignment = CellAlignment::Right;
 }
