@@ -231,7 +231,7 @@ private Q_SLOTS:
                                   "[[group.subtotal]]\nfield = \"attempts\"\n[[total]]\nfield = \"message\"\nfunction = \"minimum\"\n");
         const QString query =
             f->query(u"grouped"_s,
-                     "SELECT * FROM (SELECT computer, id, attempts, message FROM events UNION ALL SELECT 'alpha', 9, 1, 'z') "
+                     "SELECT * FROM (SELECT computer, id, attempts, message FROM events UNION ALL SELECT 'server10', 9, 1, 'z') "
                      "ORDER BY id",
                      "report_file = '" + layout.toUtf8() + "'\n[output]\ntype = \"screen\"\n");
         SpoolWriter rows;
@@ -243,8 +243,8 @@ private Q_SLOTS:
         QCOMPARE(spooled.shape.hidden, std::size_t{1});
         QCOMPARE(spooled.tail.totals.front().text(), std::string_view("plain"));
         auto window = viewer(std::move(spooled));
-        // In the order of the hidden column: Server9, alpha (twice), server10.
-        QCOMPARE(names(*window), QStringList({u"2"_s, u"3"_s, u"9"_s, u"1"_s}));
+        // In the order of the hidden column: Server9, alpha, server10 (twice).
+        QCOMPARE(names(*window), QStringList({u"2"_s, u"3"_s, u"1"_s, u"9"_s}));
         QCOMPARE(window->model().columnCount(), 3);
         settle(*window, [&] { window->findChild<QLineEdit *>(u"findText"_s)->setText(u"server10"_s); });
         QCOMPARE(window->rows().hitCount(), std::int64_t{0});
@@ -253,7 +253,7 @@ private Q_SLOTS:
         settle(*window, [&] { window->exportTo(path, ReportFormat::Csv); });
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), QByteArray("ID,Attempts,Message\r\n9,1,z\r\n3,7,\"two\nlines\"\r\n2,1200,\r\n1,5,plain\r\n"));
+        QCOMPARE(file.readAll(), QByteArray("id,attempts,message\r\n9,1,z\r\n3,7,\"two\nlines\"\r\n2,1200,\r\n1,5,plain\r\n"));
     }
 
     void aLargeReportIsWorkedInAndLeavesNoFile()
