@@ -223,6 +223,39 @@ private Q_SLOTS:
         QCOMPARE(f->installation.read(f->installation.path() + u"out.csv"_s), QByteArray("\xEF\xBB\xBFname,number\r\n'=1+1,2\r\n"));
     }
 
+    void columnsThatOnlyGroupsNeedAreKeptAndNotShown()
+    {
+        const QString layout =
+            f->installation.write(f->installation.path() + u"grouped.rpt"_s,
+                                  "format = 1\n[[column]]\nfield = \"computer\"\nvisible = false\n[[group]]\nfield = \"computer\"\n"
+                                  "[[group.subtotal]]\nfield = \"attempts\"\n[[total]]\nfield = \"message\"\nfunction = \"minimum\"\n");
+        const QString query =
+            f->query(u"grouped"_s,
+                     "SELECT * FROM (SELECT computer, id, attempts, message FROM events UNION ALL SELECT 'server10', 9, 1, 'z') "
+                     "ORDER BY id",
+                     "report_file = '" + layout.toUtf8() + "'\n[output]\ntype = \"screen\"\n");
+        SpoolWriter rows;
+        RunOptions options;
+        options.screen = &rows;
+        const RunResult result = f->engine.run(query, options);
+        SpooledReport spooled = rows.take();
+        spooled.sources = result.sources;
+        QCOMPARE(spooled.shape.hidden, std::size_t{1});
+        QCOMPARE(spooled.tail.totals.front().text(), std::string_view("plain"));
+        auto window = viewer(std::move(spooled));
+        // In the order of the hidden column: Server9, alpha, server10 (twice).
+        QCOMPARE(names(*window), QStringList({u"2"_s, u"3"_s, u"1"_s, u"9"_s}));
+        QCOMPARE(window->model().columnCount(), 3);
+        settle(*window, [&] { window->findChild<QLineEdit *>(u"findText"_s)->setText(u"server10"_s); });
+        QCOMPARE(window->rows().hitCount(), std::int64_t{0});
+        const QString path = f->installation.path() + u"out.csv"_s;
+        settle(*window, [&] { window->rows().sortBy(0, true); });
+        settle(*window, [&] { window->exportTo(path, ReportFormat::Csv); });
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("id,attempts,message\r\n9,1,z\r\n3,7,\"two\nlines\"\r\n2,1200,\r\n1,5,plain\r\n"));
+    }
+
     void aLargeReportIsWorkedInAndLeavesNoFile()
     {
         constexpr int rows = 200000;

@@ -23,6 +23,7 @@ constexpr std::int64_t kMostDays = 3660;
 constexpr std::size_t kFewBins = 20, kBins = 10;
 constexpr std::size_t kDateCharacters = 10;
 constexpr char kNoValue[] = "\xE2\x80\x93"; // an en dash
+constexpr std::size_t kDifferentMemory = std::size_t{16} << 20, kPerEntry = 72;
 constexpr char kOther[] = "Other";
 constexpr std::array kWeekdays{"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
 constexpr int kHours = 24;
@@ -165,7 +166,8 @@ void ChartAccumulator::add(std::span<const Value> row)
         return;
     }
     for (std::size_t i = 0; i < m_source.values.size(); ++i)
-        addCell(at, m_source.series || m_isHeatOfHours ? series : i, row[m_source.values[i]], m_source.function == Aggregate::Count);
+        addCell(at, m_source.series || m_isHeatOfHours ? series : i, row[m_source.values[i]],
+                m_source.function == Aggregate::Count || m_source.function == Aggregate::Distinct);
 }
 
 void ChartAccumulator::addCell(std::size_t category, std::size_t series, const Value &value, bool isCount)
@@ -175,11 +177,29 @@ void ChartAccumulator::addCell(std::size_t category, std::size_t series, const V
         cells.resize(series + 1);
     if (value.isNull())
         return;
+    if (m_source.function == Aggregate::Distinct && !isNew(category, series, value))
+        return;
     const auto number = isCount ? std::optional(1.0) : realOf(value);
     if (number && std::isfinite(*number))
         cells[series].add(*number);
     else
         ++m_leftOut;
+}
+
+/// Whether a category and series has had no such value yet. Beyond the memory for them all values count as old.
+bool ChartAccumulator::isNew(std::size_t category, std::size_t series, const Value &value)
+{
+    std::string key;
+    appendKey(m_categories[category].value.view(), key);
+    appendKey(Value::of(static_cast<std::int64_t>(series)), key);
+    appendKey(value, key);
+    if (m_differentBytes >= kDifferentMemory) {
+        m_isDifferentFull = m_isDifferentFull || !m_different.contains(key);
+        return false;
+    }
+    const bool added = m_different.insert(key).second;
+    m_differentBytes += added ? key.size() + kPerEntry : 0;
+    return added;
 }
 
 void ChartAccumulator::merge(Category &into, const Category &other)
@@ -318,9 +338,6 @@ std::string ChartAccumulator::shown(const ReportColumn &column, const Value &val
 {
     std::string text;
     CellFormatter(column).append(value, text);
-    for (const auto &[from, to] : column.words)
-        if (from == text)
-            return to;
     if (!text.empty())
         return text;
     return column.nullText.empty() ? std::string(kNoValue) : column.nullText;
@@ -512,6 +529,8 @@ ChartData ChartAccumulator::finish(std::vector<std::string> &notices)
     if (m_isFolded)
         notices.push_back(name + " has more than " + numbers::counted(static_cast<std::int64_t>(m_most), "category", "categories") +
                           ": the smallest were put together as they came, so that small figures may be too low.");
+    if (m_isDifferentFull)
+        notices.push_back(name + " counts more different values than there is memory for: its figures are too low.");
     if (m_leftOut > 0)
         notices.push_back(name + " leaves out " + numbers::counted(m_leftOut, "value", "values") + " that cannot be drawn.");
     return data;

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace qm {
@@ -50,6 +51,7 @@ private:
     [[nodiscard]] std::size_t categoryAt(const Value &value);
     [[nodiscard]] std::size_t seriesAt(const Value &value);
     void addCell(std::size_t category, std::size_t series, const Value &value, bool isCount);
+    [[nodiscard]] bool isNew(std::size_t category, std::size_t series, const Value &value);
     static void merge(Category &into, const Category &other);
     void fold();
     void coarsen();
@@ -73,8 +75,10 @@ private:
     std::unordered_map<std::string, std::size_t> m_categoryOf, m_seriesOf;
     std::vector<OwnedValue> m_series;
     Category m_rest;
-    std::size_t m_all = 0; ///< categories, those folded away included
-    bool m_isHeatOfHours = false, m_isFolded = false, m_hasMoreSeries = false;
+    std::size_t m_all = 0;                       ///< categories, those folded away included
+    std::unordered_set<std::string> m_different; ///< where different values are counted: with their category and series
+    std::size_t m_differentBytes = 0;
+    bool m_isHeatOfHours = false, m_isFolded = false, m_hasMoreSeries = false, m_isDifferentFull = false;
     std::int64_t m_leftOut = 0;
     double m_width = 0; ///< of a histogram's cells while rows are read; 0: each value by itself
     std::string m_key, m_lastKey;

@@ -61,6 +61,7 @@ RowShaper::RowShaper(const ReportShape &shape, const ShapeSources &sources, Repo
     if (sources.top && shape.top) {
         ChartSpec largest;
         largest.category = shape.top->category;
+        largest.category.type = ColumnType::Text; // by value, days too
         largest.value = shape.top->value;
         largest.top = shape.top->most;
         largest.other = true;

@@ -93,6 +93,7 @@ void makeNumber(ReportColumn &column, ColumnType type, std::string format)
     column.format = std::move(format);
     column.words.clear();
     column.rules.clear();
+    column.nullText.clear();
     if (column.alignment == CellAlignment::Left)
         column.alignment = CellAlignment::Right;
 }
@@ -302,7 +303,8 @@ private:
         ChartSource &source = m_sources.top.emplace();
         TopList &list = m_shape.top.emplace();
         source.category = m_result.indexOf(top.field);
-        source.function = top.function;
+        // A part of the whole is drawn beside each sum anyway, and a list has no order to run along.
+        source.function = top.function == Aggregate::Share || top.function == Aggregate::Running ? Aggregate::Sum : top.function;
         list.category = m_result.resolved(source.category);
         list.most = static_cast<std::size_t>(std::max(top.most, 1));
         list.value = rowsColumn();
@@ -311,9 +313,9 @@ private:
             source.values = {m_result.indexOf(top.value)};
             list.value = m_result.resolved(source.values.front());
             name = list.value.caption;
-            list.value = valueColumn(top.function, list.value);
+            list.value = valueColumn(source.function, list.value);
         }
-        list.value.caption = madeCaption(top.function, name);
+        list.value.caption = madeCaption(source.function, name);
         list.caption = top.caption.isEmpty() ? list.category.caption + ": " + list.value.caption : top.caption.toStdString();
     }
 
