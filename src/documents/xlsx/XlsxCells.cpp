@@ -47,12 +47,11 @@ void CellWriter::row(std::span<const Value> cells, std::vector<SheetColumn> &col
     } else {
         beginRow(lines == 1 ? 0 : kLineHeight * static_cast<double>(lines), level);
     }
-    for (std::size_t i = 0; i < columns.size(); ++i) {
+    for (std::size_t i = 0; i < columns.size(); ++i)
         if (columns[i].hasRules)
             emphasisedCell(cells[i], columns[i]);
         else
             cell(cells[i], columns[i]);
-    }
     m_zip.write("</row>");
 }
 
