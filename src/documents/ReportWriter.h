@@ -61,7 +61,6 @@ struct ReportHead
     House house;
     std::vector<std::string> notices; ///< sentences that a reader must not miss
     bool houseBands = false;          ///< header and footer are nobody's wish: a format with bands of its own takes those
-    std::string classification;       ///< "Confidential"; empty: none
     std::string author, creator;      ///< who made it, with which program and version; empty: not stated
     std::string madeUtc;              ///< "YYYY-MM-DD HH:MM:SS"; empty: not stated
 };

@@ -6,6 +6,7 @@
 #include "engine/run/ColumnGuess.h"
 #include "engine/run/LayoutCells.h"
 #include "engine/run/ReportFields.h"
+#include "engine/run/ShapePlan.h"
 #include "framework/LayoutWords.h"
 #include "platform/Files.h"
 
@@ -226,6 +227,9 @@ ReportHead makeHead(const ReportLayout &layout, const QString &layoutName, const
                         fillFields(band.right, fields, where, later).toStdString()};
     };
     const bool automatic = isEmpty(layout.header) && isEmpty(layout.footer);
+    head.houseBands = automatic && facts.house.organisation.isEmpty() && facts.house.footer.isEmpty();
+    head.madeUtc = facts.madeUtc.toStdString();
+    head.creator = "Quillmark " QUILLMARK_VERSION;
     head.header = fill(automatic ? usualHeader(facts.house) : layout.header);
     head.footer = fill(automatic ? usualFooter(facts.house, fields, head) : layout.footer);
     return head;
@@ -234,7 +238,7 @@ ReportHead makeHead(const ReportLayout &layout, const QString &layoutName, const
 } // namespace
 
 ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std::span<const ResultColumn> result, const RowSample &sample,
-                      const RunFacts &facts)
+                      const RunFacts &facts, ShapeUse use)
 {
     const ReportLayout automatic;
     const ReportLayout &used = layout ? *layout : automatic;
@@ -247,7 +251,7 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
         if (!column.visible)
             return;
         plan.shape.columns.push_back(resolveColumn(column, result[index], sample, index));
-        plan.resultIndex.push_back(index);
+        plan.sources.shown.push_back(index);
         fixed.push_back(column.widthMm > 0);
     };
     for (const LayoutColumn &column : used.columns)
@@ -257,10 +261,19 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
             place({}, i);
     if (plan.shape.columns.empty())
         failReport(QStringLiteral("The layout %1 shows no column. Make one visible.").arg(layoutName));
-    plan.inResultOrder = plan.resultIndex.size() == result.size();
-    for (std::size_t i = 0; i < plan.resultIndex.size(); ++i)
-        plan.inResultOrder = plan.inResultOrder && plan.resultIndex[i] == i;
     fitWidths(plan.shape.columns, fixed, plan.head.page.widthMm - 2 * plan.head.page.marginMm);
+    const auto resolved = [&](std::size_t index) {
+        for (const LayoutColumn &column : used.columns)
+            if (fieldIndex(column.field, layoutName, result) == index)
+                return resolveColumn(column, result[index], sample, index);
+        return resolveColumn({}, result[index], sample, index);
+    };
+    const auto indexOf = [&](const QString &field) { return fieldIndex(field, layoutName, result); };
+    planShape(used, {result, indexOf, resolved}, facts, use, plan.shape, plan.sources);
+    const std::vector<std::size_t> &shown = plan.sources.shown;
+    plan.inResultOrder = shown.size() == result.size();
+    for (std::size_t i = 0; i < shown.size(); ++i)
+        plan.inResultOrder = plan.inResultOrder && shown[i] == i;
     return plan;
 }
 

@@ -95,11 +95,12 @@ void ReportRun::pipe()
     std::optional<ReportLayout> layout;
     if (!layoutFile.isEmpty())
         layout = readLayoutFile(layoutFile);
-    const ReportPlan plan = planReport(layout ? &*layout : nullptr, layoutFile, source->columns(), sample, prepared.facts);
+    ReportPlan plan = planReport(layout ? &*layout : nullptr, layoutFile, source->columns(), sample, prepared.facts, m_output->shapeUse());
     for (const std::string &notice : plan.head.notices)
         addNote(QString::fromStdString(notice));
     ReportWriter &writer = m_output->open({plan.head, fieldValues(prepared.facts)});
-    const ReportTail tail = passRows(*source, sample, plan, writer, prepared.query->rowLimit, m_limits, m_options.progress);
+    RowPipe rows(*source, sample, plan, writer, m_limits, m_options.progress);
+    const ReportTail tail = rows.pass(prepared.query->rowLimit);
     m_limits.check();
     writer.end(tail);
     m_limits.check();
@@ -109,6 +110,10 @@ void ReportRun::pipe()
     m_output->close(tail);
     if (tail.truncated)
         addNote(QString::fromStdString(cutNotice(tail)));
+    for (const std::string &notice : tail.notices)
+        addNote(QString::fromStdString(notice));
+    if (m_output->shapeUse() == ShapeUse::Kept)
+        m_result.sources = ofShownRows(plan.sources);
 }
 
 QStringList ReportRun::inputs() const
