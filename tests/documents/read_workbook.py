@@ -46,7 +46,7 @@ def check_parts(archive, faults):
 def number(value):
     if isinstance(value, bool):
         return None
-    if isinstance(value, (datetime.datetime, datetime.date, datetime.time)):
+    if isinstance(value, (datetime.datetime, datetime.date, datetime.time, datetime.timedelta)):
         return to_excel(value)
     return value if isinstance(value, (int, float)) else None
 
@@ -62,6 +62,8 @@ def subtotal(code, cells):
 
 
 def plain(value):
+    if isinstance(value, datetime.timedelta):
+        return value / datetime.timedelta(days=1)
     return value.isoformat(sep=" ", timespec="seconds") if isinstance(value, datetime.datetime) else value
 
 

@@ -3,6 +3,7 @@
 #include "documents/Writers.h"
 
 #include <QJsonArray>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <array>
@@ -301,6 +302,42 @@ private Q_SLOTS:
                             "46 ['Group: b (continued)', 'Group: c'] [('SUBTOTAL(9,A42:A44)', '3')] ['1048600', '1048608']\n"));
     }
 
+    void cellsSayWhatTheirColumnAsksFor()
+    {
+        ReportShape shape;
+        shape.columns = {column("Reason", ColumnType::Integer), column("Took", ColumnType::Real, "duration"),
+                         column("At", ColumnType::Text, "local"), column("Day", ColumnType::Date)};
+        shape.columns[0].words = {{"1", "wrong password"}};
+        shape.columns[0].rules = {{CellRule::Test::Equal, "1", Emphasis::Alarm}, {CellRule::Test::Greater, "5", Emphasis::Strong}};
+        shape.columns[3].nullText = "never";
+        shape.totals = {subtotal(Aggregate::Sum, 1, "", column("", ColumnType::Real, "duration")),
+                        subtotal(Aggregate::Maximum, 3, "", column("", ColumnType::Date)),
+                        subtotal(Aggregate::Count, 3, "", column("", ColumnType::Integer))};
+        const auto time = Value::ofText("2026-11-17 12:24:14"), day = Value::ofText("2026-11-17");
+        {
+            OutputFile file(path());
+            const auto writer = makeXlsxWriter(file, {});
+            writer->begin(titled("Cells"), shape, {});
+            writer->row(std::array{whole(1), whole(43200), time, day});
+            writer->row(std::array{whole(7), Value::of(21600.0), Value::ofText("no time"), Value::ofNull()});
+            writer->end({.rows = 2, .totals = std::array{whole(64800), day, whole(1)}});
+            file.commit();
+        }
+        const QJsonObject sheet = sheetOf(read(), u"Cells"_s);
+        QCOMPARE(cell(sheet, 4, 0), u"wrong password"_s);
+        QCOMPARE(sheet[u"rows"_s].toArray().at(4).toArray().at(0).toInt(), 7);
+        QCOMPARE(sheet[u"colours"_s].toObject()[u"A4"_s].toString(), u"B7381D"_s);
+        QCOMPARE(sheet[u"colours"_s].toObject()[u"A5"_s].toString(), u"1C2430"_s);
+        QCOMPARE(cell(sheet, 4, 1), u"0.5"_s); // of a day
+        QVERIFY(QRegularExpression(u"^2026-11-1[678] \\d\\d:24:14 [+-]\\d\\d:\\d\\d$"_s).match(cell(sheet, 4, 2)).hasMatch());
+        QCOMPARE(cell(sheet, 5, 2), u"no time"_s);
+        QCOMPARE(cell(sheet, 4, 3), u"2026-11-17 00:00:00"_s);
+        QCOMPARE(cell(sheet, 5, 3), u"never"_s);
+        // Counted, the text for NULL would be a value.
+        QCOMPARE(sheet[u"formulas"_s].toObject(), (QJsonObject{{u"B6"_s, u"=SUBTOTAL(9,B4:B5)"_s}, {u"D6"_s, u"=SUBTOTAL(4,D4:D5)"_s}}));
+        QCOMPARE(cell(sheet, 7, 3), u"1"_s);
+    }
+
     void chartsDrawTheirOwnCells()
     {
         ReportShape shape;
@@ -396,7 +433,8 @@ private Q_SLOTS:
             const auto writer = makeXlsxWriter(file, {});
             writer->begin(head, shape, {cells, 1, true});
             writer->row(cells);
-            ReportTail tail{.rows = 1, .totals = std::array{whole(-123456789)}, .keyFigures = std::array{whole(71)}, .top = &top};
+            const std::array totals{whole(-123456789)}, figures{whole(71)};
+            ReportTail tail{.rows = 1, .totals = totals, .keyFigures = figures, .top = &top};
             tail.notices = {"Top 50 of more."};
             writer->end(tail);
             file.commit();

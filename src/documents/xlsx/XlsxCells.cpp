@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace qm::xlsx {
 
@@ -17,6 +18,14 @@ using Style = CellFormatter::Style;
 constexpr std::int64_t kMaxExactInteger = std::int64_t{1} << 53;
 /// Room that a cell without its text needs.
 constexpr std::size_t kCellRoom = 256;
+
+constexpr double kSecondsOfDay = 86400;
+
+bool isDuration(double seconds)
+{
+    constexpr double kLongest = 2.5e11; // the last day that spreadsheets know
+    return seconds >= 0 && seconds < kLongest;
+}
 
 bool isExact(std::int64_t value)
 {
@@ -39,7 +48,10 @@ void CellWriter::row(std::span<const Value> cells, std::vector<SheetColumn> &col
         beginRow(lines == 1 ? 0 : kLineHeight * static_cast<double>(lines), level);
     }
     for (std::size_t i = 0; i < columns.size(); ++i)
-        cell(cells[i], columns[i]);
+        if (columns[i].hasRules)
+            emphasisedCell(cells[i], columns[i]);
+        else
+            cell(cells[i], columns[i]);
     m_zip.write("</row>");
 }
 
@@ -55,6 +67,23 @@ void CellWriter::beginRow(double height, std::size_t level, bool keepsHeight)
         row += " outlineLevel=\"" + std::to_string(level) + '"';
     m_zip.write(row + '>');
     ++m_row;
+}
+
+void CellWriter::emphasisedCell(const Value &value, SheetColumn &column)
+{
+    std::string &style = column.emphasised[static_cast<std::size_t>(column.format.emphasisOf(value))];
+    std::swap(column.style, style);
+    cell(value, column);
+    std::swap(column.style, style);
+}
+
+/// As a page shows it, where no number can say it.
+void CellWriter::formattedText(const Value &value, SheetColumn &column)
+{
+    m_text.clear();
+    column.format.append(value, m_text);
+    text(column.style, m_text);
+    column.lastText = m_row;
 }
 
 /// Where words stand for values: the word for \p value, if there is one.
@@ -85,9 +114,16 @@ void CellWriter::cell(const Value &value, SheetColumn &column)
         empty(column.style);
         return;
     case Value::Kind::Integer:
-        integer(value.integer, column);
+        if (column.format.style() == Style::Duration)
+            duration(static_cast<double>(value.integer), value, column);
+        else
+            integer(value.integer, column);
         return;
     case Value::Kind::Real: {
+        if (column.format.style() == Style::Duration) {
+            duration(value.real, value, column);
+            return;
+        }
         char number[numbers::kMaxText];
         const char *const end = numbers::writeShortest(value.real, number);
         if (std::isfinite(value.real)) {
@@ -142,6 +178,17 @@ void CellWriter::blob(std::string_view bytes, std::string_view style)
     text(style, m_text);
 }
 
+/// Spreadsheets show no negative times.
+void CellWriter::duration(double seconds, const Value &value, SheetColumn &column)
+{
+    if (!isDuration(seconds)) {
+        formattedText(value, column);
+        return;
+    }
+    char number[numbers::kMaxText];
+    digits(column.style, number, numbers::writeShortest(seconds / kSecondsOfDay, number));
+}
+
 void CellWriter::integer(std::int64_t value, SheetColumn &column)
 {
     char number[numbers::kMaxText];
@@ -166,6 +213,11 @@ void CellWriter::textValue(const Value &value, SheetColumn &column)
             digits(column.style, number, numbers::writeShortest(*serial, number));
             return;
         }
+    }
+    // With its distance from UTC, which a date of a spreadsheet cannot say.
+    if (column.format.style() == Style::Local && value.size > 0) {
+        formattedText(value, column);
+        return;
     }
     (value.size == 0 ? column.lastBlank : column.lastText) = m_row;
     text(column.style, value.text());
@@ -199,6 +251,12 @@ void CellWriter::line(std::string_view style, std::string_view content, double h
 std::string numberText(const Value &value, const SheetColumn &column)
 {
     char text[numbers::kMaxText];
+    if (column.format.style() == Style::Duration) {
+        const double seconds = value.kind == Value::Kind::Integer ? static_cast<double>(value.integer)
+                               : value.kind == Value::Kind::Real  ? value.real
+                                                                  : -1;
+        return isDuration(seconds) ? std::string(text, numbers::writeShortest(seconds / kSecondsOfDay, text)) : std::string();
+    }
     if (value.kind == Value::Kind::Integer && isExact(value.integer) && column.format.style() != Style::Boolean)
         return {text, numbers::writeInteger(value.integer, text)};
     if (value.kind == Value::Kind::Real && std::isfinite(value.real))

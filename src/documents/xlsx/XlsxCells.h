@@ -42,7 +42,10 @@ public:
 
 private:
     bool word(const Value &value, SheetColumn &column);
+    void emphasisedCell(const Value &value, SheetColumn &column);
+    void formattedText(const Value &value, SheetColumn &column);
     void textValue(const Value &value, SheetColumn &column);
+    void duration(double seconds, const Value &value, SheetColumn &column);
     void integer(std::int64_t value, SheetColumn &column);
     void blob(std::string_view bytes, std::string_view style);
     void digits(std::string_view style, const char *from, const char *to);

@@ -29,7 +29,7 @@ bool isNumeric(const ReportColumn &column, const CellFormatter &format)
 {
     const bool plain = format.style() == Style::Plain;
     return format.style() == Style::Number || format.style() == Style::Percent || format.style() == Style::Bytes ||
-           (plain && (column.type == ColumnType::Integer || column.type == ColumnType::Real));
+           format.style() == Style::Duration || (plain && (column.type == ColumnType::Integer || column.type == ColumnType::Real));
 }
 
 /// The width of \p value as a spreadsheet shows it, which is not always what a page shows.
@@ -116,18 +116,28 @@ double textWish(std::vector<std::size_t> &lines)
     return std::min(static_cast<double>(*place), kMostWish);
 }
 
+/// In the order of Emphasis: bold each, so that none is told by its colour alone.
+std::array<std::string, 4> emphasisedStyles(const Look &look, Styles &styles)
+{
+    Look strong = look, warning = look, alarm = look;
+    strong.font = warning.font = Font::Strong;
+    warning.fill = Fill::Notice;
+    alarm.font = Font::Alarm;
+    return {styles.attribute(look), styles.attribute(strong), styles.attribute(warning), styles.attribute(alarm)};
+}
+
 double widthOf(const ReportShape &shape, std::size_t index, const SheetColumn &kind, const SampleRows &sample)
 {
     constexpr std::size_t kLongestWord = 24;
     const ReportColumn &column = shape.columns[index];
-    const bool numeric = isNumeric(column, kind.format) && column.words.empty();
+    const bool numeric = isNumeric(column, kind.withoutWords ? *kind.withoutWords : kind.format);
     std::size_t floor = 0;
     std::vector<std::size_t> lines;
     for (std::size_t i = 0; i < sample.rows; ++i) {
         const Value &value = sample.row(i)[index];
         if (numeric && (value.kind == Value::Kind::Integer || value.kind == Value::Kind::Real)) {
             floor = std::max(floor, shownWidth(value, kind.format));
-        } else if (kind.temporal == Style::Plain && !value.isNull()) {
+        } else if (kind.temporal == Style::Plain) {
             std::string text;
             kind.format.append(value, text);
             floor = std::max(floor, std::min(longestWord(text), kLongestWord));
@@ -154,13 +164,11 @@ double widthOf(const ReportShape &shape, std::size_t index, const SheetColumn &k
 } // namespace
 
 SheetColumn::SheetColumn(const ReportColumn &column, std::string styleAttribute)
-    : format(column), temporal(temporalStyle(format, column.type)), style(std::move(styleAttribute)), nullText(column.nullText)
+    : format(column), temporal(temporalStyle(CellFormatter(withoutTexts(column)), column.type)), style(std::move(styleAttribute)),
+      nullText(column.nullText)
 {
-    if (column.words.empty())
-        return;
-    ReportColumn bare = column;
-    bare.words.clear();
-    withoutWords.emplace(bare);
+    if (!column.words.empty())
+        withoutWords.emplace(withoutTexts(column));
 }
 
 std::optional<double> serialOf(std::string_view text, CellFormatter::Style style)
@@ -184,13 +192,14 @@ std::vector<SheetColumn> makeColumns(const ReportShape &shape, const SampleRows 
     columns.reserve(shown);
     for (std::size_t i = 0; i < shown; ++i) {
         const ReportColumn &column = shape.columns[i];
-        const CellFormatter format(column);
+        const CellFormatter format(withoutTexts(column));
         const bool wraps = column.wrap && column.type == ColumnType::Text;
         const bool fits = temporalStyle(format, column.type) != Style::Plain || isNumeric(column, format);
-        SheetColumn &made = columns.emplace_back(
-            column,
-            styles.attribute(
-                {.border = Border::Row, .alignment = column.alignment, .wrap = wraps, .fit = fits, .format = numberFormat(column)}));
+        const Look look{.border = Border::Row, .alignment = column.alignment, .wrap = wraps, .fit = fits, .format = numberFormat(column)};
+        SheetColumn &made = columns.emplace_back(column, styles.attribute(look));
+        made.hasRules = made.format.hasRules();
+        if (made.hasRules)
+            made.emphasised = emphasisedStyles(look, styles);
         made.width = widthOf(shape, i, made, sample);
         made.wrapsAt = wraps ? static_cast<std::size_t>(0.95 * made.width) : 0;
     }

@@ -5,6 +5,7 @@
 #include "documents/ReportWriter.h"
 #include "documents/xlsx/XlsxStyles.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -29,6 +30,9 @@ struct SheetColumn
     double width = 0;        ///< in characters
     std::size_t wrapsAt = 0; ///< characters in a line; 0 for a column of single lines
     std::string nullText;    ///< stands for NULL; empty: the cell stays empty
+    /// Styles by Emphasis where rules make cells stand out.
+    std::array<std::string, 4> emphasised;
+    bool hasRules = false;
     /// Where words stand for some values: the format without them, to tell those values from others, which stay numbers.
     std::optional<CellFormatter> withoutWords;
     // The last rows of the sheet with such a cell in this column, 0 for none. They tell whether SUBTOTAL over a range gives what was added

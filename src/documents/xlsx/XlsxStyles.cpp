@@ -121,6 +121,14 @@ std::string Styles::part() const
     return xml + R"(</cellXfs><cellStyles count="1"><cellStyle name="Normal" xfId="0" builtinId="0"/></cellStyles></styleSheet>)";
 }
 
+ReportColumn withoutTexts(const ReportColumn &column)
+{
+    ReportColumn bare = column;
+    bare.words.clear();
+    bare.nullText.clear();
+    return bare;
+}
+
 CellFormatter::Style temporalStyle(const CellFormatter &format, ColumnType type)
 {
     switch (format.style()) {
@@ -141,7 +149,7 @@ CellFormatter::Style temporalStyle(const CellFormatter &format, ColumnType type)
 
 std::string numberFormat(const ReportColumn &column)
 {
-    const CellFormatter format(column);
+    const CellFormatter format(withoutTexts(column));
     switch (temporalStyle(format, column.type)) {
     case Style::Date:
         return "yyyy\\-mm\\-dd";
@@ -156,6 +164,9 @@ std::string numberFormat(const ReportColumn &column)
     }
     if (format.style() == Style::Bytes)
         return "#,##0";
+    // Durations are parts of a day, as spreadsheets count; those below a minute show their milliseconds.
+    if (format.style() == Style::Duration)
+        return "[<0.000694444]s.000\" s\";[h]:mm:ss";
     if (format.style() != Style::Number && format.style() != Style::Percent)
         return {};
     std::string code = literal(format.prefix()) + (format.pattern().grouping ? "#,##0" : "0");

@@ -44,6 +44,8 @@ private:
     std::unordered_map<std::string, std::size_t> m_formatNumbers, m_lookNumbers;
 };
 
+/// The column without the texts that it says in place of values.
+[[nodiscard]] ReportColumn withoutTexts(const ReportColumn &column);
 /// What a date, time or date-time column's style is; Plain for others. A column without a format goes by its type.
 [[nodiscard]] CellFormatter::Style temporalStyle(const CellFormatter &format, ColumnType type);
 /// The number format code that shows values as \p column does; empty: general.
