@@ -15,6 +15,7 @@ namespace qm {
 struct PageSetup
 {
     double widthMm = 297, heightMm = 210, marginMm = 12;
+    bool allowA3 = false; ///< a report whose columns do not fit may take A3 in place of a smaller page
 };
 
 /// Three texts of a page band with {page} and {pages} still to be filled in; all other fields are resolved.
