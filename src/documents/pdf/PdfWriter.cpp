@@ -1,7 +1,9 @@
 #include "documents/Writers.h"
+#include "documents/pdf/CardBody.h"
 #include "documents/pdf/FontEmbedder.h"
 #include "documents/pdf/PageBands.h"
 #include "documents/pdf/PdfSyntax.h"
+#include "documents/pdf/ReportFit.h"
 #include "documents/pdf/TableBody.h"
 #include "documents/pdf/TitleBlock.h"
 
@@ -31,25 +33,39 @@ class PdfWriter final : public ReportWriter
 public:
     PdfWriter(OutputFile &file, const QString &fontFolder) : m_fonts(fontFolder), m_layout(m_fonts), m_file(file) {}
 
-    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &) override
+    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override
     {
-        const std::vector<ReportColumn> &columns = shape.columns;
-        m_head = head;
-        m_geometry.emplace(head, columns);
+        m_fit.emplace(head, shape, sample, m_layout);
+        m_head = m_fit->head();
+        m_geometry.emplace(m_head, m_fit->columns());
         m_pages.emplace(m_file, m_layout, *m_geometry);
-        m_bands.emplace(head, *m_geometry, m_layout);
+        m_bands.emplace(m_head, *m_geometry, m_layout);
         m_titleBlock.emplace(*m_geometry, m_layout);
-        m_body.emplace(*m_geometry, m_layout, *m_pages, columns, m_bands->formName());
+        if (m_fit->columns().cards) {
+            beginCards(sample);
+            return;
+        }
+        m_body.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape().columns, m_bands->formName());
         m_body->openPage();
-        m_titleBlock->draw(head, *m_pages);
+        m_titleBlock->draw(m_head, *m_pages);
         m_body->begin();
     }
 
-    void row(std::span<const Value> cells) override { m_body->addRow(cells); }
+    void row(std::span<const Value> cells) override
+    {
+        const std::span<const Value> shown = m_fit->shownOf(cells);
+        if (m_body)
+            m_body->addRow(shown);
+        else
+            m_cards->addRow(shown);
+    }
 
     void end(const ReportTail &tail) override
     {
-        m_body->end(tail);
+        if (m_body)
+            m_body->end(tail);
+        else
+            m_cards->end(tail);
         m_pages->closePage();
         const int count = m_pages->count();
         m_bands->finish(*m_pages, count);
@@ -70,6 +86,20 @@ public:
     [[nodiscard]] WriterNotes notes() const override { return m_notes; }
 
 private:
+    void beginCards(const SampleRows &sample)
+    {
+        std::vector<Value> cells;
+        for (std::size_t row = 0; row < sample.rows; ++row) {
+            const std::span<const Value> shown = m_fit->shownOf(sample.row(row));
+            cells.insert(cells.end(), shown.begin(), shown.end());
+        }
+        m_cards.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape().columns, SampleRows{cells, sample.rows, sample.whole},
+                        m_bands->formName());
+        m_cards->openPage();
+        m_titleBlock->draw(m_head, *m_pages);
+        m_cards->begin();
+    }
+
     int writeCatalogue(int tree)
     {
         std::string body = "<</Type/Catalog/Pages ";
@@ -116,11 +146,13 @@ private:
     TextLayout m_layout;
     PdfFile m_file;
     ReportHead m_head;
+    std::optional<ReportFit> m_fit;
     std::optional<PageGeometry> m_geometry;
     std::optional<ReportPages> m_pages;
     std::optional<PageBands> m_bands;
     std::optional<TitleBlock> m_titleBlock;
-    std::optional<TableBody> m_body;
+    std::optional<TableBody> m_body; ///< or the other, never both
+    std::optional<CardBody> m_cards;
     WriterNotes m_notes;
 };
 

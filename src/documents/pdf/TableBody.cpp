@@ -1,6 +1,7 @@
 #include "documents/pdf/TableBody.h"
 
 #include "documents/ReportWords.h"
+#include "documents/pdf/ColumnMeasure.h"
 
 #include <algorithm>
 
@@ -8,7 +9,7 @@ namespace qm::pdf {
 
 namespace {
 
-constexpr std::uint32_t kCaptionLines = 3; ///< most lines of a column caption
+constexpr std::uint32_t kCaptionLines = 8; ///< most lines of a column caption; one that is no sentence takes three
 constexpr std::uint32_t kFewestLines = 3;  ///< a row is not begun at the foot of a page for less
 constexpr std::string_view kCaptionForm = "H";
 
@@ -42,12 +43,12 @@ void joinLines(std::string &text, std::size_t from)
 
 TableBody::TableBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, std::span<const ReportColumn> columns,
                      std::string_view bandForm)
-    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm)
+    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm), m_letters(geometry.body),
+      m_outgrown(geometry)
 {
     for (std::size_t i = 0; i < columns.size(); ++i)
         m_columns.push_back({geometry.columns[i], placeOf(columns[i].alignment),
-                             columns[i].type == ColumnType::Blob ? TextStyle::Mono : TextStyle::Regular, columns[i].wrap,
-                             CellFormatter(columns[i])});
+                             cellStyle(columns[i]), columns[i].wrap, CellFormatter(columns[i])});
     addCaptions(columns);
 }
 
@@ -73,7 +74,7 @@ void TableBody::addCaptions(std::span<const ReportColumn> columns)
                 m_cells[i], line, m_columns[i].box.left - m_geometry.left, m_columns[i].box.right - m_geometry.left, m_columns[i].place,
                 m_captionHeight - padding - (skipped + static_cast<Tenths>(line)) * metrics.height - metrics.baseline, metrics.size);
     }
-    const Tenths width = m_geometry.right - m_geometry.left;
+    const Tenths width = m_geometry.tableRight - m_geometry.left;
     const std::string size = std::to_string(width) + " " + std::to_string(m_captionHeight);
     const std::string edge = " 0 m " + std::to_string(width) + " 0 l S\n";
     m_pages.addForm(kCaptionForm, ".855 .89 .93 rg 0 0 " + size + " re f\n12 w .3 .42 .56 RG 0" + edge + "BT\n" + canvas.content() + "ET\n",
@@ -136,22 +137,53 @@ void TableBody::layOut(std::span<const Value> cells)
             joinLines(m_text, begin);
         m_ends.push_back(m_text.size());
     }
+    if (!breakIntoLines(m_geometry.body) && !breakIntoLines(m_geometry.small))
+        moveBelow();
+}
+
+/// \returns false where a value is too wide that must not be broken.
+bool TableBody::breakIntoLines(const LineMetrics &metrics)
+{
+    const bool usual = metrics.size == m_geometry.body.size;
+    m_letters = metrics;
+    m_cells.clear();
+    m_outgrown.clear();
     m_lines = 1;
+    bool fits = true;
     std::size_t begin = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < m_ends.size(); ++i) {
         const Column &column = m_columns[i];
         const auto text = std::string_view(m_text).substr(begin, m_ends[i] - begin);
         begin = m_ends[i];
-        m_cells.push_back(column.wrap ? m_layout.wrap(text, column.style, column.box.limit)
-                                      : m_layout.fit(text, column.style, column.box.limit));
+        const Em limit = usual ? column.box.limit : metrics.limitFor(column.box.right - column.box.left);
+        m_cells.push_back(column.wrap || column.box.whole ? m_layout.wrap(text, column.style, limit)
+                                                          : m_layout.fit(text, column.style, limit));
         m_lines = std::max(m_lines, m_cells.back().lineCount);
+        fits = fits && (!column.box.whole || m_cells.back().lineCount <= 1);
+    }
+    return fits;
+}
+
+/// Values that are too wide even in the smallest letters get lines of their own.
+void TableBody::moveBelow()
+{
+    const auto isOutgrown = [&](std::size_t i) { return m_columns[i].box.whole && m_cells[i].lineCount > 1; };
+    m_lines = 1;
+    for (std::size_t i = 0; i < m_cells.size(); ++i)
+        if (!isOutgrown(i))
+            m_lines = std::max(m_lines, m_cells[i].lineCount);
+    for (std::size_t i = 0; i < m_cells.size(); ++i) {
+        if (!isOutgrown(i))
+            continue;
+        m_lines += m_outgrown.add(m_cells[i], m_columns[i].box, m_columns[i].place, m_lines, m_letters, m_layout);
+        m_cells[i].lineCount = 0;
     }
 }
 
 void TableBody::shadeRow(Tenths height)
 {
     if (m_rows % 2 != 0)
-        m_pages.shade(m_geometry.left, m_geometry.right, m_pages.cursor(), height);
+        m_pages.shade(m_geometry.left, m_geometry.tableRight, m_pages.cursor(), height);
 }
 
 void TableBody::drawWhole()
@@ -164,7 +196,7 @@ void TableBody::drawWhole()
 
 void TableBody::drawInParts()
 {
-    const Tenths line = m_geometry.body.height;
+    const Tenths line = m_letters.height;
     const std::string from = "(continued from the previous page)";
     const std::string onward = "(continued on the next page)";
     bool freshPage = false;
@@ -184,12 +216,12 @@ void TableBody::drawInParts()
         shadeRow(heightOf(taken));
         Tenths top = m_pages.cursor() - m_geometry.paddingY;
         if (at > 0) {
-            drawNotice(from, TextCanvas::Place::Start, top, m_geometry.body);
+            drawNotice(from, TextCanvas::Place::Start, top, m_letters);
             top -= line;
         }
         drawLines(at, count, top);
         if (!last)
-            drawNotice(onward, TextCanvas::Place::Right, top - static_cast<Tenths>(count) * line, m_geometry.body);
+            drawNotice(onward, TextCanvas::Place::Right, top - static_cast<Tenths>(count) * line, m_letters);
         m_pages.moveDown(heightOf(taken));
         at += count;
         if (at < m_lines) {
@@ -201,7 +233,7 @@ void TableBody::drawInParts()
 
 void TableBody::drawLines(std::uint32_t first, std::uint32_t count, Tenths top)
 {
-    const LineMetrics &metrics = m_geometry.body;
+    const LineMetrics &metrics = m_letters;
     TextCanvas &canvas = m_pages.text();
     for (std::size_t i = 0; i < m_cells.size(); ++i) {
         const TextBlock &cell = m_cells[i];
@@ -211,6 +243,7 @@ void TableBody::drawLines(std::uint32_t first, std::uint32_t count, Tenths top)
         for (std::uint32_t line = first; line < end; ++line, baseline -= metrics.height)
             canvas.drawLine(cell, line, column.box.left, column.box.right, column.place, baseline, metrics.size);
     }
+    m_outgrown.draw(first, count, top, m_letters, canvas);
 }
 
 /// A line of the program's own, told apart from data by its colour.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "documents/CellFormat.h"
+#include "documents/pdf/OutgrownValues.h"
 #include "documents/pdf/ReportPages.h"
 
 #include <span>
@@ -12,7 +13,8 @@
 namespace qm::pdf {
 
 /// Sets rows below each other and repeats the column captions on each page. A row stays whole unless it is taller than a page;
-/// then it goes on over pages with a mark on both sides of each cut.
+/// then it goes on over pages with a mark on both sides of each cut. A row with a value too wide for a column that is never broken into lines
+/// has smaller letters; where that does not help, the value stands on a line of its own below the row.
 class TableBody final
 {
 public:
@@ -41,6 +43,8 @@ private:
     void placeCaptions();
     void nextPage();
     void layOut(std::span<const Value> cells);
+    bool breakIntoLines(const LineMetrics &metrics);
+    void moveBelow();
     void drawWhole();
     void drawInParts();
     void drawLines(std::uint32_t first, std::uint32_t count, Tenths top);
@@ -48,7 +52,7 @@ private:
     void shadeRow(Tenths height);
     [[nodiscard]] Tenths heightOf(std::uint32_t lines) const
     {
-        return static_cast<Tenths>(lines) * m_geometry.body.height + 2 * m_geometry.paddingY;
+        return static_cast<Tenths>(lines) * m_letters.height + 2 * m_geometry.paddingY;
     }
 
     const PageGeometry &m_geometry;
@@ -62,6 +66,8 @@ private:
     std::vector<std::size_t> m_ends; ///< of the cells' texts in m_text
     std::vector<TextBlock> m_cells;
     std::uint32_t m_lines = 0;
+    LineMetrics m_letters; ///< of the row
+    OutgrownValues m_outgrown;
     std::int64_t m_rows = 0;
 };
 

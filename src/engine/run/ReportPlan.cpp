@@ -6,14 +6,9 @@
 #include "engine/run/ReportFields.h"
 #include "framework/LayoutWords.h"
 
-#include <algorithm>
-#include <numeric>
-
 namespace qm {
 
 namespace {
-
-constexpr double kNarrowestMm = 10;
 
 std::size_t fieldIndex(const QString &field, const QString &layoutName, std::span<const ResultColumn> result)
 {
@@ -89,35 +84,9 @@ ReportColumn resolveColumn(const LayoutColumn &asked, const ResultColumn &column
     resolved.format = asked.format.isEmpty() ? guessFormat(resolved.type, sample, index) : asked.format.toStdString();
     resolved.alignment = alignmentOf(asked.alignment, resolved.type);
     resolved.wrap = asked.wrap;
-    resolved.widthMm = asked.widthMm > 0 ? asked.widthMm : guessWidth(resolved, sample, index);
+    resolved.fixedWidth = asked.widthMm > 0;
+    resolved.widthMm = resolved.fixedWidth ? asked.widthMm : guessWidth(resolved, sample, index);
     return resolved;
-}
-
-/// Makes the columns fit \p pageMm by taking from the widest first; widths that the layout gives (\p fixed) stay.
-void fitWidths(std::vector<ReportColumn> &columns, const std::vector<bool> &fixed, double pageMm)
-{
-    double given = 0;
-    std::vector<double> widths;
-    for (std::size_t i = 0; i < columns.size(); ++i)
-        if (fixed[i])
-            given += columns[i].widthMm;
-        else
-            widths.push_back(columns[i].widthMm);
-    std::sort(widths.begin(), widths.end());
-    double left = pageMm - given;
-    if (widths.empty() || std::accumulate(widths.begin(), widths.end(), 0.0) <= left)
-        return;
-    double widest = kNarrowestMm;
-    for (std::size_t i = 0; i < widths.size(); ++i) {
-        widest = left / static_cast<double>(widths.size() - i);
-        if (widths[i] > widest)
-            break;
-        left -= widths[i];
-    }
-    widest = std::max(widest, kNarrowestMm);
-    for (std::size_t i = 0; i < columns.size(); ++i)
-        if (!fixed[i])
-            columns[i].widthMm = std::min(columns[i].widthMm, widest);
 }
 
 PageSetup pageSetup(const LayoutPage &page)
@@ -184,14 +153,13 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
     ReportPlan plan;
     plan.head = makeHead(used, layoutName, facts);
     checkFields(used, layoutName, result);
-    std::vector<bool> placed(result.size(), false), fixed;
+    std::vector<bool> placed(result.size(), false);
     const auto place = [&](const LayoutColumn &column, std::size_t index) {
         placed[index] = true;
         if (!column.visible)
             return;
         plan.shape.columns.push_back(resolveColumn(column, result[index], sample, index));
         plan.resultIndex.push_back(index);
-        fixed.push_back(column.widthMm > 0);
     };
     for (const LayoutColumn &column : used.columns)
         place(column, fieldIndex(column.field, layoutName, result));
@@ -203,7 +171,6 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
     plan.inResultOrder = plan.resultIndex.size() == result.size();
     for (std::size_t i = 0; i < plan.resultIndex.size(); ++i)
         plan.inResultOrder = plan.inResultOrder && plan.resultIndex[i] == i;
-    fitWidths(plan.shape.columns, fixed, plan.head.page.widthMm - 2 * plan.head.page.marginMm);
     return plan;
 }
 

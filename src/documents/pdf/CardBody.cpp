@@ -1,0 +1,284 @@
+#include "documents/pdf/CardBody.h"
+
+#include "documents/ReportWords.h"
+#include "documents/pdf/ColumnMeasure.h"
+
+#include <algorithm>
+
+namespace qm::pdf {
+
+namespace {
+
+constexpr std::size_t kMostSlots = 4;
+constexpr std::size_t kTriedRows = 100; ///< of the sample
+constexpr Tenths kSlotGutter = 120, kLabelGap = 40;
+constexpr Tenths kPadding = 16; ///< above and below the lines of a block
+constexpr Tenths kValueLetters = 70, kLineHeight = 85, kBaseline = 66;
+constexpr std::uint32_t kFewestLines = 3; ///< a block is not begun at the foot of a page for less
+
+Tenths widthIn(const LineMetrics &metrics, Em width)
+{
+    return static_cast<Tenths>((static_cast<std::int64_t>(width) * metrics.size + 999) / 1000);
+}
+
+} // namespace
+
+CardBody::CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, std::span<const ReportColumn> columns,
+                   const SampleRows &sample, std::string_view bandForm)
+    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm), m_value(kValueLetters),
+      m_label(columns::kSmallLetters)
+{
+    for (const ReportColumn &column : columns)
+        m_columns.push_back({column.caption, cellStyle(column), CellFormatter(column)});
+    m_value.height = kLineHeight;
+    m_value.baseline = kBaseline;
+    chooseSlots(sample);
+}
+
+void CardBody::setSlots(std::size_t slots, std::size_t forPairs)
+{
+    m_slots = slots;
+    m_pairSlots = forPairs;
+    m_slotWidth = (m_geometry.right - m_geometry.left + kSlotGutter) / static_cast<Tenths>(slots) - kSlotGutter;
+}
+
+void CardBody::chooseSlots(const SampleRows &sample)
+{
+    const std::size_t rows = std::min(sample.rows, kTriedRows);
+    std::int64_t fewest = -1;
+    std::pair<std::size_t, std::size_t> best{1, 1};
+    for (std::size_t slots = 1; slots <= kMostSlots; ++slots) {
+        for (std::size_t forPairs = slots; forPairs > 0; --forPairs) {
+            setSlots(slots, forPairs);
+            std::int64_t lines = 0;
+            for (std::size_t row = 0; row < rows; ++row) {
+                layOut(sample.row(row));
+                lines += m_lines;
+            }
+            if (fewest < 0 || lines < fewest) {
+                fewest = lines;
+                best = {slots, forPairs};
+            }
+        }
+    }
+    setSlots(best.first, best.second);
+}
+
+Tenths CardBody::slotLeft(std::size_t slot) const
+{
+    return m_geometry.left + static_cast<Tenths>(slot) * (m_slotWidth + kSlotGutter);
+}
+
+Tenths CardBody::slotsWidth(std::size_t slots) const
+{
+    return slots == m_slots ? m_geometry.right - m_geometry.left
+                            : static_cast<Tenths>(slots) * (m_slotWidth + kSlotGutter) - kSlotGutter;
+}
+
+void CardBody::openPage()
+{
+    m_pages.newPage();
+    if (!m_bandForm.empty())
+        m_pages.place(m_bandForm, 0, 0);
+}
+
+void CardBody::begin()
+{
+    m_layout.clear();
+    if (m_pages.room() < static_cast<Tenths>(kFewestLines + 1) * m_value.height)
+        openPage();
+    drawMark("Each block is a row. Fields without a value are not in it.", TextCanvas::Place::Start);
+    m_pages.moveDown(kPadding);
+    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+}
+
+void CardBody::addRow(std::span<const Value> cells)
+{
+    layOut(cells);
+    const Tenths height = static_cast<Tenths>(m_lines) * m_value.height + 2 * kPadding;
+    if (height > m_geometry.top - m_geometry.bottom) {
+        drawInParts();
+        return;
+    }
+    if (height > m_pages.room())
+        openPage();
+    drawWhole();
+}
+
+void CardBody::layOut(std::span<const Value> cells)
+{
+    m_layout.clear();
+    m_text.clear();
+    m_ends.clear();
+    const std::size_t count = std::min(cells.size(), m_columns.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        if (cells[i].isNull() && (i > 0 || count > 1))
+            continue;
+        m_columns[i].formatter.append(cells[i], m_text);
+        m_ends.emplace_back(i, m_text.size());
+    }
+    measure();
+    arrange(m_pairSlots);
+    if (m_pairSlots == m_slots)
+        return;
+    // A text much longer than those of the sample goes below after all.
+    const std::uint32_t beside = m_lines;
+    arrange(m_slots);
+    if (beside <= 2 * m_lines)
+        arrange(m_pairSlots);
+}
+
+void CardBody::measure()
+{
+    m_pairs.clear();
+    std::size_t begin = 0;
+    for (const auto &[index, end] : m_ends) {
+        const Column &column = m_columns[index];
+        const auto text = std::string_view(m_text).substr(begin, end - begin);
+        begin = end;
+        Pair pair{index, m_layout.wrap(column.label, TextStyle::Regular, kEndless),
+                  m_layout.wrap(text, column.style, kEndless)};
+        pair.labelWidth = pair.label.lineCount > 1 ? kBroken : widthIn(m_label, m_layout.line(pair.label, 0).width);
+        pair.width = pair.label.lineCount > 1 || pair.value.lineCount > 1
+                         ? kBroken
+                         : pair.labelWidth + kLabelGap + widthIn(m_value, m_layout.line(pair.value, 0).width);
+        m_pairs.push_back(pair);
+    }
+}
+
+/// Pairs that fit on a line of the first \p slots fill the lines in their order; the others stand in the slots behind those, or below.
+void CardBody::arrange(std::size_t slots)
+{
+    m_pieces.clear();
+    m_lines = 0;
+    std::size_t taken = slots; // of the current line
+    for (const Pair &pair : m_pairs) {
+        std::size_t needed = 1;
+        while (needed <= slots && slotsWidth(needed) < pair.width)
+            ++needed;
+        if (needed > slots)
+            continue;
+        if (taken + needed > slots) {
+            ++m_lines;
+            taken = 0;
+        }
+        const Tenths left = slotLeft(taken);
+        const Tenths value = left + pair.labelWidth + kLabelGap;
+        m_pieces.push_back({m_lines - 1, 0, pair.label, left, value, true});
+        m_pieces.push_back({m_lines - 1, 0, pair.value, value, left + slotsWidth(needed), false});
+        taken += needed;
+    }
+    const bool beside = slots < m_slots;
+    std::uint32_t line = beside ? 0 : m_lines;
+    for (const Pair &pair : m_pairs)
+        if (slotsWidth(slots) < pair.width)
+            arrangeLong(pair, beside ? slotLeft(slots) : m_geometry.left, line);
+    m_lines = std::max({m_lines, line, 1U});
+}
+
+/// A value with lines of its own from \p left to the right margin, its label before its first line.
+void CardBody::arrangeLong(const Pair &pair, Tenths left, std::uint32_t &line)
+{
+    const Tenths right = m_geometry.right;
+    const bool besideLabel = pair.labelWidth <= (right - left) / 3;
+    const TextBlock label =
+        besideLabel ? pair.label : m_layout.wrap(pair.label.text, pair.label.style, m_label.limitFor(right - left));
+    for (std::uint32_t i = 0; i < label.lineCount; ++i)
+        m_pieces.push_back({line + i, i, label, left, right, true});
+    if (!besideLabel)
+        line += label.lineCount;
+    const Tenths valueLeft = besideLabel ? left + pair.labelWidth + kLabelGap : left;
+    const TextBlock value = m_layout.wrap(pair.value.text, pair.value.style, m_value.limitFor(right - valueLeft));
+    for (std::uint32_t i = 0; i < value.lineCount; ++i)
+        m_pieces.push_back({line + i, i, value, valueLeft, right, false});
+    line += value.lineCount;
+}
+
+void CardBody::closeBlock()
+{
+    m_pages.moveDown(kPadding);
+    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+}
+
+void CardBody::drawWhole()
+{
+    m_pages.moveDown(kPadding);
+    drawLines(0, m_lines);
+    closeBlock();
+}
+
+void CardBody::drawInParts()
+{
+    bool freshPage = false;
+    for (std::uint32_t at = 0; at < m_lines;) {
+        const auto fits = static_cast<std::uint32_t>(std::max(0, (m_pages.room() - 2 * kPadding) / m_value.height));
+        const std::uint32_t marks = at > 0 ? 1 : 0;
+        const std::uint32_t rest = m_lines - at;
+        const bool last = rest + marks <= fits;
+        std::uint32_t count = last ? rest : fits - std::min(fits, marks + 1);
+        if (count < std::min(kFewestLines, rest) && !freshPage) {
+            openPage();
+            freshPage = true;
+            continue;
+        }
+        count = std::max(1U, count);
+        m_pages.moveDown(kPadding);
+        if (at > 0)
+            drawMark("(continued from the previous page)", TextCanvas::Place::Start);
+        drawLines(at, count);
+        at += count;
+        if (at < m_lines) {
+            drawMark("(continued on the next page)", TextCanvas::Place::Right);
+            openPage();
+            freshPage = true;
+        }
+    }
+    closeBlock();
+}
+
+/// Draws \p count lines of the block and moves below them.
+void CardBody::drawLines(std::uint32_t first, std::uint32_t count)
+{
+    TextCanvas &canvas = m_pages.text();
+    const Tenths top = m_pages.cursor();
+    // Labels first would change the colour once a block instead of twice a pair, but text is read and copied in the order drawn.
+    for (const Piece &piece : m_pieces) {
+        if (piece.line < first || piece.line >= first + count)
+            continue;
+        canvas.setInk(piece.isLabel ? Ink::Faint : Ink::Text);
+        canvas.drawLine(piece.block, piece.textLine, piece.left, piece.right, TextCanvas::Place::Start,
+                        top - static_cast<Tenths>(piece.line - first) * m_value.height - m_value.baseline,
+                        piece.isLabel ? m_label.size : m_value.size);
+    }
+    canvas.setInk(Ink::Text);
+    m_pages.moveDown(static_cast<Tenths>(count) * m_value.height);
+}
+
+/// A line of the program's own, told apart from data by its colour.
+void CardBody::drawMark(const std::string &text, TextCanvas::Place place)
+{
+    const TextBlock block = m_layout.fit(text, TextStyle::Regular, m_value.limitFor(m_geometry.right - m_geometry.left));
+    m_pages.text().setInk(Ink::Faint);
+    m_pages.text().drawLine(block, 0, m_geometry.left, m_geometry.right, place, m_pages.cursor() - m_value.baseline, m_value.size);
+    m_pages.text().setInk(Ink::Text);
+    m_pages.moveDown(m_value.height);
+}
+
+void CardBody::drawBelow(const std::string &text)
+{
+    m_layout.clear();
+    if (m_pages.room() < m_value.height + 2 * kPadding)
+        openPage();
+    m_pages.moveDown(kPadding);
+    drawMark(text, TextCanvas::Place::Start);
+}
+
+void CardBody::end(const ReportTail &tail)
+{
+    if (tail.rows == 0)
+        drawBelow(std::string(kNoRows) + ". The query found nothing for this report.");
+    if (tail.truncated)
+        drawBelow(cutNotice(tail));
+}
+
+} // namespace qm::pdf

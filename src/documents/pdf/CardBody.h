@@ -1,0 +1,89 @@
+/// \file
+/// The rows of a report as blocks below each other, for columns that no page holds side by side.
+#pragma once
+
+#include "documents/CellFormat.h"
+#include "documents/pdf/ReportPages.h"
+
+#include <span>
+#include <string>
+#include <vector>
+
+namespace qm::pdf {
+
+/// Each row is a block of labels and values: short ones in up to four slots of equal width, a value taking as many of them as it needs on
+/// one line; what no line holds is broken into lines, below the others over the full width or in slots of its own beside them. The first rows
+/// decide which: the fewest lines. What is NULL in a row is not in its block. A block
+/// stays whole unless it is taller than a page; then it goes on over pages with a mark on both sides of each cut.
+class CardBody final
+{
+public:
+    /// \param sample    the first rows.
+    /// \param bandForm  form XObject to place on each page, empty for none.
+    CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, std::span<const ReportColumn> columns,
+             const SampleRows &sample, std::string_view bandForm);
+
+    /// Begins a page.
+    void openPage();
+    /// Begins the blocks below what the open page holds.
+    void begin();
+    void addRow(std::span<const Value> cells);
+    /// Says below the last block when there is none or when there are more rows.
+    void end(const ReportTail &tail);
+
+private:
+    struct Column
+    {
+        std::string label;
+        TextStyle style = TextStyle::Regular;
+        CellFormatter formatter;
+    };
+    /// A label and a value of the row, measured.
+    struct Pair
+    {
+        std::size_t column = 0;
+        TextBlock label, value;
+        Tenths labelWidth = 0, width = 0; ///< width of both; of a value with lines of its own: kBroken
+    };
+    /// A line of a text at its place in the block.
+    struct Piece
+    {
+        std::uint32_t line = 0, textLine = 0;
+        TextBlock block;
+        Tenths left = 0, right = 0;
+        bool isLabel = false;
+    };
+    static constexpr Tenths kBroken = 1'000'000'000;
+
+    void layOut(std::span<const Value> cells);
+    void measure();
+    void arrange(std::size_t slots);
+    void arrangeLong(const Pair &pair, Tenths left, std::uint32_t &line);
+    void setSlots(std::size_t slots, std::size_t forPairs);
+    void chooseSlots(const SampleRows &sample);
+    void drawWhole();
+    void drawInParts();
+    void drawLines(std::uint32_t first, std::uint32_t count);
+    void drawMark(const std::string &text, TextCanvas::Place place);
+    void drawBelow(const std::string &text);
+    void closeBlock();
+    [[nodiscard]] Tenths slotLeft(std::size_t slot) const;
+    [[nodiscard]] Tenths slotsWidth(std::size_t slots) const;
+
+    const PageGeometry &m_geometry;
+    TextLayout &m_layout;
+    ReportPages &m_pages;
+    std::string m_bandForm;
+    LineMetrics m_value, m_label;
+    std::vector<Column> m_columns;
+    std::size_t m_slots = 1, m_pairSlots = 1; ///< all, and those for values of one line
+    Tenths m_slotWidth = 0;
+    // The row being set.
+    std::string m_text;
+    std::vector<std::pair<std::size_t, std::size_t>> m_ends; ///< column, and the end of its text in m_text
+    std::vector<Pair> m_pairs;
+    std::vector<Piece> m_pieces;
+    std::uint32_t m_lines = 0;
+};
+
+} // namespace qm::pdf
