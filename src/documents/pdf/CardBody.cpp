@@ -82,6 +82,12 @@ void CardBody::openPage()
         m_pages.place(m_bandForm, 0, 0);
 }
 
+void CardBody::nextPage()
+{
+    openPage();
+    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+}
+
 void CardBody::begin()
 {
     m_layout.clear();
@@ -101,7 +107,7 @@ void CardBody::addRow(std::span<const Value> cells)
         return;
     }
     if (height > m_pages.room())
-        openPage();
+        nextPage();
     drawWhole();
 }
 
@@ -217,7 +223,7 @@ void CardBody::drawInParts()
         const bool last = rest + marks <= fits;
         std::uint32_t count = last ? rest : fits - std::min(fits, marks + 1);
         if (count < std::min(kFewestLines, rest) && !freshPage) {
-            openPage();
+            nextPage();
             freshPage = true;
             continue;
         }
@@ -229,7 +235,7 @@ void CardBody::drawInParts()
         at += count;
         if (at < m_lines) {
             drawMark("(continued on the next page)", TextCanvas::Place::Right);
-            openPage();
+            nextPage();
             freshPage = true;
         }
     }
@@ -268,7 +274,7 @@ void CardBody::drawBelow(const std::string &text)
 {
     m_layout.clear();
     if (m_pages.room() < m_value.height + 2 * kPadding)
-        openPage();
+        nextPage();
     m_pages.moveDown(kPadding);
     drawMark(text, TextCanvas::Place::Start);
 }

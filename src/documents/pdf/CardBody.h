@@ -55,6 +55,7 @@ private:
     };
     static constexpr Tenths kBroken = 1'000'000'000;
 
+    void nextPage();
     void layOut(std::span<const Value> cells);
     void measure();
     void arrange(std::size_t slots);
