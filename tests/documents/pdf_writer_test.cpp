@@ -555,6 +555,45 @@ private Q_SLOTS:
             QVERIFY2(word.left > 20 && word.right < 298 - 20 && word.top > 20 && word.bottom < 420 - 20, qPrintable(word.text));
     }
 
+    void groups_of_blocks_have_headings_and_sums()
+    {
+        Report report;
+        report.head.page = {105, 148, 8};
+        for (int i = 0; i < 12; ++i)
+            report.columns.push_back(column(("Heading" + std::to_string(i)).c_str(), 0));
+        const QString path = m_folder.filePath(u"groups.pdf"_s);
+        OutputFile file(path);
+        const auto writer = makePdfWriter(file, {.fontFolder = shippedFonts()});
+        ReportShape shape;
+        shape.columns = report.columns;
+        shape.groups.resize(1);
+        shape.groups[0].column = column("Server", 0);
+        shape.groups[0].newPage = true;
+        shape.groups[0].subtotals.resize(1);
+        shape.groups[0].subtotals[0].caption = "Attempts";
+        shape.totals = shape.groups[0].subtotals;
+        writer->begin(report.head, shape, {});
+        const std::vector<Value> row(12, Value::ofText("value"));
+        const Value first = Value::of(std::int64_t{41}), second = Value::of(std::int64_t{1}), sum = Value::of(std::int64_t{42});
+        for (const auto &[key, rows, attempts] : {std::tuple("SRV-1", 2, first), std::tuple("SRV-2", 1, second)}) {
+            writer->beginGroup(0, Value::ofText(key));
+            for (int i = 0; i < rows; ++i)
+                writer->row(row);
+            writer->endGroup({0, Value::ofText(key), rows, std::span(&attempts, 1), false});
+        }
+        ReportTail tail;
+        tail.rows = 3;
+        tail.totals = std::span(&sum, 1);
+        writer->end(tail);
+        file.commit();
+        checkStructure(path);
+        QCOMPARE(information(path, u"Pages"_s), u"2"_s);
+        QVERIFY(textOf(path, 1, 1).contains(u"Server SRV-1\n"_s) && textOf(path, 2, 2).contains(u"Server SRV-2\n"_s));
+        QVERIFY(squeezed(textOf(path, 1, 1)).contains(u"SRV-12rowsAttempts41"_s));
+        QVERIFY(!squeezed(textOf(path)).contains(u"Attempts1"_s)); // none for a group of one row
+        QVERIFY(squeezed(textOf(path, 2, 2)).contains(u"Totals3rowsAttempts42"_s));
+    }
+
     void the_document_says_what_it_is()
     {
         Report report = numbered(1);

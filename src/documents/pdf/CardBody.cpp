@@ -14,6 +14,7 @@ constexpr std::size_t kTriedRows = 100; ///< of the sample
 constexpr Tenths kSlotGutter = 120, kLabelGap = 40;
 constexpr Tenths kPadding = 16; ///< above and below the lines of a block
 constexpr Tenths kValueLetters = 70, kLineHeight = 85, kBaseline = 66;
+constexpr Tenths kHeadingAbove = 60, kHeadingKeeps = 600; ///< kept free above a group's heading, and below it for rows
 constexpr std::uint32_t kFewestLines = 3; ///< a block is not begun at the foot of a page for less
 
 Tenths widthIn(const LineMetrics &metrics, Em width)
@@ -23,16 +24,27 @@ Tenths widthIn(const LineMetrics &metrics, Em width)
 
 } // namespace
 
-CardBody::CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, std::span<const ReportColumn> columns,
-                   const SampleRows &sample, std::string_view bandForm)
-    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm), m_value(kValueLetters),
-      m_label(columns::kSmallLetters)
+CardBody::CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, const ReportShape &shape, const SampleRows &sample,
+                   std::string_view bandForm)
+    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm), m_value(kValueLetters), m_label(columns::kSmallLetters),
+      m_totals(summedOf(shape.totals))
 {
-    for (const ReportColumn &column : columns)
-        m_columns.push_back({column.caption, cellStyle(column), CellFormatter(column)});
     m_value.height = kLineHeight;
     m_value.baseline = kBaseline;
+    for (const ReportColumn &column : shape.columns)
+        m_columns.push_back({column.caption, cellStyle(column), CellFormatter(column)});
+    for (const GroupLevel &level : shape.groups)
+        m_levels.push_back(
+            {level.column.caption, CellFormatter(level.column), level.heading, level.newPage, summedOf(level.subtotals), {}});
     chooseSlots(sample);
+}
+
+std::vector<CardBody::Summed> CardBody::summedOf(const std::vector<Subtotal> &subtotals)
+{
+    std::vector<Summed> summed;
+    for (const Subtotal &subtotal : subtotals)
+        summed.push_back({subtotal.caption.empty() ? subtotal.value.caption : subtotal.caption, CellFormatter(subtotal.value)});
+    return summed;
 }
 
 void CardBody::setSlots(std::size_t slots, std::size_t forPairs)
@@ -84,6 +96,7 @@ void CardBody::openPage()
 
 void CardBody::nextPage()
 {
+    m_hasRows = false;
     openPage();
     m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
 }
@@ -98,15 +111,77 @@ void CardBody::begin()
     m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
 }
 
+void CardBody::beginGroup(std::size_t level, const Value &key)
+{
+    if (level >= m_levels.size())
+        return;
+    Level &own = m_levels[level];
+    own.key.clear();
+    own.formatter.append(key, own.key);
+    std::replace_if(
+        own.key.begin(), own.key.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+    if (own.key.empty())
+        own.key = key.isNull() ? "(no value)" : "(empty)";
+    if (own.newPage && m_hasRows)
+        nextPage();
+    if (!own.heading)
+        return;
+    const LineMetrics metrics(level == 0 ? 90 : level == 1 ? 85 : 75);
+    m_layout.clear();
+    const TextBlock label = m_layout.fit(own.label, TextStyle::Regular, m_label.limitFor((m_geometry.right - m_geometry.left) / 3));
+    const Tenths left = m_geometry.left + (own.label.empty() ? 0 : widthIn(m_label, m_layout.line(label, 0).width) + kLabelGap);
+    const TextBlock name = m_layout.wrap(own.key, TextStyle::Bold, metrics.limitFor(m_geometry.right - left));
+    const Tenths height = static_cast<Tenths>(name.lineCount) * metrics.height + kHeadingAbove + kPadding;
+    if (m_pages.room() < height + kHeadingKeeps)
+        nextPage();
+    const Tenths top = m_pages.cursor() - kHeadingAbove - metrics.baseline;
+    TextCanvas &canvas = m_pages.text();
+    canvas.setInk(Ink::Faint);
+    canvas.drawLine(label, 0, m_geometry.left, m_geometry.right, TextCanvas::Place::Start, top, m_label.size);
+    canvas.setInk(Ink::Title);
+    for (std::uint32_t i = 0; i < name.lineCount; ++i)
+        canvas.drawLine(name, i, left, m_geometry.right, TextCanvas::Place::Start, top - static_cast<Tenths>(i) * metrics.height, metrics.size);
+    canvas.setInk(Ink::Text);
+    m_pages.moveDown(height);
+    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+}
+
 void CardBody::addRow(std::span<const Value> cells)
 {
     layOut(cells);
     const Tenths height = static_cast<Tenths>(m_lines) * m_value.height + 2 * kPadding;
-    if (height > m_geometry.top - m_geometry.bottom) {
+    const bool fitsPage = height <= m_geometry.top - m_geometry.bottom;
+    if (fitsPage && height > m_pages.room())
+        nextPage();
+    if (fitsPage)
+        drawWhole();
+    else
         drawInParts();
+    m_hasRows = true;
+}
+
+void CardBody::endGroup(const GroupEnd &group)
+{
+    if (group.level >= m_levels.size() || group.rows < 2)
         return;
+    const Level &level = m_levels[group.level];
+    if (!level.subtotals.empty())
+        drawSums(level.key, rowsText(group.rows) + (group.cut ? " (cut off by the row limit)" : ""), level.subtotals, group.subtotals);
+}
+
+/// What is added up, as a block in bold letters.
+void CardBody::drawSums(const std::string &of, const std::string &rows, const std::vector<Summed> &sums, std::span<const Value> values)
+{
+    m_layout.clear();
+    m_pairs.clear();
+    std::vector<std::string> texts(std::min(sums.size(), values.size()));
+    addPair(of, rows, TextStyle::Bold);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        sums[i].formatter.append(values[i], texts[i]);
+        addPair(sums[i].label, texts[i], TextStyle::Bold);
     }
-    if (height > m_pages.room())
+    arrange(m_slots);
+    if (static_cast<Tenths>(m_lines) * m_value.height + 2 * kPadding > m_pages.room())
         nextPage();
     drawWhole();
 }
@@ -123,7 +198,12 @@ void CardBody::layOut(std::span<const Value> cells)
         m_columns[i].formatter.append(cells[i], m_text);
         m_ends.emplace_back(i, m_text.size());
     }
-    measure();
+    m_pairs.clear();
+    std::size_t begin = 0;
+    for (const auto &[index, end] : m_ends) {
+        addPair(m_columns[index].label, std::string_view(m_text).substr(begin, end - begin), m_columns[index].style);
+        begin = end;
+    }
     arrange(m_pairSlots);
     if (m_pairSlots == m_slots)
         return;
@@ -134,22 +214,15 @@ void CardBody::layOut(std::span<const Value> cells)
         arrange(m_pairSlots);
 }
 
-void CardBody::measure()
+/// The texts must stay where they are until the row is drawn.
+void CardBody::addPair(std::string_view label, std::string_view value, TextStyle style)
 {
-    m_pairs.clear();
-    std::size_t begin = 0;
-    for (const auto &[index, end] : m_ends) {
-        const Column &column = m_columns[index];
-        const auto text = std::string_view(m_text).substr(begin, end - begin);
-        begin = end;
-        Pair pair{index, m_layout.wrap(column.label, TextStyle::Regular, kEndless),
-                  m_layout.wrap(text, column.style, kEndless)};
-        pair.labelWidth = pair.label.lineCount > 1 ? kBroken : widthIn(m_label, m_layout.line(pair.label, 0).width);
-        pair.width = pair.label.lineCount > 1 || pair.value.lineCount > 1
-                         ? kBroken
-                         : pair.labelWidth + kLabelGap + widthIn(m_value, m_layout.line(pair.value, 0).width);
-        m_pairs.push_back(pair);
-    }
+    Pair pair{m_layout.wrap(label, TextStyle::Regular, kEndless), m_layout.wrap(value, style, kEndless)};
+    pair.labelWidth = pair.label.lineCount > 1 ? kBroken : widthIn(m_label, m_layout.line(pair.label, 0).width);
+    pair.width = pair.label.lineCount > 1 || pair.value.lineCount > 1
+                     ? kBroken
+                     : pair.labelWidth + kLabelGap + widthIn(m_value, m_layout.line(pair.value, 0).width);
+    m_pairs.push_back(pair);
 }
 
 /// Pairs that fit on a line of the first \p slots fill the lines in their order; the others stand in the slots behind those, or below.
@@ -283,6 +356,8 @@ void CardBody::end(const ReportTail &tail)
 {
     if (tail.rows == 0)
         drawBelow(std::string(kNoRows) + ". The query found nothing for this report.");
+    else if (!m_totals.empty())
+        drawSums(tail.truncated ? "Totals of the rows shown" : "Totals", rowsText(tail.rows), m_totals, tail.totals);
     if (tail.truncated)
         drawBelow(cutNotice(tail));
 }

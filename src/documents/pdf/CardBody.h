@@ -18,17 +18,19 @@ namespace qm::pdf {
 class CardBody final
 {
 public:
-    /// \param sample    the first rows.
+    /// \param shape     of it, hidden columns are not looked at. \param sample  the first rows.
     /// \param bandForm  form XObject to place on each page, empty for none.
-    CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, std::span<const ReportColumn> columns,
-             const SampleRows &sample, std::string_view bandForm);
+    CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, const ReportShape &shape, const SampleRows &sample,
+              std::string_view bandForm);
 
     /// Begins a page.
     void openPage();
     /// Begins the blocks below what the open page holds.
     void begin();
+    void beginGroup(std::size_t level, const Value &key);
     void addRow(std::span<const Value> cells);
-    /// Says below the last block when there is none or when there are more rows.
+    void endGroup(const GroupEnd &group);
+    /// Draws the totals and says below the last block when there is none or when there are more rows.
     void end(const ReportTail &tail);
 
 private:
@@ -41,7 +43,6 @@ private:
     /// A label and a value of the row, measured.
     struct Pair
     {
-        std::size_t column = 0;
         TextBlock label, value;
         Tenths labelWidth = 0, width = 0; ///< width of both; of a value with lines of its own: kBroken
     };
@@ -54,10 +55,25 @@ private:
         bool isLabel = false;
     };
     static constexpr Tenths kBroken = 1'000'000'000;
+    struct Summed
+    {
+        std::string label;
+        CellFormatter formatter;
+    };
+    struct Level
+    {
+        std::string label;
+        CellFormatter formatter;
+        bool heading = true, newPage = false;
+        std::vector<Summed> subtotals;
+        std::string key; ///< of the open group, as it is shown
+    };
 
     void nextPage();
     void layOut(std::span<const Value> cells);
-    void measure();
+    void addPair(std::string_view label, std::string_view value, TextStyle style);
+    static std::vector<Summed> summedOf(const std::vector<Subtotal> &subtotals);
+    void drawSums(const std::string &of, const std::string &rows, const std::vector<Summed> &sums, std::span<const Value> values);
     void arrange(std::size_t slots);
     void arrangeLong(const Pair &pair, Tenths left, std::uint32_t &line);
     void setSlots(std::size_t slots, std::size_t forPairs);
@@ -77,6 +93,9 @@ private:
     std::string m_bandForm;
     LineMetrics m_value, m_label;
     std::vector<Column> m_columns;
+    std::vector<Level> m_levels;
+    std::vector<Summed> m_totals;
+    bool m_hasRows = false; ///< on the page
     std::size_t m_slots = 1, m_pairSlots = 1; ///< all, and those for values of one line
     Tenths m_slotWidth = 0;
     // The row being set.

@@ -51,6 +51,18 @@ public:
         m_body->begin();
     }
 
+    void beginGroup(std::size_t level, const Value &key) override
+    {
+        if (m_cards)
+            m_cards->beginGroup(level, key);
+    }
+
+    void endGroup(const GroupEnd &group) override
+    {
+        if (m_cards)
+            m_cards->endGroup(group);
+    }
+
     void row(std::span<const Value> cells) override
     {
         const std::span<const Value> shown = m_fit->shownOf(cells);
@@ -93,7 +105,7 @@ private:
             const std::span<const Value> shown = m_fit->shownOf(sample.row(row));
             cells.insert(cells.end(), shown.begin(), shown.end());
         }
-        m_cards.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape().columns, SampleRows{cells, sample.rows, sample.whole},
+        m_cards.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape(), SampleRows{cells, sample.rows, sample.whole},
                         m_bands->formName());
         m_cards->openPage();
         m_titleBlock->draw(m_head, *m_pages);

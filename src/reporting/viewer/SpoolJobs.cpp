@@ -2,9 +2,11 @@
 
 #include "core/RuntimeError.h"
 #include "documents/CellFormat.h"
+#include "engine/rows/RowSample.h"
 #include "reporting/viewer/TextCollation.h"
 
 #include <algorithm>
+#include <deque>
 #include <sqlite3.h>
 
 namespace qm {
@@ -179,16 +181,55 @@ std::shared_ptr<const RowHits> searchRows(const SpooledReport &report, const Sea
     return hits;
 }
 
+namespace {
+
+/// Keeps copies of the first rows until a writer begins with them.
+class FirstRows final
+{
+public:
+    /// \returns whether there is room for more.
+    bool add(std::span<const Value> row)
+    {
+        for (Value value : row) {
+            if (value.size > 0)
+                value.data = m_texts.emplace_back(value.text()).data();
+            m_bytes += value.size;
+            m_cells.push_back(value);
+        }
+        return ++m_rows < RowSample::kRows && m_bytes < RowSample::kBytes;
+    }
+    [[nodiscard]] SampleRows sample(bool whole) const { return {m_cells, m_rows, whole}; }
+
+private:
+    std::deque<std::string> m_texts;
+    std::vector<Value> m_cells;
+    std::size_t m_rows = 0, m_bytes = 0;
+};
+
+} // namespace
+
 void exportRows(const SpooledReport &report, const RowOrder &order, const ExportRequest &request, CancelFlag &cancel, JobProgress &progress)
 {
     OutputFile file(request.path);
     const auto writer = makeWriter(request.format, file, {.csv = report.csv, .fontFolder = request.fontFolder});
     ReportHead head = report.head;
     head.facts.insert(head.facts.end(), request.extraFacts.begin(), request.extraFacts.end());
-    writer->begin(head, report.shape, {});
+    FirstRows first;
+    bool begun = false;
+    const auto begin = [&](bool whole) {
+        const SampleRows sample = first.sample(whole);
+        writer->begin(head, report.shape, sample);
+        for (std::size_t i = 0; i < sample.rows; ++i)
+            writer->row(sample.row(i));
+        first = {};
+        begun = true;
+    };
     std::int64_t written = 0;
     const auto write = [&](std::span<const Value> row) {
-        writer->row(row);
+        if (begun)
+            writer->row(row);
+        else if (!first.add(row))
+            begin(false);
         if (++written % kRowsPerCheck == 0) {
             cancel.check();
             progress.store(written, std::memory_order_relaxed);
@@ -198,6 +239,8 @@ void exportRows(const SpooledReport &report, const RowOrder &order, const Export
         forEachRow(report, write);
     else
         forEachRow(report, order, write);
+    if (!begun)
+        begin(true);
     ReportTail tail = report.tail;
     tail.rows = order.size();
     writer->end(tail);
