@@ -1,5 +1,5 @@
-// How columns share a page, with widths worked out by hand. Em: thousandths of the letter size; 7.5 point letters make 1000 of them 75 tenths of
-// a point.
+// How columns share a page, with widths worked out by hand. Em: thousandths of the letter size; 7.5 point letters make 1000 of them 75
+// tenths of a point.
 #include "documents/columns/ColumnFit.h"
 #include "documents/columns/LineSharing.h"
 
@@ -82,10 +82,10 @@ private Q_SLOTS:
         QCOMPARE(natural.boxes[1].left, 60 + 150 + 160);
         QCOMPARE(natural.boxes[2].left, 60 + 150 + 160 + 600 + 120);
         QCOMPARE(natural.width, 1300);
-        QCOMPARE(widths(fitColumns(columns, {1858}, false)), (Widths{150, 600, 150}));   // 69.97 %
-        QCOMPARE(widths(fitColumns(columns, {1857}, false)), (Widths{150, 1157, 150}));  // 70.01 %
-        QCOMPARE(widths(fitColumns(columns, {1300}, false)), (Widths{150, 600, 150}));   // all of it
-        QCOMPARE(widths(fitColumns(columns, {1200}, false)), (Widths{150, 500, 150}));   // the wish gives way, no floor
+        QCOMPARE(widths(fitColumns(columns, {1858}, false)), (Widths{150, 600, 150}));             // 69.97 %
+        QCOMPARE(widths(fitColumns(columns, {1857}, false)), (Widths{150, 1157, 150}));            // 70.01 %
+        QCOMPARE(widths(fitColumns(columns, {1300}, false)), (Widths{150, 600, 150}));             // all of it
+        QCOMPARE(widths(fitColumns(columns, {1200}, false)), (Widths{150, 500, 150}));             // the wish gives way, no floor
         QCOMPARE(widths(fitColumns(std::vector{text(2000, 90000)}, {9000}, false)), Widths{2551}); // no wish above 90 mm
         QCOMPARE(widths(fitColumns(std::vector{whole(10000)}, {900}, false)), Widths{750});        // nothing to stretch
     }
@@ -138,9 +138,10 @@ private Q_SLOTS:
 
     void texts_share_so_that_the_sample_takes_the_fewest_lines()
     {
-        // Two columns of 2000 and 4000 at the least, 10000 between them: the long texts of the second need 8000 for two lines; a row is as high as
-        // its highest cell, so the first one's short texts may take two as well.
-        const SampleTexts shorter = texts({{1000, 1000}, {1000, 1000}}), longer = texts({{3900, 3900, 3900, 3900}, {3900, 3900, 3900, 3900}});
+        // Two columns of 2000 and 4000 at the least, 10000 between them: the long texts of the second need 8000 for two lines; a row is as
+        // high as its highest cell, so the first one's short texts may take two as well.
+        const SampleTexts shorter = texts({{1000, 1000}, {1000, 1000}}),
+                          longer = texts({{3900, 3900, 3900, 3900}, {3900, 3900, 3900, 3900}});
         const std::vector<Sharer> sharers{{&shorter, 75}, {&longer, 300}};
         const auto shares = shareForFewestLines(sharers, 750 - 375, 75);
         QCOMPARE(std::accumulate(shares.begin(), shares.end(), 0), 375);

@@ -120,7 +120,8 @@ class ReportColumnsTest final : public QObject
             const QString caption = QString::fromStdString(report.columns[i].caption);
             QStringList values = report.values[i];
             values.removeAll(QString());
-            const bool saidOnce = !values.isEmpty() && values.size() == report.values[i].size() && values.count(values[0]) == values.size() &&
+            const bool saidOnce = !values.isEmpty() && values.size() == report.values[i].size() &&
+                                  values.count(values[0]) == values.size() &&
                                   squeezed(text).contains(squeezed(values[0] + u" in all rows"_s));
             if (saidOnce || (values.isEmpty() && text.contains(u"Columns left out"_s)))
                 continue;
@@ -197,8 +198,7 @@ private Q_SLOTS:
 
     void all_nineteen_columns_take_a_third_of_the_pages()
     {
-        const QString home =
-            QDirIterator(m_folder.filePath(u"Packages/Server/Query Groups"_s), QDir::Dirs | QDir::NoDotAndDotDot).next();
+        const QString home = QDirIterator(m_folder.filePath(u"Packages/Server/Query Groups"_s), QDir::Dirs | QDir::NoDotAndDotDot).next();
         const auto report = write(home + u"/All.rqn"_s, {297, 210, 12}, m_folder.filePath(u"all.pdf"_s));
         QCOMPARE(report->columns.size(), std::size_t{19});
         QCOMPARE(report->values[0].size(), 300);

@@ -223,9 +223,9 @@ private:
     Tenths m_letters, m_room;
     std::int64_t m_step = kFinestStep;
     std::size_t m_rows = 0;
-    std::vector<Tenths> m_most;         ///< shares beyond which no line is saved
-    std::vector<std::int64_t> m_all;    ///< steps in them
-    std::vector<std::int64_t> m_steps;  ///< steps had now
+    std::vector<Tenths> m_most;                                   ///< shares beyond which no line is saved
+    std::vector<std::int64_t> m_all;                              ///< steps in them
+    std::vector<std::int64_t> m_steps;                            ///< steps had now
     std::vector<std::vector<std::vector<std::uint16_t>>> m_lines; ///< of each row, by column and steps; empty: not counted yet
     std::vector<Highest> m_highest;
 };

@@ -15,7 +15,7 @@ constexpr Tenths kSlotGutter = 120, kLabelGap = 40;
 constexpr Tenths kPadding = 16; ///< above and below the lines of a block
 constexpr Tenths kValueLetters = 70, kLineHeight = 85, kBaseline = 66;
 constexpr Tenths kHeadingAbove = 60, kHeadingKeeps = 600; ///< kept free above a group's heading, and below it for rows
-constexpr std::uint32_t kFewestLines = 3; ///< a block is not begun at the foot of a page for less
+constexpr std::uint32_t kFewestLines = 3;                 ///< a block is not begun at the foot of a page for less
 
 Tenths widthIn(const LineMetrics &metrics, Em width)
 {
@@ -83,8 +83,7 @@ Tenths CardBody::slotLeft(std::size_t slot) const
 
 Tenths CardBody::slotsWidth(std::size_t slots) const
 {
-    return slots == m_slots ? m_geometry.right - m_geometry.left
-                            : static_cast<Tenths>(slots) * (m_slotWidth + kSlotGutter) - kSlotGutter;
+    return slots == m_slots ? m_geometry.right - m_geometry.left : static_cast<Tenths>(slots) * (m_slotWidth + kSlotGutter) - kSlotGutter;
 }
 
 void CardBody::openPage()
@@ -140,7 +139,8 @@ void CardBody::beginGroup(std::size_t level, const Value &key)
     canvas.drawLine(label, 0, m_geometry.left, m_geometry.right, TextCanvas::Place::Start, top, m_label.size);
     canvas.setInk(Ink::Title);
     for (std::uint32_t i = 0; i < name.lineCount; ++i)
-        canvas.drawLine(name, i, left, m_geometry.right, TextCanvas::Place::Start, top - static_cast<Tenths>(i) * metrics.height, metrics.size);
+        canvas.drawLine(name, i, left, m_geometry.right, TextCanvas::Place::Start, top - static_cast<Tenths>(i) * metrics.height,
+                        metrics.size);
     canvas.setInk(Ink::Text);
     m_pages.moveDown(height);
     m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
@@ -260,8 +260,7 @@ void CardBody::arrangeLong(const Pair &pair, Tenths left, std::uint32_t &line)
 {
     const Tenths right = m_geometry.right;
     const bool besideLabel = pair.labelWidth <= (right - left) / 3;
-    const TextBlock label =
-        besideLabel ? pair.label : m_layout.wrap(pair.label.text, pair.label.style, m_label.limitFor(right - left));
+    const TextBlock label = besideLabel ? pair.label : m_layout.wrap(pair.label.text, pair.label.style, m_label.limitFor(right - left));
     for (std::uint32_t i = 0; i < label.lineCount; ++i)
         m_pieces.push_back({line + i, i, label, left, right, true});
     if (!besideLabel)

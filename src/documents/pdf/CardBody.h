@@ -12,16 +12,16 @@
 namespace qm::pdf {
 
 /// Each row is a block of labels and values: short ones in up to four slots of equal width, a value taking as many of them as it needs on
-/// one line; what no line holds is broken into lines, below the others over the full width or in slots of its own beside them. The first rows
-/// decide which: the fewest lines. What is NULL in a row is not in its block. A block
-/// stays whole unless it is taller than a page; then it goes on over pages with a mark on both sides of each cut.
+/// one line; what no line holds is broken into lines, below the others over the full width or in slots of its own beside them. The first
+/// rows decide which: the fewest lines. What is NULL in a row is not in its block. A block stays whole unless it is taller than a page;
+/// then it goes on over pages with a mark on both sides of each cut.
 class CardBody final
 {
 public:
     /// \param shape     of it, hidden columns are not looked at. \param sample  the first rows.
     /// \param bandForm  form XObject to place on each page, empty for none.
     CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, const ReportShape &shape, const SampleRows &sample,
-              std::string_view bandForm);
+             std::string_view bandForm);
 
     /// Begins a page.
     void openPage();
@@ -95,7 +95,7 @@ private:
     std::vector<Column> m_columns;
     std::vector<Level> m_levels;
     std::vector<Summed> m_totals;
-    bool m_hasRows = false; ///< on the page
+    bool m_hasRows = false;                   ///< on the page
     std::size_t m_slots = 1, m_pairSlots = 1; ///< all, and those for values of one line
     Tenths m_slotWidth = 0;
     // The row being set.

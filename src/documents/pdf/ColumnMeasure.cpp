@@ -12,13 +12,13 @@ namespace qm::pdf {
 
 namespace {
 
-constexpr std::size_t kWordLetters = 24;      ///< longer words of a text may be broken
-constexpr std::size_t kHeadingLetters = 40;   ///< longer words of a heading too
-constexpr std::size_t kCodeLetters = 48;      ///< a longer value is no code; a number as long is set below its row
-constexpr std::size_t kMeasuredBytes = 2000;  ///< of each text: more lines decide nothing
+constexpr std::size_t kWordLetters = 24;     ///< longer words of a text may be broken
+constexpr std::size_t kHeadingLetters = 40;  ///< longer words of a heading too
+constexpr std::size_t kCodeLetters = 48;     ///< a longer value is no code; a number as long is set below its row
+constexpr std::size_t kMeasuredBytes = 2000; ///< of each text: more lines decide nothing
 constexpr std::uint32_t kHeadingLines = 3;
-constexpr double kUnseen = 1000;             ///< a sum over all rows may be so many times that over the sample
-constexpr Tenths kTotalLetters = 85;          ///< of totals, which stand below the values in the same column
+constexpr double kUnseen = 1000;     ///< a sum over all rows may be so many times that over the sample
+constexpr Tenths kTotalLetters = 85; ///< of totals, which stand below the values in the same column
 
 /// Measures one text after the other.
 class Scanner final

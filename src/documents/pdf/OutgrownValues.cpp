@@ -11,8 +11,7 @@ std::uint32_t OutgrownValues::add(const TextBlock &value, const ColumnBox &box, 
     const Tenths right = m_geometry.right - columns::kEdge;
     Placed placed{layout.wrap(value.text, value.style, metrics.limitFor(right - left)), line, left, right, place};
     if (placed.block.lineCount == 1) {
-        const auto width =
-            static_cast<Tenths>((std::int64_t{layout.line(placed.block, 0).width} * metrics.size + 999) / 1000);
+        const auto width = static_cast<Tenths>((std::int64_t{layout.line(placed.block, 0).width} * metrics.size + 999) / 1000);
         if (place == TextCanvas::Place::Right)
             placed.right = std::min(right, std::max(box.right, left + width));
         else

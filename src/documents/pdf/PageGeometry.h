@@ -40,8 +40,8 @@ struct PageGeometry
     Tenths headerBaseline = 0, footerBaseline = 0;
     Tenths tableRight = 0; ///< the table begins at \c left
     LineMetrics body, band, facts, title, subtitle;
-    LineMetrics small;     ///< of a row with a value that has outgrown its column
-    Tenths paddingY = 0;   ///< above and below the lines of a row
+    LineMetrics small;   ///< of a row with a value that has outgrown its column
+    Tenths paddingY = 0; ///< above and below the lines of a row
     std::vector<ColumnBox> columns;
 };
 

@@ -105,8 +105,7 @@ private:
             const std::span<const Value> shown = m_fit->shownOf(sample.row(row));
             cells.insert(cells.end(), shown.begin(), shown.end());
         }
-        m_cards.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape(), SampleRows{cells, sample.rows, sample.whole},
-                        m_bands->formName());
+        m_cards.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape(), SampleRows{cells, sample.rows, sample.whole}, m_bands->formName());
         m_cards->openPage();
         m_titleBlock->draw(m_head, *m_pages);
         m_cards->begin();

@@ -43,12 +43,11 @@ void joinLines(std::string &text, std::size_t from)
 
 TableBody::TableBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, std::span<const ReportColumn> columns,
                      std::string_view bandForm)
-    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm), m_letters(geometry.body),
-      m_outgrown(geometry)
+    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm), m_letters(geometry.body), m_outgrown(geometry)
 {
     for (std::size_t i = 0; i < columns.size(); ++i)
-        m_columns.push_back({geometry.columns[i], placeOf(columns[i].alignment),
-                             cellStyle(columns[i]), columns[i].wrap, CellFormatter(columns[i])});
+        m_columns.push_back(
+            {geometry.columns[i], placeOf(columns[i].alignment), cellStyle(columns[i]), columns[i].wrap, CellFormatter(columns[i])});
     addCaptions(columns);
 }
 

@@ -13,8 +13,8 @@
 namespace qm::pdf {
 
 /// Sets rows below each other and repeats the column captions on each page. A row stays whole unless it is taller than a page;
-/// then it goes on over pages with a mark on both sides of each cut. A row with a value too wide for a column that is never broken into lines
-/// has smaller letters; where that does not help, the value stands on a line of its own below the row.
+/// then it goes on over pages with a mark on both sides of each cut. A row with a value too wide for a column that is never broken into
+/// lines has smaller letters; where that does not help, the value stands on a line of its own below the row.
 class TableBody final
 {
 public:
