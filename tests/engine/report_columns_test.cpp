@@ -32,16 +32,20 @@ public:
     void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override
     {
         columns = shape.columns;
+        columns.resize(columns.size() - shape.hidden);
         values.resize(columns.size());
         for (const ReportColumn &column : columns)
             m_formatters.emplace_back(column);
         ReportHead changed = head;
         changed.page = m_page;
-        m_pdf->begin(changed, shape, sample);
+        ReportShape plain; // what groups say once is not repeated in each row
+        plain.columns = shape.columns;
+        plain.hidden = shape.hidden;
+        m_pdf->begin(changed, plain, sample);
     }
     void row(std::span<const Value> cells) override
     {
-        for (std::size_t i = 0; i < cells.size(); ++i) {
+        for (std::size_t i = 0; i < columns.size(); ++i) {
             std::string shown;
             m_formatters[i].append(cells[i], shown);
             values[i].append(cells[i].isNull() ? QString() : QString::fromStdString(shown));
@@ -50,7 +54,9 @@ public:
     }
     void end(const ReportTail &tail) override
     {
-        m_pdf->end(tail);
+        ReportTail plain;
+        plain.rows = tail.rows;
+        m_pdf->end(plain);
         m_file.commit();
         notes = m_pdf->notes();
     }

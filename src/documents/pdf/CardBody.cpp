@@ -2,6 +2,7 @@
 
 #include "documents/ReportWords.h"
 #include "documents/pdf/ColumnMeasure.h"
+#include "documents/pdf/ShownText.h"
 
 #include <algorithm>
 
@@ -13,7 +14,7 @@ constexpr std::size_t kMostSlots = 4;
 constexpr std::size_t kTriedRows = 100; ///< of the sample
 constexpr Tenths kSlotGutter = 120, kLabelGap = 40;
 constexpr Tenths kPadding = 16; ///< above and below the lines of a block
-constexpr Tenths kValueLetters = 70, kLineHeight = 85, kBaseline = 66;
+constexpr Tenths kValueLetters = 70, kLineHeight = 85;
 constexpr Tenths kHeadingAbove = 60, kHeadingKeeps = 600; ///< kept free above a group's heading, and below it for rows
 constexpr std::uint32_t kFewestLines = 3;                 ///< a block is not begun at the foot of a page for less
 
@@ -24,15 +25,14 @@ Tenths widthIn(const LineMetrics &metrics, Em width)
 
 } // namespace
 
-CardBody::CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, const ReportShape &shape, const SampleRows &sample,
-                   std::string_view bandForm)
-    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm), m_value(kValueLetters), m_label(columns::kSmallLetters),
-      m_totals(summedOf(shape.totals))
+CardBody::CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, Outline &outline, const ReportShape &shape,
+                   const SampleRows &sample)
+    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_outline(outline), m_notices(layout, geometry.left, geometry.right),
+      m_value(kValueLetters, kLineHeight), m_label(columns::kSmallLetters), m_totals(summedOf(shape.totals))
 {
-    m_value.height = kLineHeight;
-    m_value.baseline = kBaseline;
     for (const ReportColumn &column : shape.columns)
-        m_columns.push_back({column.caption, cellStyle(column), CellFormatter(column)});
+        m_columns.push_back({column.caption, cellStyle(column), CellFormatter(column),
+                             column.type == ColumnType::Integer || column.type == ColumnType::Real});
     for (const GroupLevel &level : shape.groups)
         m_levels.push_back(
             {level.column.caption, CellFormatter(level.column), level.heading, level.newPage, summedOf(level.subtotals), {}});
@@ -86,34 +86,31 @@ Tenths CardBody::slotsWidth(std::size_t slots) const
     return slots == m_slots ? m_geometry.right - m_geometry.left : static_cast<Tenths>(slots) * (m_slotWidth + kSlotGutter) - kSlotGutter;
 }
 
-void CardBody::openPage()
-{
-    m_pages.newPage();
-    if (!m_bandForm.empty())
-        m_pages.place(m_bandForm, 0, 0);
-}
-
 void CardBody::nextPage()
 {
     m_hasRows = false;
-    openPage();
-    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+    m_pages.newPage();
+    m_pages.content().line(Stroke::Row, m_geometry.left, m_geometry.right, m_pages.cursor());
 }
 
 void CardBody::begin()
 {
+    if (m_begun)
+        return;
+    m_begun = true;
     m_layout.clear();
     if (m_pages.room() < static_cast<Tenths>(kFewestLines + 1) * m_value.height)
-        openPage();
+        m_pages.newPage();
     drawMark("Each block is a row. Fields without a value are not in it.", TextCanvas::Place::Start);
     m_pages.moveDown(kPadding);
-    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+    m_pages.content().line(Stroke::Row, m_geometry.left, m_geometry.right, m_pages.cursor());
 }
 
 void CardBody::beginGroup(std::size_t level, const Value &key)
 {
     if (level >= m_levels.size())
         return;
+    begin();
     Level &own = m_levels[level];
     own.key.clear();
     own.formatter.append(key, own.key);
@@ -133,6 +130,8 @@ void CardBody::beginGroup(std::size_t level, const Value &key)
     const Tenths height = static_cast<Tenths>(name.lineCount) * metrics.height + kHeadingAbove + kPadding;
     if (m_pages.room() < height + kHeadingKeeps)
         nextPage();
+    if (level < 2)
+        m_outline.addGroup(level, own.key, m_pages.count(), m_pages.cursor());
     const Tenths top = m_pages.cursor() - kHeadingAbove - metrics.baseline;
     TextCanvas &canvas = m_pages.text();
     canvas.setInk(Ink::Faint);
@@ -143,11 +142,12 @@ void CardBody::beginGroup(std::size_t level, const Value &key)
                         metrics.size);
     canvas.setInk(Ink::Text);
     m_pages.moveDown(height);
-    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+    m_pages.content().line(Stroke::Row, m_geometry.left, m_geometry.right, m_pages.cursor());
 }
 
 void CardBody::addRow(std::span<const Value> cells)
 {
+    begin();
     layOut(cells);
     const Tenths height = static_cast<Tenths>(m_lines) * m_value.height + 2 * kPadding;
     const bool fitsPage = height <= m_geometry.top - m_geometry.bottom;
@@ -177,7 +177,7 @@ void CardBody::drawSums(const std::string &of, const std::string &rows, const st
     std::vector<std::string> texts(std::min(sums.size(), values.size()));
     addPair(of, rows, TextStyle::Bold);
     for (std::size_t i = 0; i < texts.size(); ++i) {
-        sums[i].formatter.append(values[i], texts[i]);
+        appendShown(values[i], sums[i].formatter, texts[i]);
         addPair(sums[i].label, texts[i], TextStyle::Bold);
     }
     arrange(m_slots);
@@ -193,9 +193,10 @@ void CardBody::layOut(std::span<const Value> cells)
     m_ends.clear();
     const std::size_t count = std::min(cells.size(), m_columns.size());
     for (std::size_t i = 0; i < count; ++i) {
-        if (cells[i].isNull() && (i > 0 || count > 1))
+        const Column &column = m_columns[i];
+        if (cells[i].isNull() && count > 1 && !column.formatter.hasTexts())
             continue;
-        m_columns[i].formatter.append(cells[i], m_text);
+        appendShown(cells[i], column.formatter, m_text, column.numeric);
         m_ends.emplace_back(i, m_text.size());
     }
     m_pairs.clear();
@@ -275,7 +276,7 @@ void CardBody::arrangeLong(const Pair &pair, Tenths left, std::uint32_t &line)
 void CardBody::closeBlock()
 {
     m_pages.moveDown(kPadding);
-    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
+    m_pages.content().line(Stroke::Row, m_geometry.left, m_geometry.right, m_pages.cursor());
 }
 
 void CardBody::drawWhole()
@@ -342,23 +343,43 @@ void CardBody::drawMark(const std::string &text, TextCanvas::Place place)
     m_pages.moveDown(m_value.height);
 }
 
-void CardBody::drawBelow(const std::string &text)
+void CardBody::drawNothing(const std::string &asked)
 {
     m_layout.clear();
-    if (m_pages.room() < m_value.height + 2 * kPadding)
-        nextPage();
-    m_pages.moveDown(kPadding);
-    drawMark(text, TextCanvas::Place::Start);
+    const std::string nothing = kNoRows;
+    const LineMetrics head(120, 160);
+    const Tenths width = m_geometry.right - m_geometry.left;
+    const TextBlock title = m_layout.fit(nothing, TextStyle::Bold, head.limitFor(width));
+    const TextBlock below = m_layout.wrap(asked, TextStyle::Regular, m_value.limitFor(width));
+    if (m_pages.room() < head.height + static_cast<Tenths>(below.lineCount) * m_value.height)
+        m_pages.newPage();
+    TextCanvas &canvas = m_pages.text();
+    canvas.setInk(Ink::Title);
+    canvas.drawLine(title, 0, m_geometry.left, m_pages.cursor() - head.baseline, head.size);
+    canvas.setInk(Ink::Text);
+    m_pages.moveDown(head.height);
+    for (std::uint32_t i = 0; i < below.lineCount; ++i, m_pages.moveDown(m_value.height))
+        canvas.drawLine(below, i, m_geometry.left, m_geometry.right, TextCanvas::Place::Start, m_pages.cursor() - m_value.baseline,
+                        m_value.size);
 }
 
-void CardBody::end(const ReportTail &tail)
+void CardBody::end(const ReportTail &tail, const std::string &nothing, std::span<const std::string> notices)
 {
-    if (tail.rows == 0)
-        drawBelow(std::string(kNoRows) + ". The query found nothing for this report.");
+    if (tail.rows == 0 && !m_begun)
+        drawNothing(nothing);
     else if (!m_totals.empty())
         drawSums(tail.truncated ? "Totals of the rows shown" : "Totals", rowsText(tail.rows), m_totals, tail.totals);
-    if (tail.truncated)
-        drawBelow(cutNotice(tail));
+    if (!notices.empty())
+        m_pages.moveDown(80);
+    for (const std::string &notice : notices) {
+        m_layout.clear();
+        const Tenths height = m_notices.height(notice);
+        if (height > m_pages.room())
+            m_pages.newPage();
+        m_layout.clear();
+        m_notices.draw(notice, m_pages.cursor(), m_pages.content());
+        m_pages.moveDown(height);
+    }
 }
 
 } // namespace qm::pdf

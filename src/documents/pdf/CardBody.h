@@ -3,6 +3,8 @@
 #pragma once
 
 #include "documents/CellFormat.h"
+#include "documents/pdf/NoticeBox.h"
+#include "documents/pdf/Outline.h"
 #include "documents/pdf/ReportPages.h"
 
 #include <span>
@@ -18,20 +20,15 @@ namespace qm::pdf {
 class CardBody final
 {
 public:
-    /// \param shape     of it, hidden columns are not looked at. \param sample  the first rows.
-    /// \param bandForm  form XObject to place on each page, empty for none.
-    CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, const ReportShape &shape, const SampleRows &sample,
-             std::string_view bandForm);
+    CardBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, Outline &outline, const ReportShape &shape,
+             const SampleRows &sample);
 
-    /// Begins a page.
-    void openPage();
-    /// Begins the blocks below what the open page holds.
-    void begin();
+    /// The blocks begin below what the open page holds, with the first row or group.
     void beginGroup(std::size_t level, const Value &key);
     void addRow(std::span<const Value> cells);
     void endGroup(const GroupEnd &group);
-    /// Draws the totals and says below the last block when there is none or when there are more rows.
-    void end(const ReportTail &tail);
+    /// Draws the totals, and below them what the report must say at its end. \p nothing: what was asked for, of a report without rows.
+    void end(const ReportTail &tail, const std::string &nothing, std::span<const std::string> notices);
 
 private:
     struct Column
@@ -39,6 +36,7 @@ private:
         std::string label;
         TextStyle style = TextStyle::Regular;
         CellFormatter formatter;
+        bool numeric = false;
     };
     /// A label and a value of the row, measured.
     struct Pair
@@ -69,6 +67,7 @@ private:
         std::string key; ///< of the open group, as it is shown
     };
 
+    void begin();
     void nextPage();
     void layOut(std::span<const Value> cells);
     void addPair(std::string_view label, std::string_view value, TextStyle style);
@@ -82,7 +81,7 @@ private:
     void drawInParts();
     void drawLines(std::uint32_t first, std::uint32_t count);
     void drawMark(const std::string &text, TextCanvas::Place place);
-    void drawBelow(const std::string &text);
+    void drawNothing(const std::string &asked);
     void closeBlock();
     [[nodiscard]] Tenths slotLeft(std::size_t slot) const;
     [[nodiscard]] Tenths slotsWidth(std::size_t slots) const;
@@ -90,7 +89,9 @@ private:
     const PageGeometry &m_geometry;
     TextLayout &m_layout;
     ReportPages &m_pages;
-    std::string m_bandForm;
+    Outline &m_outline;
+    NoticeBox m_notices;
+    bool m_begun = false;
     LineMetrics m_value, m_label;
     std::vector<Column> m_columns;
     std::vector<Level> m_levels;

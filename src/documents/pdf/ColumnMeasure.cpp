@@ -3,6 +3,7 @@
 #include "core/Utf8.h"
 #include "documents/CellFormat.h"
 #include "documents/pdf/CharacterRules.h"
+#include "documents/pdf/ShownText.h"
 #include "documents/pdf/TextCanvas.h"
 
 #include <algorithm>
@@ -219,25 +220,26 @@ class Measured final
 public:
     Measured(const ReportColumn &column, TextLayout &layout)
         : m_formatter(column), m_scanner(layout), m_style(cellStyle(column)), m_whole(isWholeType(column)),
-          m_maybeCode(column.type == ColumnType::Text && column.words.empty())
+          m_maybeCode(column.type == ColumnType::Text && column.words.empty()),
+          m_numeric(column.type == ColumnType::Integer || column.type == ColumnType::Real)
     {
     }
 
     void add(const Value &value)
     {
         m_text.clear();
-        m_formatter.append(value, m_text);
+        appendShown(value, m_formatter, m_text, m_numeric);
         m_scanner.add(m_text, m_style, m_texts);
         const bool shows = !value.isNull() && !m_text.empty();
         m_constant = m_constant && shows && (m_texts.cells() == 1 || m_text == m_first);
         if (m_texts.cells() == 1)
             m_first = m_text;
+        if (m_text.size() <= kCodeLetters)
+            m_widestWhole = std::max(m_widestWhole, m_texts.natural(m_texts.cells() - 1));
         if (!shows)
             return;
         m_shown.push_back(m_texts.natural(m_texts.cells() - 1));
         m_maybeCode = m_maybeCode && isCode(m_text);
-        if (m_text.size() <= kCodeLetters)
-            m_widestWhole = std::max(m_widestWhole, m_shown.back());
     }
 
     [[nodiscard]] columns::Column result(Em heading)
@@ -262,7 +264,7 @@ private:
     CellFormatter m_formatter;
     Scanner m_scanner;
     TextStyle m_style;
-    bool m_whole, m_maybeCode;
+    bool m_whole, m_maybeCode, m_numeric;
     columns::SampleTexts m_texts;
     std::vector<Em> m_shown; ///< widths of the values
     Em m_widestWhole = 0;

@@ -1,5 +1,9 @@
+#include "documents/NumberText.h"
+#include "documents/ReportWords.h"
 #include "documents/Writers.h"
 #include "documents/pdf/CardBody.h"
+#include "documents/pdf/ChartBlock.h"
+#include "documents/pdf/DocumentFacts.h"
 #include "documents/pdf/FontEmbedder.h"
 #include "documents/pdf/PageBands.h"
 #include "documents/pdf/PdfSyntax.h"
@@ -18,13 +22,23 @@ namespace pdf {
 
 namespace {
 
-/// A language tag as it may stand in a PDF name or string; "en" for anything else.
-std::string languageTag(const std::string &language)
+/// What was asked for, of a report that found nothing.
+std::string askedFor(const ReportHead &head)
 {
-    const bool clean = !language.empty() && std::all_of(language.begin(), language.end(), [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
-    });
-    return clean ? language : "en";
+    using Kind = Fact::Kind;
+    std::string text;
+    const auto add = [&](Kind kind, std::string_view before) {
+        for (const Fact &fact : head.facts)
+            if (fact.kind == kind)
+                text.append(text.empty() ? "" : "\n").append(before.empty() ? fact.label + ": " : std::string(before)).append(fact.value);
+    };
+    text = "The query found nothing for this report. It was asked for:";
+    const std::size_t asked = text.size();
+    add(Kind::Query, {});
+    add(Kind::Period, {});
+    add(Kind::Parameter, {});
+    add(Kind::Source, {});
+    return text.size() > asked ? text : "The query found nothing for this report.";
 }
 
 /// Writes a report as PDF 1.7. The same head, rows and fonts give the same bytes.
@@ -37,30 +51,28 @@ public:
     {
         m_fit.emplace(head, shape, sample, m_layout);
         m_head = m_fit->head();
+        const ReportShape &shown = m_fit->shape();
         m_geometry.emplace(m_head, m_fit->columns());
         m_pages.emplace(m_file, m_layout, *m_geometry);
         m_bands.emplace(m_head, *m_geometry, m_layout);
+        m_pages->setBands(std::string(PageBands::kFirstForm), std::string(PageBands::kForm));
         m_titleBlock.emplace(*m_geometry, m_layout);
-        if (m_fit->columns().cards) {
-            beginCards(sample);
-            return;
-        }
-        m_body.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape().columns, m_bands->formName());
-        m_body->openPage();
-        m_titleBlock->draw(m_head, *m_pages);
-        m_body->begin();
+        if (m_fit->columns().cards)
+            m_cards.emplace(*m_geometry, m_layout, *m_pages, m_outline, shown, m_fit->sample());
+        else
+            m_body.emplace(*m_geometry, m_layout, *m_pages, m_outline, shown, m_fit->sample());
+        m_pages->newPage();
+        m_titleBlock->draw(m_head, shown, m_fit->sample(), *m_pages);
+        m_charts.emplace(*m_geometry, m_layout);
+        m_charts->place(shown, m_fit->sample(), *m_pages);
     }
 
     void beginGroup(std::size_t level, const Value &key) override
     {
-        if (m_cards)
+        if (m_body)
+            m_body->beginGroup(level, key);
+        else
             m_cards->beginGroup(level, key);
-    }
-
-    void endGroup(const GroupEnd &group) override
-    {
-        if (m_cards)
-            m_cards->endGroup(group);
     }
 
     void row(std::span<const Value> cells) override
@@ -72,64 +84,69 @@ public:
             m_cards->addRow(shown);
     }
 
-    void end(const ReportTail &tail) override
+    void endGroup(const GroupEnd &group) override
     {
         if (m_body)
-            m_body->end(tail);
+            m_body->endGroup(group);
         else
-            m_cards->end(tail);
-        m_pages->closePage();
+            m_cards->endGroup(group);
+    }
+
+    void end(const ReportTail &tail) override
+    {
+        const std::vector<std::string> late = lateNotices(tail);
+        std::vector<std::string> notices = m_head.notices;
+        notices.insert(notices.end(), late.begin(), late.end());
+        if (m_body)
+            m_body->end(tail, askedFor(m_head), notices);
+        else
+            m_cards->end(tail, askedFor(m_head), notices);
         const int count = m_pages->count();
+        m_pages->closePage();
+        m_titleBlock->finish(tail, late, count, *m_pages);
+        m_charts->finish(tail, *m_pages);
         m_bands->finish(*m_pages, count);
-        TextCanvas late(m_layout);
+        TextCanvas drawnLate(m_layout);
         const int tree = m_pages->writePages([&](int page) -> std::string_view {
-            late.clear();
-            m_bands->draw(page, late);
-            if (page == 1)
-                m_titleBlock->drawCount(tail, count, late);
-            return late.content();
+            drawnLate.clear();
+            m_bands->draw(page, drawnLate);
+            if (m_body)
+                m_body->drawLate(page, drawnLate);
+            return drawnLate.content();
         });
         m_pages->writeResources(embedFonts(m_fonts, m_file));
-        m_file.finish(writeCatalogue(tree), writeInformation(), identifier(tail));
+        m_file.finish(writeCatalogue(tree), writeInformation(m_head, m_file), identifier(tail));
         m_notes.pages = count;
-        m_notes.missingGlyphs = m_pages->missingGlyphs() + late.missingGlyphs();
+        m_notes.missingGlyphs =
+            m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + m_charts->missingGlyphs() + drawnLate.missingGlyphs();
     }
 
     [[nodiscard]] WriterNotes notes() const override { return m_notes; }
 
 private:
-    void beginCards(const SampleRows &sample)
+    /// Sentences that are known only now.
+    [[nodiscard]] std::vector<std::string> lateNotices(const ReportTail &tail) const
     {
-        std::vector<Value> cells;
-        for (std::size_t row = 0; row < sample.rows; ++row) {
-            const std::span<const Value> shown = m_fit->shownOf(sample.row(row));
-            cells.insert(cells.end(), shown.begin(), shown.end());
-        }
-        m_cards.emplace(*m_geometry, m_layout, *m_pages, m_fit->shape(), SampleRows{cells, sample.rows, sample.whole}, m_bands->formName());
-        m_cards->openPage();
-        m_titleBlock->draw(m_head, *m_pages);
-        m_cards->begin();
+        std::vector<std::string> notices;
+        if (tail.truncated)
+            notices.push_back(cutNotice(tail));
+        notices.insert(notices.end(), tail.notices.begin(), tail.notices.end());
+        if (const std::int64_t missing = m_pages->missingGlyphs(); missing > 0)
+            notices.push_back(numbers::counted(missing, "character is", "characters are") +
+                              " in no font of this computer and shown as a box; search and copy still find them.");
+        return notices;
     }
 
     int writeCatalogue(int tree)
     {
         std::string body = "<</Type/Catalog/Pages ";
         appendReference(body, tree);
+        body += "/Outlines ";
+        appendReference(body, m_outline.write(m_head.title, *m_pages, m_file));
+        body += m_outline.hasGroups() ? "/PageMode/UseOutlines" : "";
+        body += "/Metadata ";
+        appendReference(body, writeMetadata(m_head, m_file));
         body += "/Lang(" + languageTag(m_head.language) + ")/ViewerPreferences<</DisplayDocTitle true>>>>";
-        const int number = m_file.reserve();
-        m_file.writeObject(number, body);
-        return number;
-    }
-
-    int writeInformation()
-    {
-        std::string body = "<</Title";
-        appendTextString(body, m_head.title);
-        if (!m_head.subtitle.empty()) {
-            body += "/Subject";
-            appendTextString(body, m_head.subtitle);
-        }
-        body += "/Producer(Quillmark SQL Report Generator)>>";
         const int number = m_file.reserve();
         m_file.writeObject(number, body);
         return number;
@@ -162,6 +179,8 @@ private:
     std::optional<ReportPages> m_pages;
     std::optional<PageBands> m_bands;
     std::optional<TitleBlock> m_titleBlock;
+    std::optional<ChartBlock> m_charts;
+    Outline m_outline;
     std::optional<TableBody> m_body; ///< or the other, never both
     std::optional<CardBody> m_cards;
     WriterNotes m_notes;

@@ -38,7 +38,7 @@ void shareByWidths(const ReportShape &shape, Tenths page, std::vector<columns::C
 } // namespace
 
 ReportFit::ReportFit(const ReportHead &head, const ReportShape &shape, const SampleRows &sample, TextLayout &layout)
-    : m_head(head), m_shape(shape)
+    : m_head(head), m_shape(shape), m_sample(sample)
 {
     const columns::Page page{PageGeometry::textWidth(head.page), head.page.allowA3 ? PageGeometry::textWidth(a3(head.page)) : 0};
     std::vector<columns::Column> measured = measureColumns(shape, sample, layout);
@@ -54,6 +54,10 @@ ReportFit::ReportFit(const ReportHead &head, const ReportShape &shape, const Sam
     stateWhatIsLeftOut(shape, sample);
     reduceShape(shape);
     m_cells.resize(m_columns.shown.size());
+    for (std::size_t row = 0; row < sample.rows; ++row)
+        for (const Value &cell : shownOf(sample.row(row)))
+            m_sampleCells.push_back(cell);
+    m_sample.cells = m_sampleCells;
 }
 
 void ReportFit::stateWhatIsLeftOut(const ReportShape &shape, const SampleRows &sample)

@@ -21,6 +21,8 @@ public:
     [[nodiscard]] const ReportHead &head() const { return m_head; }
     [[nodiscard]] const ReportShape &shape() const { return m_shape; } ///< of the columns that are shown
     [[nodiscard]] const columns::Fit &columns() const { return m_columns; }
+    /// The first rows, of the columns that are shown. Valid as long as those that were given.
+    [[nodiscard]] const SampleRows &sample() const { return m_sample; }
 
     /// Of a row's cells those that are shown. Valid until the next call.
     [[nodiscard]] std::span<const Value> shownOf(std::span<const Value> cells)
@@ -39,8 +41,9 @@ private:
     ReportHead m_head;
     ReportShape m_shape;
     columns::Fit m_columns;
+    SampleRows m_sample;
     bool m_showsAll = true;
-    std::vector<Value> m_cells;
+    std::vector<Value> m_cells, m_sampleCells;
 };
 
 } // namespace qm::pdf
