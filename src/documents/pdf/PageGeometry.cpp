@@ -11,8 +11,6 @@ namespace {
 
 constexpr double kSmallestPageMm = 40;
 constexpr double kLargestPageMm = 5000; // readers stop at 5,080 mm
-constexpr double kBodySize = 75, kSmallestBodySize = 50;
-constexpr Tenths kLargestPaddingX = 30;
 
 Tenths fromMm(double mm)
 {
@@ -24,19 +22,33 @@ bool isEmpty(const PageBand &band)
     return band.left.empty() && band.centre.empty() && band.right.empty();
 }
 
-double widthOf(const ReportColumn &column)
+Tenths pageSide(double mm)
 {
-    return std::isfinite(column.widthMm) && column.widthMm > 0 ? column.widthMm : 30;
+    return fromMm(std::clamp(mm, kSmallestPageMm, kLargestPageMm));
+}
+
+Tenths marginOf(const PageSetup &page)
+{
+    return std::clamp(fromMm(page.marginMm), Tenths{0}, std::min(pageSide(page.widthMm), pageSide(page.heightMm)) / 4);
+}
+
+LineMetrics rowMetrics(Tenths letters)
+{
+    return {letters, letters * (letters < columns::kUsualLetters ? 125 : 130) / 100};
 }
 
 } // namespace
 
-PageGeometry::PageGeometry(const ReportHead &head, std::span<const ReportColumn> reportColumns)
-    : width(fromMm(std::clamp(head.page.widthMm, kSmallestPageMm, kLargestPageMm))),
-      height(fromMm(std::clamp(head.page.heightMm, kSmallestPageMm, kLargestPageMm))), band(70, 90), facts(80, 105), title(200, 240),
-      subtitle(100, 130)
+Tenths PageGeometry::textWidth(const PageSetup &page)
 {
-    const Tenths margin = std::clamp(fromMm(head.page.marginMm), Tenths{0}, std::min(width, height) / 4);
+    return pageSide(page.widthMm) - 2 * marginOf(page);
+}
+
+PageGeometry::PageGeometry(const ReportHead &head, const columns::Fit &fit)
+    : width(pageSide(head.page.widthMm)), height(pageSide(head.page.heightMm)), band(70, 90), facts(80, 105), title(200, 240),
+      subtitle(100, 130), small(rowMetrics(columns::kSmallLetters))
+{
+    const Tenths margin = marginOf(head.page);
     left = margin;
     right = width - margin;
     top = height - margin;
@@ -52,21 +64,13 @@ PageGeometry::PageGeometry(const ReportHead &head, std::span<const ReportColumn>
     if (house || !isEmpty(head.footer))
         bottom = bodyEdge;
 
-    double wanted = 0;
-    for (const ReportColumn &column : reportColumns)
-        wanted += widthOf(column);
-    const double scale = wanted > 0 ? (right - left) / (wanted * kTenthsPerMm) : 1;
-    const double letters = std::max(kSmallestBodySize, kBodySize * std::min(1.0, std::sqrt(scale)));
-    body = LineMetrics(static_cast<Tenths>(std::lround(letters)));
+    body = rowMetrics(fit.letters);
     paddingY = body.size * 19 / 75;
-    double position = left;
-    for (const ReportColumn &column : reportColumns) {
-        const double next = position + widthOf(column) * kTenthsPerMm * scale;
-        const auto paddingX = std::min(kLargestPaddingX, static_cast<Tenths>((next - position) / 8));
-        ColumnBox box{static_cast<Tenths>(std::lround(position)) + paddingX, static_cast<Tenths>(std::lround(next)) - paddingX, 0};
+    tableRight = std::min(right, left + fit.width);
+    for (const columns::Box &fitted : fit.boxes) {
+        ColumnBox box{left + fitted.left, left + fitted.right, 0, fitted.kind == columns::Kind::Whole};
         box.limit = std::max(1, body.limitFor(box.right - box.left));
         columns.push_back(box);
-        position = next;
     }
 }
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "documents/ReportWriter.h"
+#include "documents/columns/ColumnFit.h"
 #include "documents/pdf/TextCanvas.h"
 
-#include <span>
 #include <vector>
 
 namespace qm::pdf {
@@ -14,7 +14,8 @@ namespace qm::pdf {
 struct ColumnBox
 {
     Tenths left = 0, right = 0;
-    Em limit = 0; ///< width of a line in the body's letters
+    Em limit = 0;       ///< width of a line in the body's letters
+    bool whole = false; ///< its values are never broken into lines
 };
 
 /// Line heights for a letter size: the line, and where the baseline lies below its top. The height is 1.3 letters where none is given.
@@ -30,17 +31,21 @@ struct LineMetrics
     [[nodiscard]] Em limitFor(Tenths width) const { return width * 1000 / size; }
 };
 
-/// All measures of one report, from its page set-up and columns. The columns fill the width between the margins in the ratio of their
-/// widths; the letters shrink, down to 5 points, where the columns ask for more than the page has.
+/// All measures of one report, from its page set-up and the columns that were fitted to it.
 struct PageGeometry
 {
-    PageGeometry(const ReportHead &head, std::span<const ReportColumn> columns);
+    PageGeometry(const ReportHead &head, const columns::Fit &fit);
+
+    /// Width between the margins of \p page.
+    [[nodiscard]] static Tenths textWidth(const PageSetup &page);
 
     Tenths width = 0, height = 0;
     Tenths left = 0, right = 0; ///< between the margins
     Tenths top = 0, bottom = 0; ///< of the body, between the bands
     Tenths headerBaseline = 0, footerBaseline = 0;
+    Tenths tableRight = 0; ///< the table begins at \c left
     LineMetrics body, band, facts, title, subtitle;
+    LineMetrics small;   ///< of a row with a value that has outgrown its column
     Tenths paddingY = 0; ///< above and below the lines of a row
     std::vector<ColumnBox> columns;
 };

@@ -1,11 +1,13 @@
 #include "documents/NumberText.h"
 #include "documents/ReportWords.h"
 #include "documents/Writers.h"
+#include "documents/pdf/CardBody.h"
 #include "documents/pdf/ChartBlock.h"
 #include "documents/pdf/DocumentFacts.h"
 #include "documents/pdf/FontEmbedder.h"
 #include "documents/pdf/PageBands.h"
 #include "documents/pdf/PdfSyntax.h"
+#include "documents/pdf/ReportFit.h"
 #include "documents/pdf/TableBody.h"
 #include "documents/pdf/TitleBlock.h"
 
@@ -47,30 +49,58 @@ public:
 
     void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override
     {
-        const auto columns = std::span(shape.columns).first(shape.columns.size() - shape.hidden);
-        m_head = head;
-        m_geometry.emplace(head, columns);
+        m_fit.emplace(head, shape, sample, m_layout);
+        m_head = m_fit->head();
+        const ReportShape &shown = m_fit->shape();
+        m_geometry.emplace(m_head, m_fit->columns());
         m_pages.emplace(m_file, m_layout, *m_geometry);
-        m_bands.emplace(head, *m_geometry, m_layout);
+        m_bands.emplace(m_head, *m_geometry, m_layout);
         m_pages->setBands(std::string(PageBands::kFirstForm), std::string(PageBands::kForm));
         m_titleBlock.emplace(*m_geometry, m_layout);
-        m_body.emplace(*m_geometry, m_layout, *m_pages, m_outline, shape, sample);
+        if (m_fit->columns().cards)
+            m_cards.emplace(*m_geometry, m_layout, *m_pages, m_outline, shown, m_fit->sample());
+        else
+            m_body.emplace(*m_geometry, m_layout, *m_pages, m_outline, shown, m_fit->sample());
         m_pages->newPage();
-        m_titleBlock->draw(head, shape, sample, *m_pages);
+        m_titleBlock->draw(m_head, shown, m_fit->sample(), *m_pages);
         m_charts.emplace(*m_geometry, m_layout);
-        m_charts->place(shape, sample, *m_pages);
+        m_charts->place(shown, m_fit->sample(), *m_pages);
     }
 
-    void beginGroup(std::size_t level, const Value &key) override { m_body->beginGroup(level, key); }
-    void row(std::span<const Value> cells) override { m_body->addRow(cells); }
-    void endGroup(const GroupEnd &group) override { m_body->endGroup(group); }
+    void beginGroup(std::size_t level, const Value &key) override
+    {
+        if (m_body)
+            m_body->beginGroup(level, key);
+        else
+            m_cards->beginGroup(level, key);
+    }
+
+    void row(std::span<const Value> cells) override
+    {
+        const std::span<const Value> shown = m_fit->shownOf(cells);
+        if (m_body)
+            m_body->addRow(shown);
+        else
+            m_cards->addRow(shown);
+    }
+
+    void endGroup(const GroupEnd &group) override
+    {
+        if (m_body)
+            m_body->endGroup(group);
+        else
+            m_cards->endGroup(group);
+    }
 
     void end(const ReportTail &tail) override
     {
         const std::vector<std::string> late = lateNotices(tail);
         std::vector<std::string> notices = m_head.notices;
         notices.insert(notices.end(), late.begin(), late.end());
-        m_body->end(tail, askedFor(m_head), notices);
+        if (m_body)
+            m_body->end(tail, askedFor(m_head), notices);
+        else
+            m_cards->end(tail, askedFor(m_head), notices);
         const int count = m_pages->count();
         m_pages->closePage();
         m_titleBlock->finish(tail, late, count, *m_pages);
@@ -80,14 +110,15 @@ public:
         const int tree = m_pages->writePages([&](int page) -> std::string_view {
             drawnLate.clear();
             m_bands->draw(page, drawnLate);
-            m_body->drawLate(page, drawnLate);
+            if (m_body)
+                m_body->drawLate(page, drawnLate);
             return drawnLate.content();
         });
         m_pages->writeResources(embedFonts(m_fonts, m_file));
         m_file.finish(writeCatalogue(tree), writeInformation(m_head, m_file), identifier(tail));
         m_notes.pages = count;
-        m_notes.missingGlyphs = m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + m_charts->missingGlyphs() +
-                                drawnLate.missingGlyphs();
+        m_notes.missingGlyphs =
+            m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + m_charts->missingGlyphs() + drawnLate.missingGlyphs();
     }
 
     [[nodiscard]] WriterNotes notes() const override { return m_notes; }
@@ -143,13 +174,15 @@ private:
     TextLayout m_layout;
     PdfFile m_file;
     ReportHead m_head;
+    std::optional<ReportFit> m_fit;
     std::optional<PageGeometry> m_geometry;
     std::optional<ReportPages> m_pages;
     std::optional<PageBands> m_bands;
     std::optional<TitleBlock> m_titleBlock;
     std::optional<ChartBlock> m_charts;
     Outline m_outline;
-    std::optional<TableBody> m_body;
+    std::optional<TableBody> m_body; ///< or the other, never both
+    std::optional<CardBody> m_cards;
     WriterNotes m_notes;
 };
 

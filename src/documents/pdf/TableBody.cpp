@@ -2,6 +2,7 @@
 
 #include "documents/Palette.h"
 #include "documents/ReportWords.h"
+#include "documents/pdf/ColumnMeasure.h"
 #include "documents/pdf/PdfSyntax.h"
 #include "documents/pdf/ShownText.h"
 
@@ -12,7 +13,7 @@ namespace qm::pdf {
 
 namespace {
 
-constexpr std::uint32_t kCaptionLines = 3; ///< most lines of a column caption
+constexpr std::uint32_t kCaptionLines = 8; ///< most lines of a column caption; one that is no sentence takes three
 constexpr std::uint32_t kFewestLines = 3;  ///< a row is not begun at the foot of a page for less
 constexpr std::int64_t kFirstPageRows = 6; ///< the table begins on the first page where so many fit
 constexpr std::uint32_t kHeadingLines = 3;
@@ -100,12 +101,11 @@ bool sameValue(const Value &left, const Value &right)
 TableBody::TableBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, Outline &outline, const ReportShape &shape,
                      const SampleRows &sample)
     : m_geometry(geometry), m_layout(layout), m_pages(pages), m_outline(outline), m_notices(layout, geometry.left, geometry.right),
-      m_totals(shape.totals), m_small(layout)
+      m_totals(shape.totals), m_small(layout), m_letters(geometry.body), m_outgrown(geometry)
 {
     const auto columns = std::span(shape.columns).first(geometry.columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i)
-        m_columns.push_back({geometry.columns[i], placeOf(columns[i].alignment),
-                             columns[i].type == ColumnType::Blob ? TextStyle::Mono : TextStyle::Regular, columns[i].wrap,
+        m_columns.push_back({geometry.columns[i], placeOf(columns[i].alignment), cellStyle(columns[i]), columns[i].wrap,
                              isNumeric(columns[i]), CellFormatter(columns[i])});
     for (const GroupLevel &group : shape.groups)
         m_levels.push_back({group, CellFormatter(group.column), group.heading, SummaryLines(group.subtotals)});
@@ -173,7 +173,7 @@ void TableBody::addCaptions(std::span<const ReportColumn> columns)
         lines = std::max(lines, m_cells.back().lineCount);
     }
     m_captionHeight = static_cast<Tenths>(lines) * metrics.height + 2 * kCaptionPadding;
-    const Tenths width = m_geometry.right - m_geometry.left;
+    const Tenths width = m_geometry.tableRight - m_geometry.left;
     PageContent content(m_layout);
     content.fill(Fill::Caption, 0, width, m_captionHeight, m_captionHeight);
     content.line(Stroke::Navy, 0, width, m_captionHeight - 4);
@@ -428,22 +428,53 @@ void TableBody::layOut(std::span<const Value> cells)
             joinLines(m_text, begin);
         m_ends.push_back(m_text.size());
     }
+    if (!breakIntoLines(m_geometry.body) && !breakIntoLines(m_geometry.small))
+        moveBelow();
+}
+
+/// \returns false where a value is too wide that must not be broken.
+bool TableBody::breakIntoLines(const LineMetrics &metrics)
+{
+    const bool usual = metrics.size == m_geometry.body.size;
+    m_letters = metrics;
+    m_cells.clear();
+    m_outgrown.clear();
     m_lines = 1;
+    bool fits = true;
     std::size_t begin = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < m_ends.size(); ++i) {
         const Column &column = m_columns[i];
         const auto text = std::string_view(m_text).substr(begin, m_ends[i] - begin);
         begin = m_ends[i];
+        const Em limit = usual ? column.box.limit : metrics.limitFor(column.box.right - column.box.left);
         if (column.style == TextStyle::Regular && isCode(text)) {
-            const TextBlock code = m_layout.wrap(text, TextStyle::Mono, column.box.limit);
+            const TextBlock code = m_layout.wrap(text, TextStyle::Mono, limit);
             if (code.lineCount == 1) {
                 m_cells.push_back(code);
                 continue;
             }
         }
-        m_cells.push_back(column.wrap ? m_layout.wrap(text, column.style, column.box.limit)
-                                      : m_layout.fit(text, column.style, column.box.limit));
+        m_cells.push_back(column.wrap || column.box.whole ? m_layout.wrap(text, column.style, limit)
+                                                          : m_layout.fit(text, column.style, limit));
         m_lines = std::max(m_lines, m_cells.back().lineCount);
+        fits = fits && (!column.box.whole || m_cells.back().lineCount <= 1);
+    }
+    return fits;
+}
+
+/// Values that are too wide even in the smallest letters get lines of their own.
+void TableBody::moveBelow()
+{
+    const auto isOutgrown = [&](std::size_t i) { return m_columns[i].box.whole && m_cells[i].lineCount > 1; };
+    m_lines = 1;
+    for (std::size_t i = 0; i < m_cells.size(); ++i)
+        if (!isOutgrown(i))
+            m_lines = std::max(m_lines, m_cells[i].lineCount);
+    for (std::size_t i = 0; i < m_cells.size(); ++i) {
+        if (!isOutgrown(i))
+            continue;
+        m_lines += m_outgrown.add(m_cells[i], m_columns[i].box, m_columns[i].place, m_lines, m_letters, m_layout);
+        m_cells[i].lineCount = 0;
     }
 }
 
@@ -452,10 +483,10 @@ void TableBody::closeRow(Tenths height)
 {
     if (m_zebra) {
         if (m_striped)
-            m_pages.content().fill(Fill::Zebra, m_geometry.left, m_geometry.right, m_pages.cursor(), height);
+            m_pages.content().fill(Fill::Zebra, m_geometry.left, m_geometry.tableRight, m_pages.cursor(), height);
         m_striped = !m_striped;
     } else {
-        m_pages.content().line(Stroke::Row, m_geometry.left, m_geometry.right, m_pages.cursor() - height);
+        m_pages.content().line(Stroke::Row, m_geometry.left, m_geometry.tableRight, m_pages.cursor() - height);
     }
     m_pages.moveDown(height);
 }
@@ -469,7 +500,7 @@ void TableBody::drawWhole()
 
 void TableBody::drawInParts()
 {
-    const Tenths line = m_geometry.body.height;
+    const Tenths line = m_letters.height;
     const std::string from = "(continued from the previous page)";
     const std::string onward = "(continued on the next page)";
     bool freshPage = false;
@@ -506,7 +537,7 @@ void TableBody::drawInParts()
 
 void TableBody::drawLines(std::uint32_t first, std::uint32_t count, Tenths top)
 {
-    const LineMetrics &metrics = m_geometry.body;
+    const LineMetrics &metrics = m_letters;
     TextCanvas &canvas = m_pages.text();
     for (std::size_t i = 0; i < m_cells.size(); ++i) {
         const TextBlock &cell = m_cells[i];
@@ -518,12 +549,13 @@ void TableBody::drawLines(std::uint32_t first, std::uint32_t count, Tenths top)
             canvas.drawLine(cell, line, column.box.left, column.box.right, column.place, baseline, metrics.size);
     }
     canvas.setInk(Ink::Text);
+    m_outgrown.draw(first, count, top, metrics, canvas);
 }
 
 /// A line of the program's own, told apart from data by its colour.
 void TableBody::drawMark(const std::string &text, TextCanvas::Place place, Tenths top)
 {
-    const LineMetrics &metrics = m_geometry.body;
+    const LineMetrics &metrics = m_letters;
     const Tenths left = m_geometry.left + kPaddingX;
     const Tenths right = m_geometry.right - kPaddingX;
     const TextBlock block = m_layout.fit(text, TextStyle::Regular, metrics.limitFor(right - left));

@@ -4,6 +4,7 @@
 
 #include "documents/CellFormat.h"
 #include "documents/pdf/NoticeBox.h"
+#include "documents/pdf/OutgrownValues.h"
 #include "documents/pdf/Outline.h"
 #include "documents/pdf/ReportPages.h"
 #include "documents/pdf/SummaryLines.h"
@@ -15,7 +16,9 @@
 namespace qm::pdf {
 
 /// Sets rows, headings of groups, subtotals and totals below each other and repeats the column captions on each page. A row stays whole
-/// unless it is taller than a page; then it goes on over pages with a mark on both sides of each cut.
+/// unless it is taller than a page; then it goes on over pages with a mark on both sides of each cut. A row with a value too wide for a
+/// column that is never broken into lines has smaller letters; where that does not help, the value stands on a line of its own below the
+/// row.
 ///
 /// Everything is drawn as it comes. Where a page turns out to end in the wrong place (a heading without three rows, a subtotal without a
 /// row, a last page with one row), its end is moved to the next page; see PageContent.
@@ -122,6 +125,8 @@ private:
 
     // Rows
     void layOut(std::span<const Value> cells);
+    bool breakIntoLines(const LineMetrics &metrics);
+    void moveBelow();
     void drawWhole();
     void drawInParts();
     void drawLines(std::uint32_t first, std::uint32_t count, Tenths top);
@@ -131,7 +136,7 @@ private:
     void drawNothing(const std::string &asked);
     [[nodiscard]] Tenths heightOf(std::uint32_t lines) const
     {
-        return static_cast<Tenths>(lines) * m_geometry.body.height + 2 * m_geometry.paddingY;
+        return static_cast<Tenths>(lines) * m_letters.height + 2 * m_geometry.paddingY;
     }
 
     const PageGeometry &m_geometry;
@@ -158,6 +163,8 @@ private:
     std::vector<bool> m_blank; ///< columns whose value the group's heading or first row shows
     bool m_suppressed = false;
     std::uint32_t m_lines = 0;
+    LineMetrics m_letters; ///< of the row
+    OutgrownValues m_outgrown;
 };
 
 } // namespace qm::pdf

@@ -112,12 +112,6 @@ constexpr std::array<bool, 128> joints()
 /// ASCII characters after which paths, addresses and names are best broken.
 constexpr std::array<bool, 128> kJoints = joints();
 
-/// Breaks allowed before and after a piece by its rules; \p last: the rules of the piece before.
-bool mayBreakBefore(std::uint8_t rules, std::uint8_t last)
-{
-    return ((rules | last) & kBreakAround) != 0 && (rules & kNeverBefore) == 0 && (last & kNeverAfter) == 0;
-}
-
 } // namespace
 
 TextBlock TextLayout::wrap(std::string_view text, TextStyle style, Em limit)
@@ -343,7 +337,6 @@ Em TextLayout::hangingBlanks(const TextLine &shapedLine) const
 
 Em TextLayout::measure(std::string_view text, TextStyle style)
 {
-    constexpr Em kEndless = 1'000'000'000;
     const TextBlock block = fit(text, style, kEndless);
     return line(block, 0).width;
 }

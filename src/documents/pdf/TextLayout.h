@@ -9,6 +9,9 @@
 
 namespace qm::pdf {
 
+/// A width that no text reaches.
+inline constexpr Em kEndless = 1'000'000'000;
+
 /// One line: bytes of a plain text, or clusters of a shaped one.
 struct TextLine
 {

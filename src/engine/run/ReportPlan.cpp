@@ -17,8 +17,6 @@ namespace qm {
 
 namespace {
 
-constexpr double kNarrowestMm = 10;
-
 std::size_t fieldIndex(const QString &field, const QString &layoutName, std::span<const ResultColumn> result)
 {
     for (std::size_t i = 0; i < result.size(); ++i)
@@ -101,35 +99,9 @@ ReportColumn resolveColumn(const LayoutColumn &asked, const ResultColumn &column
     applyCells(asked, resolved);
     resolved.alignment = alignmentOf(asked.alignment, resolved.words.empty() ? resolved.type : ColumnType::Text);
     resolved.wrap = asked.wrap;
-    resolved.widthMm = asked.widthMm > 0 ? asked.widthMm : guessWidth(resolved, sample, index);
+    resolved.fixedWidth = asked.widthMm > 0;
+    resolved.widthMm = resolved.fixedWidth ? asked.widthMm : guessWidth(resolved, sample, index);
     return resolved;
-}
-
-/// Makes the columns fit \p pageMm by taking from the widest first; widths that the layout gives (\p fixed) stay.
-void fitWidths(std::vector<ReportColumn> &columns, const std::vector<bool> &fixed, double pageMm)
-{
-    double given = 0;
-    std::vector<double> widths;
-    for (std::size_t i = 0; i < columns.size(); ++i)
-        if (fixed[i])
-            given += columns[i].widthMm;
-        else
-            widths.push_back(columns[i].widthMm);
-    std::sort(widths.begin(), widths.end());
-    double left = pageMm - given;
-    if (widths.empty() || std::accumulate(widths.begin(), widths.end(), 0.0) <= left)
-        return;
-    double widest = kNarrowestMm;
-    for (std::size_t i = 0; i < widths.size(); ++i) {
-        widest = left / static_cast<double>(widths.size() - i);
-        if (widths[i] > widest)
-            break;
-        left -= widths[i];
-    }
-    widest = std::max(widest, kNarrowestMm);
-    for (std::size_t i = 0; i < columns.size(); ++i)
-        if (!fixed[i])
-            columns[i].widthMm = std::min(columns[i].widthMm, widest);
 }
 
 PageSetup pageSetup(const LayoutPage &page, const HouseStyle &house)
@@ -245,14 +217,13 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
     ReportPlan plan;
     plan.head = makeHead(used, layoutName, facts);
     checkFields(used, layoutName, result);
-    std::vector<bool> placed(result.size(), false), fixed;
+    std::vector<bool> placed(result.size(), false);
     const auto place = [&](const LayoutColumn &column, std::size_t index) {
         placed[index] = true;
         if (!column.visible)
             return;
         plan.shape.columns.push_back(resolveColumn(column, result[index], sample, index));
         plan.sources.shown.push_back(index);
-        fixed.push_back(column.widthMm > 0);
     };
     for (const LayoutColumn &column : used.columns)
         place(column, fieldIndex(column.field, layoutName, result));
@@ -261,7 +232,6 @@ ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std
             place({}, i);
     if (plan.shape.columns.empty())
         failReport(QStringLiteral("The layout %1 shows no column. Make one visible.").arg(layoutName));
-    fitWidths(plan.shape.columns, fixed, plan.head.page.widthMm - 2 * plan.head.page.marginMm);
     const auto resolved = [&](std::size_t index) {
         for (const LayoutColumn &column : used.columns)
             if (fieldIndex(column.field, layoutName, result) == index)
