@@ -40,7 +40,13 @@ check() {
 }
 not() { ! "$@"; }
 # run SECONDS PROGRAM ARGUMENT...: as a user's double click or command line would; no path of the build is known.
-run() { (cd / && WINEQT_FORCE_STDERR_LOGGING=1 timeout "$1" wine "${@:2}"); }
+# A program of Windows' own may be named alone. Wine is given its whole path: where it does not find a program at once it has "start" ask the
+# shell for it, and that fails now and then on a loaded machine ("ShellExecuteEx failed", exit code 1).
+run() {
+  local program=$2
+  [[ $program == *\\* ]] || program="C:\\windows\\system32\\${program%.exe}.exe"
+  (cd / && WINEQT_FORCE_STDERR_LOGGING=1 timeout "$1" wine "$program" "${@:3}")
+}
 ends_with() { # CODE COMMAND...
   local wanted=$1 code=0
   shift

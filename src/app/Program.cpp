@@ -20,15 +20,12 @@ Program::Program(Prompts &prompts, const ProgramPlace &place)
                                         .clock = m_clock,
                                         .log = m_log,
                                         .desk = m_desk,
-                                        .fontFolder = place.fontFolder,
-                                        .installPath = [this] { return m_globals.gstrInstallPath; },
-                                        .dataSourceKeys = [this] { return m_globals.gdicDataSources.Keys(); },
-                                        .window = [this] { return m_window && m_window->isVisible() ? m_window.get() : nullptr; },
-                                        .refused = [this](const QString &queryFile, bool interactive,
-                                                          const QString &why) { m_journal.refused(queryFile, interactive, why); }}
+                                        .host = *this,
+                                        .fontFolder = place.fontFolder}
 {
     if (!place.userStateFolder.isEmpty())
         m_help.setStateFile(place.userStateFolder + QStringLiteral("help.ini"));
+    m_registry.setForeignRuns(&m_journal);
     m_registry.registerReportInterface(QString::fromLatin1(kReportInterfaceFamily),
                                        [this](const QString &) { return makePackageReportInterface(m_reporting); });
 }
@@ -53,6 +50,7 @@ void Program::tidyUp()
 frmMain &Program::makeMainWindow()
 {
     m_window = std::make_unique<frmMain>(services());
+    QObject::connect(m_window.get(), &frmMain::closed, &m_desk, &ReportDesk::closeViewers);
     return *m_window;
 }
 
@@ -66,17 +64,13 @@ MainWindowServices Program::services()
             .help = m_help,
             .journal = m_journal,
             .jobReader = m_jobReader,
+            .work = *this,
             .readers = {[] { return std::make_unique<IniPackageConfigReader>(); },
                         [this] { return std::make_unique<TomlJobConfigReader>(m_known); },
                         [this] { return std::make_unique<TomlEmailConfigReader>(m_known); },
                         [this] { return std::make_shared<TomlDataSourceFileReader>(m_known); }},
             .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
-            .getInstallPath = m_place.getInstallPath,
             .makeDueTimer = [] { return std::make_unique<SystemDueTimer>(); },
-            .isProducingRows = [this] { return m_desk.isProducingRows() || m_registry.isGenerating(); },
-            .isEditing = [this] { return m_registry.isEditing(); },
-            .closeViewers = [this] { m_desk.closeViewers(); },
-            .endProgram = m_place.endProgram,
             .connectionTester = &m_connectionTester,
             .stateFile = m_place.userStateFolder.isEmpty() ? QString() : m_place.userStateFolder + QStringLiteral("window.ini")};
 }

@@ -5,6 +5,7 @@
 #include "app/RunJournal.h"
 #include "core/Clock.h"
 #include "core/ErrorReporter.h"
+#include "core/WorkAtHand.h"
 #include "datasources/AdoConnectionTester.h"
 #include "engine/run/ReportEngine.h"
 #include "framework/ComponentRegistry.h"
@@ -12,7 +13,6 @@
 #include "framework/QueryFiles.h"
 #include "help/HelpFile.h"
 #include "platform/ApplicationLog.h"
-#include "platform/Registry.h"
 #include "reporting/common/ReportDesk.h"
 #include "reporting/common/ReportingUiServices.h"
 #include "shell/frmMain.h"
@@ -27,12 +27,10 @@ struct ProgramPlace
     QString installPath;          ///< with trailing separator; empty when there is no installation
     QString fontFolder;           ///< the shipped fonts
     QString userStateFolder = {}; ///< with trailing separator: where the look of window and help is kept; empty: nowhere
-    std::function<QString()> getInstallPath = [] { return GetInstallPath(); }; ///< asked when the main window loads
-    std::function<void()> endProgram = [] {};                                  ///< called when the main window was closed
 };
 
 /// All objects of one run of the program, in the order they need one another.
-class Program final
+class Program final : private WorkAtHand, private ReportingHost
 {
 public:
     Program(Prompts &prompts, const ProgramPlace &place);
@@ -51,6 +49,15 @@ public:
 
 private:
     MainWindowServices services();
+    [[nodiscard]] bool isProducingRows() const override { return m_desk.isProducingRows() || m_registry.isGenerating(); }
+    [[nodiscard]] bool isEditing() const override { return m_registry.isEditing(); }
+    [[nodiscard]] QString installPath() const override { return m_globals.gstrInstallPath; }
+    [[nodiscard]] QStringList dataSourceKeys() const override { return m_globals.gdicDataSources.Keys(); }
+    [[nodiscard]] QWidget *window() const override { return m_window && m_window->isVisible() ? m_window.get() : nullptr; }
+    void refused(const QString &queryFile, bool interactive, const QString &why) override
+    {
+        m_journal.refused(queryFile, interactive, why);
+    }
 
     ProgramPlace m_place;
     Prompts &m_prompts;

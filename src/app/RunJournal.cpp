@@ -27,6 +27,32 @@ void RunJournal::markInterruptedRuns()
     RunLedger ledger(m_installPath);
     if (const int runs = ledger.markInterrupted(utcText(m_clock.now())); runs > 0)
         m_log.warning(QStringLiteral("%1 report runs were found unfinished and marked interrupted").arg(runs));
+    ledger.sweepFolders();
+}
+
+int RunJournal::began(const QString &queryFile, const QString &progId, bool interactive)
+{
+    LedgerEntry &entry = m_foreign[++m_lastForeign];
+    entry.queryFile = queryFile;
+    entry.trigger = interactive ? RunTrigger::Operator : RunTrigger::Schedule;
+    entry.startedUtc = utcText(m_clock.now());
+    entry.note = QStringLiteral("made by %1").arg(progId);
+    ledger().start(entry);
+    return m_lastForeign;
+}
+
+void RunJournal::ended(int run, const std::optional<RuntimeError> &failure)
+{
+    LedgerEntry entry = m_foreign.at(run);
+    m_foreign.erase(run);
+    entry.status = !failure                                        ? RunStatus::Done
+                   : failure->number() == err::cancelledByOperator ? RunStatus::Cancelled
+                   : failure->number() == err::noOutputByRule      ? RunStatus::Done
+                                                                   : RunStatus::Failed;
+    if (failure)
+        (entry.status == RunStatus::Done ? entry.note : entry.error) = failure->description();
+    entry.endedUtc = utcText(m_clock.now());
+    ledger().finish(entry);
 }
 
 void RunJournal::notRun(const ScheduledReportJob &job, const QString &reason)

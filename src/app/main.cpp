@@ -38,6 +38,7 @@ int run(Program &program, WidgetPrompts &prompts)
                      {[&] {
                           frmMain &window = program.makeMainWindow();
                           prompts.setMainWindow(&window);
+                          QObject::connect(&window, &frmMain::closed, qApp, &QCoreApplication::quit);
                           window.Form_Load();
                       },
                       [&] {
@@ -104,9 +105,7 @@ int main(int argc, char *argv[])
     }
     const QString userStateFolder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tarrowind/");
     prompts.setStateFile(userStateFolder + QStringLiteral("window.ini"));
-    Program program(prompts, {.installPath = installPath, .fontFolder = fontFolder(), .userStateFolder = userStateFolder, .endProgram = [] {
-                                  QCoreApplication::quit();
-                              }});
+    Program program(prompts, {.installPath = installPath, .fontFolder = fontFolder(), .userStateFolder = userStateFolder});
     QObject::connect(&lock, &InstanceLock::raiseRequested, &app, [&program] {
         if (program.mainWindow())
             program.mainWindow()->RestoreFromTray();

@@ -1,10 +1,13 @@
 #include "documents/CellFormat.h"
 
+#include "core/LocalZone.h"
 #include "core/Utf8.h"
 #include "documents/IsoTime.h"
 #include "documents/TextScan.h"
 
 #include <array>
+#include <charconv>
+#include <chrono>
 #include <cmath>
 #include <optional>
 
@@ -15,19 +18,18 @@ namespace {
 using Style = CellFormatter::Style;
 
 constexpr std::size_t kShownBlobBytes = 32;
+constexpr double kLongestDuration = 1e15; ///< in seconds; beyond, a number does not tell them apart any more
+
+constexpr std::array<std::string_view, 9> kNames{"percent",  "bytes",       "duration", "date",   "time",
+                                                 "datetime", "datetime-ms", "local",    "boolean"};
+constexpr std::array<Style, kNames.size()> kNamed{Style::Percent,  Style::Bytes,      Style::Duration, Style::Date,   Style::Time,
+                                                  Style::DateTime, Style::DateTimeMs, Style::Local,    Style::Boolean};
 
 Style namedStyle(const std::string &format)
 {
-    static constexpr std::array<std::pair<std::string_view, Style>, 7> kNames{{{"percent", Style::Percent},
-                                                                               {"bytes", Style::Bytes},
-                                                                               {"date", Style::Date},
-                                                                               {"time", Style::Time},
-                                                                               {"datetime", Style::DateTime},
-                                                                               {"datetime-ms", Style::DateTimeMs},
-                                                                               {"boolean", Style::Boolean}}};
-    for (const auto &[name, style] : kNames)
-        if (format == name)
-            return style;
+    for (std::size_t i = 0; i < kNames.size(); ++i)
+        if (format == kNames[i])
+            return kNamed[i];
     return Style::Plain;
 }
 
@@ -98,6 +100,80 @@ void appendBytes(double bytes, std::string &out)
     out += kUnits[unit];
 }
 
+void appendWhole(double number, std::string &out)
+{
+    numbers::appendFixed(number, numbers::Pattern{0, 0, true, 0}, out);
+}
+
+/// The two largest units that say something: "1 d 4 h", "2 h 03 min", "5 min 07 s", "42 s", "4.2 s", "250 ms", rounded to the smaller.
+void appendDuration(double seconds, std::string &out)
+{
+    constexpr double kMinute = 60, kHour = 3600, kHoursOfDay = 24;
+    if (seconds < 0)
+        out += '-';
+    seconds = std::fabs(seconds);
+    const auto pair = [&out](double whole, double unit, std::string_view larger, std::string_view smaller, bool twoDigits) {
+        const double rest = std::fmod(whole, unit);
+        appendWhole((whole - rest) / unit, out);
+        out += larger;
+        if (twoDigits)
+            appendTwoDigits(static_cast<int>(rest), out);
+        else
+            appendWhole(rest, out);
+        out += smaller;
+    };
+    const double whole = std::round(seconds), minutes = std::round(seconds / kMinute);
+    if (seconds != 0 && seconds < 0.9995) {
+        numbers::appendFixed(seconds * 1000, numbers::Pattern{0, seconds < 0.01 ? 1 : 0, true, 0}, out);
+        out += " ms";
+    } else if (whole < kMinute) {
+        numbers::appendFixed(seconds, numbers::Pattern{0, seconds < 9.95 ? 1 : 0, true, 0}, out);
+        out += " s";
+    } else if (whole < kHour) {
+        pair(whole, kMinute, " min ", " s", true);
+    } else if (minutes < kMinute * kHoursOfDay) {
+        pair(minutes, kMinute, " h ", " min", true);
+    } else {
+        pair(std::round(seconds / kHour), kHoursOfDay, " d ", " h", false);
+    }
+}
+
+/// "2026-03-29 03:00:00 +02:00": a time in UTC on this machine's clock, with its distance from UTC, so that no two moments look alike.
+bool appendLocal(const IsoTime &time, std::string &out)
+{
+    constexpr std::int64_t kDay = 86400, kHour = 3600, kMinute = 60;
+    if (!time.hasDate || !time.hasTime)
+        return false;
+    const std::int64_t utc = time.daysSince1970() * kDay + time.millisecondOfDay() / 1000;
+    const std::int64_t offset = zone::offsetAt(utc);
+    const std::chrono::sys_seconds local{std::chrono::seconds(utc + offset)};
+    const auto day = std::chrono::floor<std::chrono::days>(local);
+    const std::chrono::year_month_day date(day);
+    const auto second = static_cast<int>((local - day).count());
+    IsoTime shown;
+    shown.year = static_cast<int>(date.year());
+    if (shown.year < 0 || shown.year > 9999)
+        return false;
+    shown.month = static_cast<int>(static_cast<unsigned>(date.month()));
+    shown.day = static_cast<int>(static_cast<unsigned>(date.day()));
+    shown.hour = second / static_cast<int>(kHour);
+    shown.minute = second / static_cast<int>(kMinute) % 60;
+    shown.second = second % 60;
+    appendDate(shown, out);
+    out += ' ';
+    appendClock(shown, false, out);
+    const auto distance = static_cast<int>(offset < 0 ? -offset : offset);
+    out += offset < 0 ? " -" : " +";
+    appendTwoDigits(distance / static_cast<int>(kHour), out);
+    out += ':';
+    appendTwoDigits(distance / static_cast<int>(kMinute) % 60, out);
+    if (distance % 60 != 0) {
+        out += ':';
+        appendTwoDigits(distance % 60, out);
+    }
+    return true;
+}
+
 std::optional<bool> truthOf(std::string_view text)
 {
     static constexpr std::array<std::string_view, 6> kTrue{"1", "true", "True", "TRUE", "t", "yes"};
@@ -129,6 +205,13 @@ CellFormatter::CellFormatter(const ReportColumn &column) : m_style(namedStyle(co
     } else if (m_style == Style::Plain && !column.format.empty()) {
         readPattern(column.format);
     }
+    if (m_style == Style::Local)
+        zone::refresh();
+    if (!CellExtras::areIn(column))
+        return;
+    m_extras = std::make_shared<const CellExtras>(column);
+    if (m_style == Style::Plain && m_extras->haveTexts())
+        m_style = Style::Words;
 }
 
 /// A number pattern: text, then #, 0 and commas with perhaps a point, then text. Quotes and a backslash keep what they enclose or precede.
@@ -190,6 +273,11 @@ void CellFormatter::appendNumber(const Value &value, std::string &out) const
         case Style::Boolean:
             out += real != 0.0 ? "Yes" : "No";
             return;
+        case Style::Duration:
+            if (std::fabs(real) > kLongestDuration)
+                break;
+            appendDuration(real, out);
+            return;
         default:
             break;
         }
@@ -208,6 +296,18 @@ bool CellFormatter::appendFormattedText(std::string_view text, std::string &out)
         const std::optional<IsoTime> time = parseIsoTime(text);
         return time && appendTime(m_style, *time, out);
     }
+    case Style::Local: {
+        const std::optional<IsoTime> time = parseIsoTime(text);
+        return time && appendLocal(*time, out);
+    }
+    case Style::Duration: {
+        double seconds = 0;
+        const auto read = std::from_chars(text.data(), text.data() + text.size(), seconds);
+        if (read.ec != std::errc() || read.ptr != text.data() + text.size() || !(std::fabs(seconds) <= kLongestDuration))
+            return false;
+        appendDuration(seconds, out);
+        return true;
+    }
     case Style::Boolean: {
         const std::optional<bool> truth = truthOf(text);
         out += truth ? (*truth ? "Yes" : "No") : "";
@@ -220,6 +320,8 @@ bool CellFormatter::appendFormattedText(std::string_view text, std::string &out)
 
 void CellFormatter::append(const Value &value, std::string &out) const
 {
+    if (m_extras && m_extras->append(value, out))
+        return;
     switch (value.kind) {
     case Value::Kind::Null:
         return;
@@ -235,6 +337,18 @@ void CellFormatter::append(const Value &value, std::string &out) const
         appendBlob(value.text(), out);
         return;
     }
+}
+
+std::span<const std::string_view> formatNames()
+{
+    return kNames;
+}
+
+bool isFormat(const std::string &format)
+{
+    ReportColumn column;
+    column.format = format;
+    return format.empty() || CellFormatter(column).style() != Style::Plain;
 }
 
 } // namespace qm

@@ -10,18 +10,12 @@
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 
 namespace qm {
 
 namespace {
-
-QString systemWords(int code)
-{
-    return QString::fromStdString(std::generic_category().message(code));
-}
 
 [[noreturn]] void fail(std::int32_t number, const QString &what, const QString &path, const QString &why)
 {
@@ -30,31 +24,27 @@ QString systemWords(int code)
 
 [[noreturn]] void failWriting(const QString &target, int code)
 {
-    const bool full = code == ENOSPC || code == EDQUOT || code == EFBIG;
+    const bool full = posix::classicNumber(code) == err::diskFull;
     const QString advice =
         full ? QStringLiteral("%1. Free some space or choose another folder, then run the report again.") : QStringLiteral("%1.");
-    fail(full ? err::diskFull : err::deviceIo, QStringLiteral("The report could not be written to"), target, advice.arg(systemWords(code)));
+    fail(full ? err::diskFull : err::deviceIo, QStringLiteral("The report could not be written to"), target,
+         advice.arg(posix::systemWords(code)));
 }
 
 /// A failure to make, look up or rename an entry of a folder.
 [[noreturn]] void failInFolder(const QString &target, const QString &folder, int code)
 {
-    switch (code) {
-    case ENOENT:
-    case ENOTDIR:
-        fail(err::pathNotFound, QStringLiteral("There is no folder"), folder, QStringLiteral("make it first, or choose another folder."));
-    case EACCES:
-    case EPERM:
-    case EROFS:
+    if (code == EACCES || code == EPERM || code == EROFS)
         fail(err::pathFileAccess, QStringLiteral("The report cannot be written into the folder"), folder,
-             QStringLiteral("%1. Choose another folder, or have it made writable.").arg(systemWords(code)));
-    case ENAMETOOLONG:
-    case EINVAL:
-    case ELOOP:
-        fail(err::badFileName, QStringLiteral("The report cannot be named"), target, systemWords(code) + u'.');
-    case EISDIR:
+             QStringLiteral("%1. Choose another folder, or have it made writable.").arg(posix::systemWords(code)));
+    if (code == EISDIR)
         fail(err::pathFileAccess, QStringLiteral("The report cannot replace"), target,
              QStringLiteral("it is a folder. Give the name of a file."));
+    switch (const std::int32_t number = posix::classicNumber(code, err::pathNotFound)) {
+    case err::pathNotFound:
+        fail(number, QStringLiteral("There is no folder"), folder, QStringLiteral("make it first, or choose another folder."));
+    case err::badFileName:
+        fail(number, QStringLiteral("The report cannot be named"), target, posix::systemWords(code) + u'.');
     default:
         failWriting(target, code);
     }

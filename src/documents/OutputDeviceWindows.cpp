@@ -22,7 +22,7 @@ constexpr qsizetype kLongestName = 255; ///< characters of one part of a path
 
 [[noreturn]] void failWriting(const QString &target, DWORD code)
 {
-    const bool full = code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL || code == win::kQuotaExceeded;
+    const bool full = win::classicNumber(code) == err::diskFull;
     const QString advice =
         full ? QStringLiteral("%1. Free some space or choose another folder, then run the report again.") : QStringLiteral("%1.");
     fail(full ? err::diskFull : err::deviceIo, QStringLiteral("The report could not be written to"), target,
@@ -33,25 +33,17 @@ constexpr qsizetype kLongestName = 255; ///< characters of one part of a path
 [[noreturn]] void failInFolder(const QString &target, DWORD code)
 {
     const QString folder = QFileInfo(target).path();
-    switch (code) {
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-    case ERROR_BAD_NETPATH:
-    case ERROR_BAD_NET_NAME:
-        fail(err::pathNotFound, QStringLiteral("There is no folder"), folder, QStringLiteral("make it first, or choose another folder."));
-    case ERROR_ACCESS_DENIED:
-    case ERROR_WRITE_PROTECT:
+    if (code == ERROR_ACCESS_DENIED || code == ERROR_WRITE_PROTECT)
         fail(err::pathFileAccess, QStringLiteral("The report cannot be written into the folder"), folder,
              QStringLiteral("%1. Choose another folder, or have it made writable.").arg(win::systemWords(code)));
-    case ERROR_SHARING_VIOLATION:
-    case ERROR_LOCK_VIOLATION:
-    case ERROR_USER_MAPPED_FILE:
+    if (code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION || code == ERROR_USER_MAPPED_FILE)
         fail(err::permissionDenied, QStringLiteral("The report cannot replace"), target,
              QStringLiteral("the file is open in another program. Close it there or choose another name."));
-    case ERROR_INVALID_NAME:
-    case ERROR_FILENAME_EXCED_RANGE:
-    case ERROR_BUFFER_OVERFLOW:
-        fail(err::badFileName, QStringLiteral("The report cannot be named"), target, win::systemWords(code) + u'.');
+    switch (const std::int32_t number = win::classicNumber(code, err::pathNotFound)) {
+    case err::pathNotFound:
+        fail(number, QStringLiteral("There is no folder"), folder, QStringLiteral("make it first, or choose another folder."));
+    case err::badFileName:
+        fail(number, QStringLiteral("The report cannot be named"), target, win::systemWords(code) + u'.');
     default:
         failWriting(target, code);
     }

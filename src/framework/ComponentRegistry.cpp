@@ -52,8 +52,9 @@ private:
 class ForeignReportInterface final : public ReportInterface
 {
 public:
-    ForeignReportInterface(std::unique_ptr<ReportInterface> component, QString progId, ApplicationLog *log, ComponentWork &work)
-        : m_component(std::move(component)), m_progId(std::move(progId)), m_log(log), m_work(work)
+    ForeignReportInterface(std::unique_ptr<ReportInterface> component, QString progId, ApplicationLog *log, ComponentWork &work,
+                           ForeignRuns *runs)
+        : m_component(std::move(component)), m_progId(std::move(progId)), m_log(log), m_work(work), m_runs(runs)
     {
     }
     void EditQuery(const QString &target) override
@@ -64,12 +65,18 @@ public:
     void GenerateReport(const QString &queryFile, int reserved, bool interactive, bool flag) override
     {
         const Counted atWork(m_work.reports);
+        const int run = m_runs != nullptr ? m_runs->began(queryFile, m_progId, interactive) : 0;
+        std::optional<RuntimeError> failure;
         try {
             m_component->GenerateReport(queryFile, reserved, interactive, flag);
         } catch (...) {
-            tell(queryFile, currentError());
-            throw;
+            failure = currentError();
+            tell(queryFile, *failure);
         }
+        if (m_runs != nullptr)
+            m_runs->ended(run, failure);
+        if (failure)
+            throw *failure;
     }
 
 private:
@@ -89,6 +96,7 @@ private:
     QString m_progId;
     ApplicationLog *m_log;
     ComponentWork &m_work;
+    ForeignRuns *m_runs;
 };
 
 bool isNamedIn(const QJsonArray &identifiers, const QString &progId)
@@ -193,7 +201,7 @@ std::unique_ptr<ReportInterface> ComponentRegistry::createReportInterface(const 
     const auto watched = [&](std::unique_ptr<ReportInterface> component) -> std::unique_ptr<ReportInterface> {
         if (!component)
             return nullptr;
-        return std::make_unique<ForeignReportInterface>(std::move(component), progId, m_log, m_work);
+        return std::make_unique<ForeignReportInterface>(std::move(component), progId, m_log, m_work, m_runs);
     };
     return create<ReportInterface>(
         progId, m_reportInterfaces, "report interface",

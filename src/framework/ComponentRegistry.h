@@ -6,6 +6,7 @@
 #include "framework/SystemComponents.h"
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace qm {
@@ -17,6 +18,21 @@ class ComponentPlugin;
 struct ComponentWork
 {
     int edits = 0, reports = 0;
+};
+
+/// Keeps the runs of report interfaces that are not built in; those that are keep theirs themselves.
+class ForeignRuns
+{
+public:
+    /// \returns a number for ended().
+    virtual int began(const QString &queryFile, const QString &progId, bool interactive) = 0;
+    virtual void ended(int run, const std::optional<RuntimeError> &failure) = 0;
+
+protected:
+    ForeignRuns() = default;
+    ForeignRuns(const ForeignRuns &) = default;
+    ForeignRuns &operator=(const ForeignRuns &) = default;
+    ~ForeignRuns() = default;
 };
 
 /// Families of identifiers that the product itself serves; each package has an identifier of its own.
@@ -37,6 +53,8 @@ public:
     /// \p installPath ends with a separator; its folder "Components" may be missing. \p log may be null.
     explicit ComponentRegistry(const QString &installPath, ApplicationLog *log = nullptr);
 
+    /// Is told of reports that components make from now on; null: nobody. It outlives them.
+    void setForeignRuns(ForeignRuns *runs) { m_runs = runs; }
     /// \p identifier is exact, or a family "Prefix.*", which serves "Prefix." and any word of letters, digits and "_".
     void registerReportInterface(const QString &identifier, ReportInterfaceMaker maker);
     void registerQueryAccess(const QString &identifier, QueryAccessMaker maker);
@@ -69,6 +87,7 @@ private:
 
     QString m_componentsFolder;
     ApplicationLog *m_log;
+    ForeignRuns *m_runs = nullptr;
     ComponentWork m_work;
     std::vector<Entry<ReportInterfaceMaker>> m_reportInterfaces;
     std::vector<Entry<QueryAccessMaker>> m_queryAccesses;

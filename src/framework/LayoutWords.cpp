@@ -27,7 +27,10 @@ constexpr std::array kCharts{
     std::pair{"stacked-bar", QT_TRANSLATE_NOOP("ReportLayout", "Stacked bars")},
     std::pair{"stacked-column", QT_TRANSLATE_NOOP("ReportLayout", "Stacked columns")},
     std::pair{"line", QT_TRANSLATE_NOOP("ReportLayout", "Line")},
+    std::pair{"area", QT_TRANSLATE_NOOP("ReportLayout", "Area")},
     std::pair{"pie", QT_TRANSLATE_NOOP("ReportLayout", "Pie")},
+    std::pair{"heat", QT_TRANSLATE_NOOP("ReportLayout", "Heat map")},
+    std::pair{"histogram", QT_TRANSLATE_NOOP("ReportLayout", "Histogram")},
 };
 
 } // namespace
@@ -97,6 +100,24 @@ const QStringList &orientationWords()
 const QStringList &aggregateWords()
 {
     static const QStringList words = wordList({"count", "sum", "average", "minimum", "maximum", "distinct", "share", "running"});
+    return words;
+}
+
+const QStringList &groupOrderWords()
+{
+    static const QStringList words = wordList({"automatic", "ascending", "descending", "rows"});
+    return words;
+}
+
+const QStringList &ruleTestWords()
+{
+    static const QStringList words = wordList({"=", "<>", "<", "<=", ">", ">=", "contains", "null"});
+    return words;
+}
+
+const QStringList &emphasisWords()
+{
+    static const QStringList words = wordList({"strong", "warning", "alarm"});
     return words;
 }
 

@@ -31,5 +31,8 @@ struct Paper
 [[nodiscard]] const QStringList &alignmentWords();
 [[nodiscard]] const QStringList &orientationWords();
 [[nodiscard]] const QStringList &aggregateWords();
+[[nodiscard]] const QStringList &groupOrderWords();
+[[nodiscard]] const QStringList &ruleTestWords();
+[[nodiscard]] const QStringList &emphasisWords();
 
 } // namespace qm

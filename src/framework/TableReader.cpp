@@ -1,6 +1,7 @@
 #include "framework/TableReader.h"
 
 #include "core/RuntimeError.h"
+#include "framework/UnknownWords.h"
 
 namespace qm {
 namespace {
@@ -51,7 +52,7 @@ QString TableReader::text(const char *key, const QString &otherwise) const
 QString TableReader::requiredText(const char *key) const
 {
     if (!has(key))
-        fail(key, QStringLiteral("%1 is missing. Add a line %2 = \"...\".").arg(nameOf(key), QString::fromLatin1(key)));
+        fail(key, QStringLiteral("%1 is missing. Add a line %2 = \"...\"%3.").arg(nameOf(key), QString::fromLatin1(key), misspelling(key)));
     return text(key);
 }
 
@@ -69,6 +70,15 @@ QStringList TableReader::texts(const char *key) const
         result.append(item.text);
     }
     return result;
+}
+
+QString TableReader::misspelling(const char *key) const
+{
+    QStringList keys;
+    for (const TomlNode::Member &member : m_table.members)
+        keys << member.first;
+    const QString near = nearestWord(QString::fromLatin1(key), keys);
+    return near.isEmpty() ? QString() : QStringLiteral(", or correct \"%1\" if that is what is meant").arg(near);
 }
 
 bool TableReader::boolean(const char *key, bool otherwise) const
@@ -135,6 +145,18 @@ int TableReader::word(const char *key, int otherwise, const QStringList &words) 
     offered.removeAll(QString());
     fail(key, QStringLiteral("%1 must be one of %2, not \"%3\". Correct the line in a text editor.")
                   .arg(nameOf(key), offered.join(QStringLiteral(", ")), found));
+}
+
+std::vector<std::pair<QString, QString>> TableReader::textTable(const char *key) const
+{
+    std::vector<std::pair<QString, QString>> texts;
+    for (const auto &[name, node] : table(key).members) {
+        if (node.kind != TomlNode::Kind::String)
+            failAt(node.line, QStringLiteral("what %1 says for \"%2\" must be a text in quotes, not %3. Correct the line in a text editor.")
+                                  .arg(nameOf(key), name, node.kindText()));
+        texts.emplace_back(name, node.text);
+    }
+    return texts;
 }
 
 std::optional<QString> TableReader::scalarAsText(const char *key) const

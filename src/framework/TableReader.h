@@ -9,6 +9,8 @@
 
 #include <limits>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace qm {
 
@@ -31,6 +33,8 @@ public:
     [[nodiscard]] WallTime requiredLocalTime(const char *key) const;
     /// The position in \p words of the text, compared without letter case.
     [[nodiscard]] int word(const char *key, int otherwise, const QStringList &words) const;
+    /// The members of a table of texts, in the order of the file.
+    [[nodiscard]] std::vector<std::pair<QString, QString>> textTable(const char *key) const;
     /// A text, number, truth value or time as text; nullopt without the key.
     [[nodiscard]] std::optional<QString> scalarAsText(const char *key) const;
 
@@ -49,6 +53,7 @@ public:
 
 private:
     [[nodiscard]] const TomlNode *find(const char *key) const;
+    [[nodiscard]] QString misspelling(const char *key) const;
     [[noreturn]] void wrongKind(const char *key, const TomlNode &found, const char *expected) const;
 
     const TomlNode &m_table;

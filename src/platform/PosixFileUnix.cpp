@@ -18,6 +18,8 @@ namespace {
 
 constexpr int kMostNames = 100; ///< tried before a folder is given up
 
+} // namespace
+
 std::int32_t classicNumber(int code, std::int32_t missing)
 {
     switch (code) {
@@ -46,7 +48,11 @@ std::int32_t classicNumber(int code, std::int32_t missing)
     }
 }
 
-} // namespace
+QString systemWords(int code)
+{
+    const char *said = ::strerrordesc_np(code);
+    return QString::fromLatin1(said == nullptr ? "unknown system error" : said);
+}
 
 Descriptor::~Descriptor()
 {
@@ -68,8 +74,7 @@ QByteArray native(const QString &path)
 
 void raiseSystem(int code, const QString &what, std::int32_t missing)
 {
-    const char *said = ::strerrordesc_np(code);
-    raise(classicNumber(code, missing), what + QStringLiteral(": ") + QString::fromLatin1(said == nullptr ? "unknown system error" : said));
+    raise(classicNumber(code, missing), what + QStringLiteral(": ") + systemWords(code));
 }
 
 std::optional<struct stat> entryAt(const QString &path)

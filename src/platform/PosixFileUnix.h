@@ -52,6 +52,10 @@ auto retrying(Call call)
 
 /// \p path for the system. \throws RuntimeError 52 when no file can have that name (empty, zero character, half a character).
 [[nodiscard]] QByteArray native(const QString &path);
+/// The classic number of the system's error \p code; a missing entry is \p missing, and 75 what has no number of its own.
+[[nodiscard]] std::int32_t classicNumber(int code, std::int32_t missing = err::fileNotFound);
+/// What the system says about its error \p code, in English and without a full stop.
+[[nodiscard]] QString systemWords(int code);
 /// Throws the classic error of the system's \p code: "<what>: <what the system said>". A missing entry is \p missing.
 [[noreturn]] void raiseSystem(int code, const QString &what, std::int32_t missing = err::fileNotFound);
 /// The entry itself, a link not followed; nullopt when nothing is there.

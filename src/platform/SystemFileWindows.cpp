@@ -14,6 +14,14 @@ namespace {
 
 constexpr qsizetype kOldPathLimit = 240; ///< what the system takes without the long form, with room for a short name behind it
 
+/// Another program, a virus scanner above all, may hold a new file open for a moment.
+bool isPassing(DWORD code)
+{
+    return code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION || code == ERROR_ACCESS_DENIED;
+}
+
+} // namespace
+
 std::int32_t classicNumber(DWORD code, std::int32_t missing)
 {
     switch (code) {
@@ -35,6 +43,7 @@ std::int32_t classicNumber(DWORD code, std::int32_t missing)
     case ERROR_INVALID_NAME:
     case ERROR_BAD_PATHNAME:
     case ERROR_FILENAME_EXCED_RANGE:
+    case ERROR_BUFFER_OVERFLOW:
     case ERROR_INVALID_PARAMETER:
         return err::badFileName;
     case ERROR_GEN_FAILURE:
@@ -50,14 +59,6 @@ std::int32_t classicNumber(DWORD code, std::int32_t missing)
         return err::pathFileAccess;
     }
 }
-
-/// Another program, a virus scanner above all, may hold a new file open for a moment.
-bool isPassing(DWORD code)
-{
-    return code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION || code == ERROR_ACCESS_DENIED;
-}
-
-} // namespace
 
 void Handle::close()
 {

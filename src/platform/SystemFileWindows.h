@@ -50,6 +50,8 @@ inline constexpr DWORD kQuotaExceeded = 1295;
 /// \p path for the system, beyond its old limit of 260 characters too.
 /// \throws RuntimeError 52 when no file can have that name (empty, zero character, half a character, wildcard).
 [[nodiscard]] std::wstring native(const QString &path);
+/// The classic number of the system's error \p code; a missing entry is \p missing, and 75 what has no number of its own.
+[[nodiscard]] std::int32_t classicNumber(DWORD code, std::int32_t missing = err::fileNotFound);
 /// What the system says about its error \p code, without line break and full stop.
 [[nodiscard]] QString systemWords(DWORD code);
 /// Throws the classic error of the system's \p code: "<what>: <what the system said>". A missing entry is \p missing.

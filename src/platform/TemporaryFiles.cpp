@@ -82,6 +82,23 @@ int sweepTemporaries(const QString &folder)
     return removed;
 }
 
+bool sweepTemporariesOf(const QString &folder, const QDateTime &begin, const QDateTime &end)
+{
+    const QDir place(folder);
+    if (!place.exists())
+        return false;
+    bool isClean = true;
+    const auto found = place.entryInfoList(QDir::Files | QDir::Hidden | QDir::System | QDir::NoSymLinks);
+    for (const QFileInfo &entry : found) {
+        const QDateTime changed = entry.lastModified();
+        if (!isTemporaryName(entry.fileName()) || changed < begin || changed > end || !isOwn(entry.filePath()))
+            continue;
+        if (!isOlderThan(entry, kSecondsUntilLeft) || !removeUnheld(entry.filePath()))
+            isClean = false;
+    }
+    return isClean;
+}
+
 WorkFolder::WorkFolder()
 {
     for (const QString &place : workPlaces()) {

@@ -2,6 +2,7 @@
 /// Hidden temporaries: how they are named, how a living program holds them, and how those of dead ones are found.
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -23,6 +24,11 @@ void holdTemporary(int descriptor);
 /// Removes the temporaries in \p folder and below it that no living program holds and nobody has changed for ten minutes; what only looks
 /// like one of an earlier version must belong to this user and be a day old. Links are not followed. \returns how many were removed.
 int sweepTemporaries(const QString &folder);
+
+/// Removes those temporaries of this user in \p folder itself that were last changed between \p begin and \p end, as sweepTemporaries()
+/// does: what a program left there that lived then. Not below it: the folder is anybody's. \returns whether none is left; false without the
+/// folder.
+bool sweepTemporariesOf(const QString &folder, const QDateTime &begin, const QDateTime &end);
 
 /// A folder that only this user can look into; it goes with the object. One that a killed program left goes with sweepWorkFolders().
 class WorkFolder final

@@ -19,26 +19,19 @@ constexpr Procedure kRtClick{"dtblScheduleTable_RtClick", kUnanticipated, kModul
 
 constexpr int kEnterCode = 13, kDeleteCode = 46;
 
-ScheduleServices scheduleServices(const SchedulePane::Services &services, JobTable &table, JobConfigReader &reader)
-{
-    return {services.globals, table, reader, services.errors, services.prompts, services.clock, services.journal};
-}
-
 } // namespace
 
-SchedulePane::SchedulePane(const Services &services, ScheduleTimer::ReportMaker runReport, std::function<bool()> isBusy, QWidget *window)
-    : QObject(window), m_services(services), m_dialog(services.globals, services.errors, services.prompts, services.help, window),
-      m_watch(scheduleServices(services, m_table, services.reader)),
-      m_timer(scheduleServices(services, m_table, m_watch.reader()), std::move(runReport), std::move(isBusy)),
-      m_jobs(scheduleServices(services, m_table, m_watch.reader()), m_dialog, m_timer), m_contents(new QWidget(window)),
-      m_view(new ScheduleTableView(m_table, m_contents))
+SchedulePane::SchedulePane(const ScheduleServices &services, HelpViewer &help, ScheduleTimer::ReportMaker runReport, QWidget *window)
+    : QObject(window), m_services(services), m_dialog(services.globals, services.errors, services.prompts, help, window), m_watch(services),
+      m_timer(m_watch.watched(services), m_table, std::move(runReport)), m_jobs(m_watch.watched(services), m_table, m_dialog, m_timer),
+      m_contents(new QWidget(window)), m_view(new ScheduleTableView(m_table, m_contents))
 {
     auto *layout = new QVBoxLayout(m_contents);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(new MissingFileNotice(m_table, m_contents));
     layout->addWidget(m_view, 1);
-    m_timer.setPopulateJobs([this] { m_jobs.PopulateJobs(); });
+    connect(&m_timer, &ScheduleTimer::rowsWanted, &m_jobs, &ScheduledJobs::PopulateJobs);
     m_watch.watch(m_timer);
     connect(m_view, &ScheduleTableView::LfDblClick, this, &SchedulePane::dtblScheduleTable_LfDblClick);
     connect(m_view, &ScheduleTableView::KeyDown, this, &SchedulePane::dtblScheduleTable_KeyDown);

@@ -11,8 +11,6 @@
 #include <QObject>
 #include <QPoint>
 
-#include <functional>
-
 namespace qm {
 
 class HelpViewer;
@@ -24,19 +22,8 @@ class SchedulePane final : public QObject
 {
     Q_OBJECT
 public:
-    /// What outlives the pane.
-    struct Services
-    {
-        Globals &globals;
-        JobConfigReader &reader;
-        ErrorReporter &errors;
-        Prompts &prompts;
-        const Clock &clock;
-        ScheduleJournal &journal;
-        HelpViewer &help;
-    };
-    /// \p runReport and \p isBusy as ScheduleTimer wants them.
-    SchedulePane(const Services &services, ScheduleTimer::ReportMaker runReport, std::function<bool()> isBusy, QWidget *window);
+    /// \p runReport as ScheduleTimer wants it.
+    SchedulePane(const ScheduleServices &services, HelpViewer &help, ScheduleTimer::ReportMaker runReport, QWidget *window);
     ~SchedulePane() override;
 
     /// The table below the notice of jobs that point to nothing.
@@ -64,7 +51,7 @@ private:
     void dtblScheduleTable_RtClick(int row, const QPoint &position);
     void rowChosen(int row);
 
-    Services m_services;
+    ScheduleServices m_services;
     JobTable m_table;
     frmScheduledReport m_dialog;
     ScheduleWatch m_watch;

@@ -14,8 +14,8 @@ namespace qm {
 class Clock;
 class ErrorReporter;
 class JobConfigReader;
-class JobTable;
 class Prompts;
+class WorkAtHand;
 
 /// Keeps the facts of unattended runs that nobody was there to see: application log and run ledger.
 class ScheduleJournal
@@ -37,12 +37,12 @@ public:
 struct ScheduleServices
 {
     Globals &globals;
-    JobTable &table;
     JobConfigReader &reader;
     ErrorReporter &errors;
     Prompts &prompts;
     const Clock &clock;
     ScheduleJournal &journal;
+    const WorkAtHand &work;
 };
 
 /// Writes the whole job collection to "Config\Jobs.cfg" and keeps the collection that comes back.

@@ -3,6 +3,7 @@
 #include "core/Clock.h"
 #include "core/ErrorReporter.h"
 #include "core/Prompts.h"
+#include "core/WorkAtHand.h"
 #include "platform/DueTimer.h"
 #include "platform/Files.h"
 #include "scheduler/JobTable.h"
@@ -38,8 +39,8 @@ std::int32_t secondsUntil(const WallTime &when, const WallTime &now)
 
 } // namespace
 
-ScheduleTimer::ScheduleTimer(const ScheduleServices &services, ReportMaker runReport, std::function<bool()> isBusy, QObject *parent)
-    : QObject(parent), m_services(services), m_runReport(std::move(runReport)), m_isBusy(std::move(isBusy))
+ScheduleTimer::ScheduleTimer(const ScheduleServices &services, JobTable &table, ReportMaker runReport, QObject *parent)
+    : QObject(parent), m_services(services), m_table(table), m_runReport(std::move(runReport))
 {
     m_tmrScheduleTimer.setObjectName(QStringLiteral("tmrScheduleTimer"));
     m_tmrScheduleTimer.setTimerType(Qt::PreciseTimer);
@@ -85,7 +86,7 @@ void ScheduleTimer::runChain(std::optional<int> row)
 {
     m_chainRuns = true;
     while (row && !m_hasEnded) {
-        if (m_isBusy()) {
+        if (m_services.work.isProducingRows()) {
             m_dueJobWaits = true;
             break;
         }
@@ -147,12 +148,12 @@ void ScheduleTimer::standStill()
 
 std::optional<int> ScheduleTimer::chooseAndArm(bool repopulate)
 {
-    JobTable &table = m_services.table;
-    if (repopulate && m_populateJobs) {
+    JobTable &table = m_table;
+    if (repopulate) {
         // The operator may be about to change or delete the selected job.
         const std::optional<std::int32_t> selected =
             table.selectedRow() >= 0 ? std::optional(table.row(table.selectedRow()).jobId) : std::nullopt;
-        m_populateJobs();
+        Q_EMIT rowsWanted();
         if (const std::optional<int> row = selected ? table.rowOfJob(*selected) : std::nullopt)
             table.selectRow(*row);
     }
@@ -180,7 +181,7 @@ std::optional<int> ScheduleTimer::chooseAndArm(bool repopulate)
 
 ScheduleTimer::Afterwards ScheduleTimer::reschedule(int rowIndex)
 {
-    const JobRow row = m_services.table.row(rowIndex);
+    const JobRow row = m_table.row(rowIndex);
     guardAgainstStandstill(row);
 
     JobCollection &jobs = requireJobs(m_services.globals);
@@ -195,7 +196,7 @@ ScheduleTimer::Afterwards ScheduleTimer::reschedule(int rowIndex)
                   tr("the job '%1' (%2) is in the table but no longer in the schedule").arg(row.description, row.queryFile));
         if (advance.retired) {
             jobs.erase(job);
-            m_services.table.removeRowAt(rowIndex);
+            m_table.removeRowAt(rowIndex);
         } else {
             (*job)->DateTime = {advance.date, parseTime(row.time)};
         }
@@ -239,11 +240,11 @@ void ScheduleTimer::showMoved(std::int32_t jobId, const QString &interfaceId)
 {
     const JobCollection &jobs = requireJobs(m_services.globals);
     const auto job = std::find_if(jobs.begin(), jobs.end(), [&](const auto &each) { return each->JobId == jobId; });
-    const std::optional<int> row = m_services.table.rowOfJob(jobId);
+    const std::optional<int> row = m_table.rowOfJob(jobId);
     if (job == jobs.end() || !row)
         return;
     const ListedJob moved{(*job)->DateTime, (*job)->Frequency, (*job)->JobDescription, (*job)->QueryFileName, jobId, interfaceId};
-    m_services.table.setRow(*row, moved.toRow());
+    m_table.setRow(*row, moved.toRow());
 }
 
 void ScheduleTimer::guardAgainstStandstill(const JobRow &row)
@@ -265,12 +266,12 @@ void ScheduleTimer::mudoTimer_Mature()
     trap(m_services.errors, kTick, [&] {
         if (m_hasEnded)
             return;
-        if (m_chainRuns || m_isBusy()) {
+        if (m_chainRuns || m_services.work.isProducingRows()) {
             m_matureWaits = true;
             return;
         }
         m_matureWaits = false;
-        JobTable &table = m_services.table;
+        JobTable &table = m_table;
         int chosen = 0;
         for (int i = 1; i < table.rows(); ++i)
             if (m_mdtmNextRun && table.nextRun(i) == *m_mdtmNextRun)
@@ -288,7 +289,7 @@ void ScheduleTimer::deliverWaitingMature()
             [this] {
                 if (m_matureWaits)
                     mudoTimer_Mature();
-                else if (m_dueJobWaits && !m_isBusy())
+                else if (m_dueJobWaits && !m_services.work.isProducingRows())
                     SetTimer(true);
             },
             Qt::QueuedConnection);
@@ -300,16 +301,15 @@ void ScheduleTimer::tmrScheduleTimer_Timer()
         // Started again only at the end: after a failure the countdown stands still.
         if (m_chainRuns) {
             // The tick does not come between: what it would count down to is what is being made.
-        } else if (m_services.table.rows() == 0) {
+        } else if (m_table.rows() == 0) {
             Q_EMIT countdownChanged(tr("No Reports Scheduled"));
         } else if (m_mdtmNextRun) {
             const std::int32_t s = secondsUntil(*m_mdtmNextRun, m_services.clock.wallNow());
             const int days = s / 86400, hours = s / 3600 % 24, minutes = s / 60 % 60, seconds = s % 60;
-            // Joined piece by piece: a description may hold anything, "%1" included.
-            Q_EMIT countdownChanged(QStringLiteral("Next Report: '") + m_mstrNextJobDescription +
-                                    QStringLiteral("' is scheduled to run in ") + QString::number(days) + QStringLiteral(" Days ") +
-                                    QString::number(hours) + QStringLiteral(" Hours ") + QString::number(minutes) +
-                                    QStringLiteral(" Minutes ") + QString::number(seconds) + QStringLiteral(" Seconds."));
+            // All put in at once: a description may hold anything, "%2" included.
+            Q_EMIT countdownChanged(tr("Next Report: '%1' is scheduled to run in %2 Days %3 Hours %4 Minutes %5 Seconds.")
+                                        .arg(m_mstrNextJobDescription, QString::number(days), QString::number(hours),
+                                             QString::number(minutes), QString::number(seconds)));
         }
         startTick();
     });

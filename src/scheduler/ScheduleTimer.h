@@ -14,6 +14,7 @@
 namespace qm {
 
 class DueTimer;
+class JobTable;
 struct JobRow;
 
 /// Keeps exactly one wake-up pending, for the earliest row of the schedule table, and shows a countdown to it every second.
@@ -31,8 +32,7 @@ public:
     /// returns, or later.
     using ReportMaker = std::function<void(const QString &interfaceId, bool interactive, std::function<void()> over)>;
 
-    /// \p isBusy tells whether the operator's own report produces rows now.
-    ScheduleTimer(const ScheduleServices &services, ReportMaker runReport, std::function<bool()> isBusy, QObject *parent = nullptr);
+    ScheduleTimer(const ScheduleServices &services, JobTable &table, ReportMaker runReport, QObject *parent = nullptr);
     ~ScheduleTimer() override;
 
     /// Takes the timer component into use.
@@ -48,10 +48,9 @@ public:
     /// The program ends: no job is touched any more, those that are due included; the next start finds them as they are.
     void end();
 
-    /// Has every row rebuilt from the job collection; set once by the owner.
-    void setPopulateJobs(std::function<void()> populateJobs) { m_populateJobs = std::move(populateJobs); }
-
 Q_SIGNALS:
+    /// Every row is to be rebuilt from the job collection, before this returns.
+    void rowsWanted();
     /// The text of the status bar's panel "NextSchReport" and of the tray icon's tip.
     void countdownChanged(const QString &text);
     /// A chain ended without setting the timer: nothing runs until somebody calls SetTimer. \p why is for log and operator.
@@ -85,9 +84,8 @@ private:
     void guardAgainstStandstill(const JobRow &row);
 
     ScheduleServices m_services;
+    JobTable &m_table;
     ReportMaker m_runReport;
-    std::function<bool()> m_isBusy;
-    std::function<void()> m_populateJobs;
     std::unique_ptr<DueTimer> m_mudoTimer;
     QTimer m_tmrScheduleTimer;
 

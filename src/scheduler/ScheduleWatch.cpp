@@ -75,11 +75,7 @@ void ScheduleWatch::look()
 std::optional<QString> ScheduleWatch::saveUnsaved()
 {
     if (m_whyUnsaved)
-        trapSilently([&] {
-            const ScheduleServices watched{m_services.globals, m_services.table, m_reader,          m_services.errors,
-                                           m_services.prompts, m_services.clock, m_services.journal};
-            saveJobs(watched);
-        });
+        trapSilently([&] { saveJobs(watched(m_services)); });
     return m_whyUnsaved;
 }
 

@@ -27,8 +27,11 @@ class ScheduleWatch final : public QObject
 public:
     explicit ScheduleWatch(const ScheduleServices &services, std::chrono::milliseconds interval = std::chrono::minutes(1));
 
-    /// The services' reader of the job file, whose saves are watched.
-    [[nodiscard]] JobConfigReader &reader() { return m_reader; }
+    /// \p services with the reader of the job file whose saves are watched.
+    [[nodiscard]] ScheduleServices watched(const ScheduleServices &services)
+    {
+        return {services.globals, m_reader, services.errors, services.prompts, services.clock, services.journal, services.work};
+    }
     /// Watches \p timer, which is the one that is set when the job file can be saved again.
     void watch(ScheduleTimer &timer);
     /// Tries at once to save jobs that could not be saved. \returns why they still are not; nothing when all jobs are saved.

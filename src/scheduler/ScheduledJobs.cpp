@@ -44,23 +44,23 @@ QString joinedNextRun(const JobRow &row)
 
 } // namespace
 
-ScheduledJobs::ScheduledJobs(const ScheduleServices &services, frmScheduledReport &dialog, ScheduleTimer &timer)
-    : m_services(services), m_dialog(dialog), m_timer(timer)
+ScheduledJobs::ScheduledJobs(const ScheduleServices &services, JobTable &table, frmScheduledReport &dialog, ScheduleTimer &timer)
+    : m_services(services), m_table(table), m_dialog(dialog), m_timer(timer)
 {
 }
 
 void ScheduledJobs::PopulateJobs()
 {
     trap(m_services.errors, kPopulateJobs, [&] {
-        m_services.table.setJobs({});
+        m_table.setJobs({});
         const JobCollection &jobs = requireJobs(m_services.globals);
         const PackageInterfaces interfaces(m_services.globals);
         std::vector<ListedJob> rows;
         rows.reserve(jobs.size());
         for (const auto &job : jobs)
             rows.push_back(listed(*job, interfaces));
-        m_services.table.setJobs(std::move(rows));
-        m_services.table.selectRow(0);
+        m_table.setJobs(std::move(rows));
+        m_table.selectRow(0);
     });
 }
 
@@ -99,15 +99,15 @@ void ScheduledJobs::addFromDialog(const QString &interfaceId)
     row.nextRun = joinedNextRun(row);
     if (!interfaceId.isEmpty())
         row.interfaceId = interfaceId;
-    m_services.table.appendRow(std::move(row));
-    m_services.table.selectRow(0);
+    m_table.appendRow(std::move(row));
+    m_table.selectRow(0);
     m_timer.SetTimer(false);
 }
 
 void ScheduledJobs::ModifyScheduledJob()
 {
     static_cast<void>(requireJobs(m_services.globals));
-    JobTable &table = m_services.table;
+    JobTable &table = m_table;
     const JobRow before = table.row(table.selectedRow());
     m_dialog.StartDateString = before.date;
     m_dialog.StartTimeString = before.time;
@@ -147,7 +147,7 @@ void ScheduledJobs::ModifyScheduledJob()
 void ScheduledJobs::DeleteScheduledJob()
 {
     static_cast<void>(requireJobs(m_services.globals));
-    JobTable &table = m_services.table;
+    JobTable &table = m_table;
     const std::int32_t id = table.row(table.selectedRow()).jobId;
     const int answer = m_services.prompts.messageBox(tr("Are you sure you want to delete this scheduled job?"), box::yesNo | box::question,
                                                      QString::fromLatin1(kApplicationTitle));

@@ -9,6 +9,7 @@
 namespace qm {
 
 class frmScheduledReport;
+class JobTable;
 class ScheduleTimer;
 
 /// The operations on scheduled jobs. Every change is saved at once and ends by setting the timer anew.
@@ -16,7 +17,7 @@ class ScheduledJobs final : public QObject
 {
     Q_OBJECT
 public:
-    ScheduledJobs(const ScheduleServices &services, frmScheduledReport &dialog, ScheduleTimer &timer);
+    ScheduledJobs(const ScheduleServices &services, JobTable &table, frmScheduledReport &dialog, ScheduleTimer &timer);
 
     /// Rebuilds every row from the job collection.
     void PopulateJobs();
@@ -35,6 +36,7 @@ private:
     void addFromDialog(const QString &interfaceId);
 
     ScheduleServices m_services;
+    JobTable &m_table;
     frmScheduledReport &m_dialog;
     ScheduleTimer &m_timer;
 };

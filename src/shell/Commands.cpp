@@ -150,7 +150,7 @@ void Commands::sstbrReportsMenuToolbar_ToolClick(const QString &id)
 {
     trap(m_errors, interfaceProcedure("sstbrReportsMenuToolbar_ToolClick"), [&] {
         const auto found = m_commands.constFind(id);
-        if (found == m_commands.constEnd() || (m_gate && !m_gate()))
+        if (found == m_commands.constEnd() || !m_facts.isReadyForCommand())
             return;
         const Command command = *found;
         if (!command.canRun || command.canRun())

@@ -20,12 +20,14 @@ namespace qm {
 
 class ErrorReporter;
 
-/// What the enabling rules ask about.
+/// What the commands ask about.
 class CommandFacts
 {
 public:
     [[nodiscard]] virtual bool isPastePending() const = 0;
     [[nodiscard]] virtual bool hasScheduledJobs() const = 0;
+    /// Asked before any command runs; while it says no, none does.
+    [[nodiscard]] virtual bool isReadyForCommand() const = 0;
 
 protected:
     CommandFacts() = default;
@@ -54,8 +56,6 @@ public:
     void setCommand(const QString &id, std::function<void()> command, std::function<bool()> canRun = {});
     /// Asks a tool's command anew whether it can run.
     void refresh(const QString &id);
-    /// Asked before any command runs; while it says no, none does.
-    void setGate(std::function<bool()> gate) { m_gate = std::move(gate); }
 
     /// Runs the command of a tool. An identifier without a command does nothing.
     void sstbrReportsMenuToolbar_ToolClick(const QString &id);
@@ -98,7 +98,6 @@ private:
     QHash<QString, QMenu *> m_menus;
     QHash<QString, Command> m_commands;
     QSet<QString> m_switchedOff; ///< tools that the enabling rules have switched off
-    std::function<bool()> m_gate;
 };
 
 } // namespace qm

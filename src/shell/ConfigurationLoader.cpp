@@ -4,6 +4,7 @@
 #include "core/ErrorReporter.h"
 #include "framework/Readers.h"
 #include "platform/Files.h"
+#include "platform/Registry.h"
 
 #include <QtGlobal>
 
@@ -24,9 +25,8 @@ std::shared_ptr<DatabaseInfo> viewedAs(const std::shared_ptr<DatabaseInfo> &info
 
 } // namespace
 
-ConfigurationLoader::ConfigurationLoader(Globals &globals, ErrorReporter &errors, ReaderFactories readers,
-                                         std::function<QString()> getInstallPath)
-    : m_globals(globals), m_errors(errors), m_readers(std::move(readers)), m_getInstallPath(std::move(getInstallPath))
+ConfigurationLoader::ConfigurationLoader(Globals &globals, ErrorReporter &errors, ReaderFactories readers)
+    : m_globals(globals), m_errors(errors), m_readers(std::move(readers))
 {
 }
 
@@ -38,7 +38,7 @@ QString ConfigurationLoader::configFolder() const
 void ConfigurationLoader::ReadReportConfigurations()
 {
     trap(m_errors, kReadReportConfigurations, [&] {
-        m_globals.gstrInstallPath = m_getInstallPath();
+        m_globals.gstrInstallPath = GetInstallPath();
         readPackages();
         m_globals.gcolJobs = m_readers.jobs()->LoadJobs(configFolder() + QStringLiteral("Jobs.cfg"));
         m_globals.gudoEmailSettings = m_readers.email()->ReadEmailSettings(configFolder() + QStringLiteral("Email.cfg"));

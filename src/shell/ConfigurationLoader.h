@@ -26,11 +26,10 @@ struct ReaderFactories
 class ConfigurationLoader final
 {
 public:
-    /// \p getInstallPath reads the installation folder from the registry; its failure is this procedure's failure.
-    ConfigurationLoader(Globals &globals, ErrorReporter &errors, ReaderFactories readers, std::function<QString()> getInstallPath);
+    ConfigurationLoader(Globals &globals, ErrorReporter &errors, ReaderFactories readers);
 
-    /// Installation folder, packages, jobs, e-mail settings, data sources, in this order. A failure is reported and ends it: what was
-    /// loaded stays, what follows is left out.
+    /// Installation folder (from the registry), packages, jobs, e-mail settings, data sources, in this order. A failure is reported and
+    /// ends it: what was loaded stays, what follows is left out.
     void ReadReportConfigurations();
 
 private:
@@ -41,7 +40,6 @@ private:
     Globals &m_globals;
     ErrorReporter &m_errors;
     ReaderFactories m_readers;
-    std::function<QString()> m_getInstallPath;
 };
 
 } // namespace qm

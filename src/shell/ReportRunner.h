@@ -18,11 +18,24 @@ class Prompts;
 class ScheduleJournal;
 struct Globals;
 
+/// How far the scheduled report is that is being made in the background; nothing without one.
+class ScheduledProgress
+{
+public:
+    [[nodiscard]] virtual std::optional<ReportProgress> progress() const = 0;
+
+protected:
+    ScheduledProgress() = default;
+    ScheduledProgress(const ScheduledProgress &) = default;
+    ScheduledProgress &operator=(const ScheduledProgress &) = default;
+    ~ScheduledProgress() = default;
+};
+
 /// Runs the report of `gstrCurrentQueryFile`, for the operator (interactive) or for the schedule.
 ///
 /// A scheduled report is made in the background when its interface can do that: the window stays usable. Nothing but cancel() and the end
 /// of this object cancels it.
-class ReportRunner final : public QObject
+class ReportRunner final : public QObject, public ScheduledProgress
 {
     Q_OBJECT
 public:
@@ -36,8 +49,7 @@ public:
 
     /// Whether a run has begun and is not over.
     [[nodiscard]] bool isRunning() const { return m_depth > 0 || m_background; }
-    /// How far the scheduled report is that is being made in the background; nothing without one.
-    [[nodiscard]] std::optional<ReportProgress> progress() const;
+    [[nodiscard]] std::optional<ReportProgress> progress() const override;
     /// Cancels the scheduled report that is being made in the background.
     void cancel();
 

@@ -32,8 +32,8 @@ ElidedLabel *yieldingLabel(const QString &name, int chars, int indent, QWidget *
 
 } // namespace
 
-ScheduleStatus::ScheduleStatus(std::function<std::optional<ReportProgress>()> progress, QWidget *parent)
-    : QWidget(parent), m_progress(std::move(progress)), m_run(yieldingLabel(QStringLiteral("scheduledRun"), kRunChars, 0, this)),
+ScheduleStatus::ScheduleStatus(const ScheduledProgress &runs, QWidget *parent)
+    : QWidget(parent), m_runs(runs), m_run(yieldingLabel(QStringLiteral("scheduledRun"), kRunChars, 0, this)),
       m_notice(yieldingLabel(QStringLiteral("scheduleNotice"), kNoticeChars, kIconSize + 6, this)), m_bar(new QProgressBar(this)),
       m_cancel(new QPushButton(this))
 {
@@ -70,7 +70,7 @@ void ScheduleStatus::runBegan(const QString &queryFile)
     refresh();
     updateVisible();
     // An interface that lets nothing through until its report is made is seen at work all the same.
-    if (!m_progress() && isVisible()) {
+    if (!m_runs.progress() && isVisible()) {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         window()->repaint();
     }
@@ -104,7 +104,7 @@ QString ScheduleStatus::runText() const
 
 void ScheduleStatus::refresh()
 {
-    const std::optional<ReportProgress> progress = m_progress();
+    const std::optional<ReportProgress> progress = m_runs.progress();
     if (progress)
         m_report = progress->report;
     m_run->setText(progress ? tr("Making '%1': %2").arg(m_report, progress->state) : tr("Making '%1'").arg(m_report));
@@ -117,7 +117,7 @@ void ScheduleStatus::refresh()
 
 void ScheduleStatus::updateVisible()
 {
-    const bool hasProgress = m_isRunning && m_progress().has_value();
+    const bool hasProgress = m_isRunning && m_runs.progress().has_value();
     m_run->setVisible(m_isRunning);
     m_bar->setVisible(hasProgress);
     m_cancel->setVisible(hasProgress);

@@ -2,13 +2,10 @@
 /// What the schedule does right now, in the status bar.
 #pragma once
 
-#include "framework/Components.h"
+#include "shell/ReportRunner.h"
 
 #include <QTimer>
 #include <QWidget>
-
-#include <functional>
-#include <optional>
 
 class QProgressBar;
 class QPushButton;
@@ -23,8 +20,8 @@ class ScheduleStatus final : public QWidget
 {
     Q_OBJECT
 public:
-    /// \p progress is asked a few times a second while a run is shown; without an answer it has no progress and cannot be cancelled.
-    explicit ScheduleStatus(std::function<std::optional<ReportProgress>()> progress, QWidget *parent = nullptr);
+    /// \p runs is asked a few times a second while a run is shown; without an answer it has no progress and cannot be cancelled.
+    explicit ScheduleStatus(const ScheduledProgress &runs, QWidget *parent = nullptr);
 
     /// \p queryFile names the report until its interface does.
     void runBegan(const QString &queryFile);
@@ -41,7 +38,7 @@ private:
     void refresh();
     void updateVisible();
 
-    std::function<std::optional<ReportProgress>()> m_progress;
+    const ScheduledProgress &m_runs;
     ElidedLabel *m_run, *m_notice;
     QProgressBar *m_bar;
     QPushButton *m_cancel;

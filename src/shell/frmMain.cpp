@@ -3,6 +3,7 @@
 #include "catalogue/CatalogueKeys.h"
 #include "core/ErrorReporter.h"
 #include "core/Prompts.h"
+#include "core/WorkAtHand.h"
 #include "datasources/ConnectionTester.h"
 #include "datasources/frmAddNewDataSource.h"
 #include "datasources/frmDataSource.h"
@@ -57,7 +58,7 @@ frmMain::frmMain(MainWindowServices services)
     : m_services(std::move(services)), m_state(m_services.stateFile), m_commands(m_services.errors, *this, this),
       m_selectionCommands(m_active, m_services.errors),
       m_runner(m_services.globals, m_services.components, m_services.prompts, m_services.journal),
-      m_loader(m_services.globals, m_services.errors, m_services.readers, m_services.getInstallPath)
+      m_loader(m_services.globals, m_services.errors, m_services.readers)
 {
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(tr("Quillmark SQL Report Generator V8.0 SP4"));
@@ -69,12 +70,13 @@ frmMain::frmMain(MainWindowServices services)
                                                                     m_services.components, m_services.makeQueryReader, icons::imageList()},
                                                   this);
     m_schedule = std::make_unique<SchedulePane>(
-        SchedulePane::Services{m_services.globals, m_services.jobReader, m_services.errors, m_services.prompts, m_services.clock,
-                               m_services.journal, m_services.help},
+        ScheduleServices{m_services.globals, m_services.jobReader, m_services.errors, m_services.prompts, m_services.clock,
+                         m_services.journal, m_services.work},
+        m_services.help,
         [this](const QString &interfaceId, bool interactive, std::function<void()> over) {
             m_runner.RunReport(interfaceId, interactive, std::move(over));
         },
-        m_services.isProducingRows, this);
+        this);
     m_schedule->table().setPicture(icons::imageList().value(QStringLiteral("ScheduleJob")));
     for (const int column : {CatalogueList::QueryFile, CatalogueList::ReportFile})
         m_catalogue->lvListView().setItemDelegateForColumn(column, new LeftToRightDelegate(this));
@@ -133,6 +135,11 @@ bool frmMain::hasScheduledJobs() const
     return m_schedule && m_schedule->table().rows() > 0;
 }
 
+bool frmMain::isReadyForCommand() const
+{
+    return mayRunCommand() && m_catalogueCommands->endLabelEdit();
+}
+
 void frmMain::buildBars()
 {
     auto *menus = new QMenuBar(this);
@@ -155,7 +162,7 @@ void frmMain::buildBars()
     m_nextSchReport = new ElidedLabel(status);
     m_nextSchReport->setObjectName(QStringLiteral("NextSchReport"));
     m_nextSchReport->setContentsMargins(6, 2, 6, 2);
-    m_scheduleStatus = new ScheduleStatus([this] { return m_runner.progress(); }, status);
+    m_scheduleStatus = new ScheduleStatus(m_runner, status);
     status->addPermanentWidget(m_scheduleStatus);
     status->addPermanentWidget(m_nextSchReport);
     setStatusBar(status);
@@ -256,7 +263,6 @@ void frmMain::setCommands()
     m_selectionCommands.set(View::Datatbl, Verb::Rename, modifyJob);
     m_selectionCommands.set(View::Datatbl, Verb::Delete, [this] { m_schedule->jobs().DeleteScheduledJob(); });
 
-    m_commands.setGate([this] { return mayRunCommand() && m_catalogueCommands->endLabelEdit(); });
     const auto can = [this](Verb verb) { return [this, verb] { return m_selectionCommands.canRun(verb); }; };
     m_commands.setCommand(
         command::modify, [this] { m_selectionCommands.Modify(); }, can(Verb::Modify));
@@ -313,7 +319,7 @@ void frmMain::Form_Load()
 
 void frmMain::closeEvent(QCloseEvent *event)
 {
-    const bool isRunAtHand = m_runner.isRunning() && !QApplication::activeModalWidget() && !isEditing();
+    const bool isRunAtHand = m_runner.isRunning() && !QApplication::activeModalWidget() && !m_services.work.isEditing();
     if ((isRunAtHand || mayRunCommand()) && !m_closesAfterRun && !mayLeaveJobs()) {
         event->ignore();
         return;
@@ -340,9 +346,8 @@ void frmMain::closeEvent(QCloseEvent *event)
     if (m_about)
         m_about->close();
     m_services.help.closeWindow();
-    m_services.closeViewers();
     event->accept();
-    m_services.endProgram();
+    Q_EMIT closed();
 }
 
 bool frmMain::mayLeaveJobs()
@@ -361,14 +366,9 @@ bool frmMain::mayLeaveJobs()
     return true;
 }
 
-bool frmMain::isEditing() const
-{
-    return m_services.isEditing && m_services.isEditing();
-}
-
 bool frmMain::mayRunCommand() const
 {
-    return !QApplication::activeModalWidget() && !m_services.isProducingRows() && !isEditing();
+    return !QApplication::activeModalWidget() && !m_services.work.isProducingRows() && !m_services.work.isEditing();
 }
 
 void frmMain::hideToNotificationArea()

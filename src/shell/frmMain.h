@@ -29,6 +29,7 @@ class ElidedLabel;
 class HelpFile;
 class Prompts;
 class ScheduleStatus;
+class WorkAtHand;
 class frmAbout;
 class frmAddNewDataSource;
 
@@ -43,14 +44,10 @@ struct MainWindowServices
     HelpFile &help;
     ScheduleJournal &journal;
     JobConfigReader &jobReader;
+    const WorkAtHand &work;
     ReaderFactories readers;
     std::function<std::unique_ptr<QueryReader>()> makeQueryReader;
-    std::function<QString()> getInstallPath;
     std::function<std::unique_ptr<DueTimer>()> makeDueTimer;
-    std::function<bool()> isProducingRows;        ///< whether a report is being made that keeps the operator waiting
-    std::function<bool()> isEditing = {};         ///< whether a package's editor is open that has no window here; may be empty
-    std::function<void()> closeViewers;           ///< closes the windows that reports opened
-    std::function<void()> endProgram;             ///< called when the window was closed
     ConnectionTester *connectionTester = nullptr; ///< null: data sources cannot be edited
     QString stateFile;                            ///< where the window's look is kept for this user; empty: nowhere
 };
@@ -75,6 +72,10 @@ public:
     [[nodiscard]] SchedulePane &schedule() { return *m_schedule; }
     [[nodiscard]] ReportRunner &reportRunner() { return m_runner; }
 
+Q_SIGNALS:
+    /// The operator has closed the window for good: the program ends.
+    void closed();
+
 protected:
     void closeEvent(QCloseEvent *event) override;
 
@@ -85,6 +86,7 @@ private:
     void connectSchedule();
     [[nodiscard]] bool isPastePending() const override;
     [[nodiscard]] bool hasScheduledJobs() const override;
+    [[nodiscard]] bool isReadyForCommand() const override;
     void buildBars();
     void buildPanes();
     void buildTray();
@@ -101,7 +103,6 @@ private:
     void showAbout();
     void popUpRightClickMenu(const QPoint &globalPosition);
     [[nodiscard]] bool mayRunCommand() const;
-    [[nodiscard]] bool isEditing() const;
     /// Whether all jobs are saved, or the operator has the program end without.
     [[nodiscard]] bool mayLeaveJobs();
     [[nodiscard]] WindowParts parts();

@@ -185,6 +185,15 @@ private Q_SLOTS:
         QCOMPARE(program.prompts.shown.size(), std::size_t{2});
         QCOMPARE(statuses(), u"cancelled cancelled done not run not run"_s);
         QCOMPARE(installation.read(u"Logs/quillmark.log"_s).count("short.rqn was not begun: "), 2);
+
+        // So does a report that a plug-in fails to make.
+        const QString plugin = installation.path() + u"Components/"_s + QFileInfo(QStringLiteral(SAMPLE_COMPONENTS)).fileName();
+        QVERIFY(QDir().mkpath(QFileInfo(plugin).path()) && QFile::copy(QStringLiteral(SAMPLE_COMPONENTS), plugin));
+        program.window->reportRunner().RunReport(u"Contoso.MailReports"_s, true);
+        QCOMPARE(statuses(), u"cancelled cancelled done not run not run failed"_s);
+        const LedgerEntry foreign = RunLedger(installation.path()).list(1).front();
+        QVERIFY(foreign.trigger == RunTrigger::Operator && foreign.queryFile == query(u"short"_s) && !foreign.endedUtc.isEmpty());
+        QVERIFY2(foreign.note.contains(u"Contoso.MailReports"_s) && foreign.error.contains(u"short.rqn"_s), qPrintable(foreign.error));
     }
 
     void the_journal_says_when_a_late_report_was_due_and_which_times_are_left_out()

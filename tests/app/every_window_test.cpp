@@ -193,11 +193,7 @@ private Q_SLOTS:
 
     void f1_opens_the_page_about_the_window()
     {
-        struct Asked : HelpViewer
-        {
-            QList<int> contexts;
-            void showContext(int context) override { contexts.append(context); }
-        } asked;
+        FakeHelp asked;
         ScriptedPrompts prompts;
         ErrorReporter errors(prompts);
         const QMap<QString, int> expected{
@@ -217,7 +213,7 @@ private Q_SLOTS:
                 connect(window.findChild<QAbstractButton *>(u"cmdHelp"_s), &QAbstractButton::clicked, this, [&clicks] { ++clicks; });
             QTest::keyClick(window.focusWidget() ? window.focusWidget() : &window, Qt::Key_F1);
             if (expected.contains(form))
-                QCOMPARE(asked.contexts, QList<int>{expected.value(form)});
+                QCOMPARE(asked.contexts, std::vector<int>{expected.value(form)});
             else
                 QCOMPARE(clicks, 1);
             seen.insert(form);

@@ -78,14 +78,6 @@ private Q_SLOTS:
         QCOMPARE(prompts.pointerShape, 0);
     }
 
-    void a_question_shows_only_its_text_and_gives_the_answer()
-    {
-        test::ScriptedPrompts prompts;
-        prompts.answers = {box::idYes};
-        QCOMPARE(ErrorReporter(prompts).ReportError(QStringLiteral("Delete '<b>x</b>'?"), 36), box::idYes);
-        QCOMPARE(prompts.shown.at(0).text, QStringLiteral("Delete '<b>x</b>'?"));
-    }
-
     void a_trap_reports_once_with_the_right_source_and_yields_the_default()
     {
         test::ScriptedPrompts prompts;
@@ -150,36 +142,6 @@ private Q_SLOTS:
         ErrorReporter errors(prompts);
         QCOMPARE(errors.ReportError(QStringLiteral("M"), 36), 0);
         trap(errors, kSave, [] { qm::raise(err::overflow); });
-    }
-
-    void dictionaries_keep_order_and_tell_letter_case_apart()
-    {
-        QMKPackage package;
-        package.AddGroup(QStringLiteral("b"));
-        package.AddGroup(QStringLiteral("B"));
-        package.AddGroup(QStringLiteral("a"));
-        QCOMPARE(package.GroupItem(0), QStringLiteral("b"));
-        QVERIFY(!package.GroupExists(QStringLiteral("A")));
-        QCOMPARE(numberOf([&] { package.AddGroup(QStringLiteral("a")); }), err::duplicateKey);
-        QCOMPARE(numberOf([&] { package.RemoveGroup(QStringLiteral("z")); }), err::elementNotFound);
-        QCOMPARE(numberOf([&] { (void)package.GroupItem(3); }), err::subscriptOutOfRange);
-        package.RemoveGroup(QStringLiteral("b"));
-        QCOMPARE(package.GroupItem(1), QStringLiteral("a"));
-        QCOMPARE(package.GroupCount(), 2);
-    }
-
-    void jobs_that_were_never_read_are_an_error_that_names_their_file()
-    {
-        Globals globals;
-        try {
-            (void)requireJobs(globals);
-            QFAIL("no error");
-        } catch (const RuntimeError &error) {
-            QCOMPARE(error.number(), 91);
-            QVERIFY(error.description().contains(QStringLiteral("Jobs.cfg")));
-        }
-        globals.gcolJobs = std::make_shared<JobCollection>();
-        QVERIFY(requireJobs(globals).empty());
     }
 
 private:

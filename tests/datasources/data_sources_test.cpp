@@ -1,6 +1,5 @@
 #include "core/ErrorReporter.h"
 #include "core/Globals.h"
-#include "core/HelpViewer.h"
 #include "datasources/ConnectionTester.h"
 #include "datasources/frmAddNewDataSource.h"
 #include "datasources/frmDataSource.h"
@@ -23,13 +22,6 @@ using namespace qm::test;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-class RecordingHelp final : public HelpViewer
-{
-public:
-    void showContext(int context) override { contexts.push_back(context); }
-    std::vector<int> contexts;
-};
 
 /// A database that answers as the test says.
 class AnsweringTester final : public ConnectionTester
@@ -97,7 +89,7 @@ struct Session
     QTemporaryDir folder;
     ScriptedPrompts prompts;
     ErrorReporter errors;
-    RecordingHelp help;
+    FakeHelp help;
     AnsweringTester tester;
     TomlDataSourceFileReader reader;
     Globals globals;

@@ -46,35 +46,6 @@ class DeliveryUiTest final : public QObject
     }
 
 private Q_SLOTS:
-    void an_e_mail_that_could_not_be_sent_cannot_be_saved_data()
-    {
-        QTest::addColumn<QString>("field");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("said");
-        QTest::newRow("nobody") << u"mailTo"_s << QString() << u"at least one address"_s;
-        QTest::newRow("two at-signs") << u"mailCc"_s << u"a@b@x.org"_s << u"\"a@b@x.org\" is not"_s;
-        QTest::newRow("sender") << u"mailFrom"_s << u"me"_s << u"\"me\" is not"_s;
-        QTest::newRow("field of the subject") << u"mailSubject"_s << u"{nosuch}"_s << u"{nosuch}"_s;
-        QTest::newRow("field of an address") << u"mailBcc"_s << u"{nosuch}@x.org"_s << u"{nosuch}"_s;
-        QTest::newRow("file name") << u"filePattern"_s << u"../{date}"_s << u".."_s;
-        QTest::newRow("good") << u"mailCc"_s << u"Ö <o@x.org>, {year}@x.org"_s << QString();
-    }
-    void an_e_mail_that_could_not_be_sent_cannot_be_saved()
-    {
-        QFETCH(QString, field);
-        QFETCH(QString, text);
-        QFETCH(QString, said);
-        OutputPage page(m_clock, m_home);
-        Query query = mail({u"a@x.org"_s});
-        query.OutputSettings.email.subject = u"{description}: {rows}"_s;
-        page.show(query);
-        QCOMPARE(problem(page), QString());
-        type(page, field.toLatin1().constData(), text);
-        QVERIFY2(said.isEmpty() ? problem(page).isEmpty() : problem(page).contains(said), qPrintable(problem(page)));
-        page.findChild<QComboBox *>(u"outputType"_s)->setCurrentIndex(static_cast<int>(OutputKind::Screen));
-        QCOMPARE(problem(page), QString());
-    }
-
     void recipients_are_told_apart()
     {
         OutputPage page(m_clock, m_home);

@@ -1,6 +1,5 @@
 #include "core/ErrorReporter.h"
 #include "core/Globals.h"
-#include "core/HelpViewer.h"
 #include "email/NumericText.h"
 #include "email/frmEmailSettings.h"
 #include "framework/ConfigReaders.h"
@@ -18,13 +17,6 @@ using namespace qm::test;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-class RecordingHelp final : public HelpViewer
-{
-public:
-    void showContext(int context) override { contexts.push_back(context); }
-    std::vector<int> contexts;
-};
 
 /// The dialog on a temporary installation with the real file writer.
 struct Session
@@ -52,7 +44,7 @@ struct Session
     QTemporaryDir folder;
     ScriptedPrompts prompts;
     ErrorReporter errors;
-    RecordingHelp help;
+    FakeHelp help;
     Globals globals;
 };
 

@@ -307,18 +307,49 @@ private Q_SLOTS:
         QCOMPARE(qm::RunLedger(m_installation->path()).list(1).front().status, qm::RunStatus::Cancelled);
     }
 
-    void a_killed_run_is_marked_by_the_next()
+    void a_killed_run_is_marked_by_the_next_and_what_it_left_elsewhere_is_swept()
     {
         const QString endless = query("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) SELECT i FROM n");
+        const QTemporaryDir elsewhere;
+        const auto put = [&](const QString &name, const QDateTime &changed) {
+            QFile file(elsewhere.filePath(name));
+            QVERIFY(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly));
+            QVERIFY(file.setFileTime(changed, QFileDevice::FileModificationTime));
+        };
+        const auto there = [&] { return QDir(elsewhere.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name); };
         QProcess process;
-        process.start(toolPath("quillmark-report"), {u"--rows"_s, endless});
+        process.start(toolPath("quillmark-report"), {u"--format"_s, u"csv"_s, u"--output"_s, elsewhere.filePath(u"r.csv"_s), endless});
         QTRY_VERIFY_WITH_TIMEOUT(isRunning(), kTimeoutMs);
         QCOMPARE(run({u"--rows"_s, query("SELECT 1")}).out, u"1\n"_s);
         QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, qm::RunStatus::Running); // it lives
         process.kill();
         static_cast<void>(finished(process));
+        // As where a file system knows no files without a name. What has just been written may still be somebody's.
+        put(u".quillmark-left.tmp"_s, QDateTime::currentDateTime());
         QCOMPARE(run({u"--rows"_s, query("SELECT 1")}).out, u"1\n"_s);
         QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, qm::RunStatus::Interrupted);
+        QCOMPARE(there(), QStringList(u".quillmark-left.tmp"_s));
+
+        // The run's time is put back so that it is long gone.
+        {
+            int code = SQLITE_OK;
+            const auto ledger = qm::sqlite::open(m_installation->path() + u"Logs/RunLedger.db"_s, SQLITE_OPEN_READWRITE, code);
+            QCOMPARE(qm::sqlite::execute(ledger.get(), "UPDATE run SET started_utc = '2026-01-02 10:00:00', "
+                                                       "ended_utc = '2026-01-02 11:00:00' WHERE status = 'interrupted'"),
+                     SQLITE_OK);
+        }
+        const QDateTime then(QDate(2026, 1, 2), QTime(10, 30), Qt::UTC);
+        put(u".quillmark-left.tmp"_s, then);
+        put(u".quillmark-before.tmp"_s, then.addSecs(-7200));
+        put(u".quillmark-after.tmp"_s, then.addSecs(7200)); // of another program, which may live
+        put(u".report.tmp"_s, then);
+        put(u"below/.quillmark-left.tmp"_s, then);
+        static_cast<void>(run({u"--rows"_s, query("SELECT 1")}));
+        QCOMPARE(there(), QStringList({u".quillmark-after.tmp"_s, u".quillmark-before.tmp"_s, u".report.tmp"_s}));
+        QVERIFY(QFile::exists(elsewhere.filePath(u"below/.quillmark-left.tmp"_s)));
+        put(u".quillmark-left.tmp"_s, then);
+        static_cast<void>(run({u"--rows"_s, query("SELECT 1")}));
+        QVERIFY(there().contains(u".quillmark-left.tmp"_s)); // the folder was clean and is no longer looked at
     }
 };
 

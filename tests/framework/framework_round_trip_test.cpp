@@ -70,6 +70,53 @@ QString stored(Query query)
     return QString::fromUtf8(queryText(query, u"q.rqn"_s));
 }
 
+std::vector<LayoutAggregate> randomAggregates(Random &random)
+{
+    std::vector<LayoutAggregate> aggregates(random() % 3);
+    for (LayoutAggregate &aggregate : aggregates)
+        aggregate = {u"f"_s + randomText(random), static_cast<Aggregate>(random() % 8), randomText(random)};
+    return aggregates;
+}
+
+ReportLayout randomLayout(Random &random)
+{
+    const auto flag = [&random] { return random() % 2 == 0; };
+    ReportLayout layout;
+    layout.title = randomText(random);
+    layout.note = randomText(random);
+    if (flag())
+        layout.page.size = static_cast<PageSize>(random() % 5);
+    layout.page.allowA3 = flag();
+    layout.columns.resize(random() % 4);
+    for (LayoutColumn &column : layout.columns) {
+        column.field = randomText(random);
+        column.nullText = randomText(random);
+        for (unsigned count = random() % 4; count > 0; --count)
+            column.words.emplace_back(QString::number(count) + randomText(random), randomText(random));
+        for (unsigned count = random() % 3; count > 0; --count)
+            column.rules.push_back({static_cast<RuleTest>(random() % 8), randomText(random), static_cast<RuleEmphasis>(random() % 3)});
+    }
+    layout.groups.resize(random() % 3);
+    for (LayoutGroup &group : layout.groups)
+        group = {randomText(random), flag(), static_cast<GroupOrder>(random() % 4), flag(), flag(), flag(), randomAggregates(random)};
+    layout.totals = randomAggregates(random);
+    layout.charts.resize(random() % 4);
+    for (LayoutChart &chart : layout.charts)
+        chart = {.kind = u"heat"_s, .title = randomText(random), .values = randomTexts(random), .valueTitle = randomText(random)};
+    layout.figures.resize(random() % 3);
+    for (LayoutFigure &figure : layout.figures)
+        figure = {randomText(random), u"f"_s, static_cast<Aggregate>(random() % 8), randomText(random)};
+    if (flag())
+        layout.top = {randomText(random) + u'f', randomText(random) + u'v', Aggregate::Sum, randomText(random), 3};
+    return layout;
+}
+
+QString stored(ReportLayout layout)
+{
+    layout.original = nullptr;
+    return QString::fromUtf8(layoutText(layout, u"l.rpt"_s));
+}
+
 const QByteArray kEveryKeyOfAQuery = R"(format = 1
 description = "Failed logons"
 data_source = "MSSQL::Payroll.dsf"
@@ -93,14 +140,17 @@ printer = { name = "good", copies = 2 }
 const QByteArray kEveryKeyOfALayout = R"(format = 1
 title = "Logons"
 subtitle = "of {package}"
+note = "Patch days are loud."
 only_listed = true
-page = { size = "A5", orientation = "portrait", margin_mm = 7.5 }
+page = { size = "A5", orientation = "portrait", margin_mm = 7.5, allow_a3 = true }
 header = { left = "a", centre = "b", right = "c" }
 footer = { left = "d", centre = "e", right = "f" }
-column = [{ field = "id", caption = "No", width_mm = 33.25, align = "centre", format = "#,##0", visible = false, wrap = false }]
-group = [{ field = "day", new_page = true, subtotal = [{ field = "id", function = "maximum", caption = "Largest" }] }]
+column = [{ field = "id", caption = "No", width_mm = 33.25, align = "centre", format = "#,##0", visible = false, wrap = false, null_text = "none", words = { 2 = "at the desk", "0xc000006a" = "wrong password" }, rule = [{ test = ">=", value = "10", show = "alarm" }, { test = "null", show = "warning" }] }]
+group = [{ field = "day", order = "descending", heading = false, new_page = true, keep_together = true, suppress_repeats = false, subtotal = [{ field = "id", function = "maximum", caption = "Largest" }] }]
 total = [{ field = "id", function = "average", caption = "Mean" }]
-chart = { kind = "line", title = "Days", category = "day", series = "kind", values = ["id"], top = 5, other = true }
+chart = [{ kind = "line", title = "Days", category = "day", series = "kind", values = ["id"], category_title = "Day", value_title = "Log-ins", top = 5, other = true }, { kind = "heat", category = "hour" }]
+figure = [{ caption = "Mean", field = "id", function = "average", format = "0.0" }]
+top = { caption = "Busiest", field = "day", value = "id", function = "sum", most = 5 }
 )";
 
 } // namespace
@@ -173,15 +223,68 @@ private Q_SLOTS:
         QVERIFY2(tree(layoutText(layout, {})) == tree(kEveryKeyOfALayout), layoutText(layout, {}).constData());
         // A title of any kind comes back, in a file as it was read.
         for (const QString &text : nastyTexts()) {
-            layout.title = layout.chart.title = text;
+            layout.title = layout.charts.front().title = text;
             const QByteArray written = layoutText(layout, {});
             const auto acts = [](uint c) { return utf8::isHidden(c) || utf8::isSeparator(c); };
             const auto characters = QString::fromUtf8(written).toUcs4();
             QVERIFY2(std::none_of(characters.begin(), characters.end(), acts), written.constData());
             const ReportLayout read = parseLayout(written, {});
-            QCOMPARE(QStringList({read.title, read.chart.title}), QStringList({text, text}));
+            QCOMPARE(QStringList({read.title, read.charts.front().title}), QStringList({text, text}));
             layout.original = read.original;
         }
+    }
+
+    void random_layouts_come_back_also_in_place_of_another()
+    {
+        Random random(20261122);
+        ReportLayout before;
+        for (int i = 0; i < 150; ++i) {
+            ReportLayout layout = randomLayout(random);
+            const QByteArray text = layoutText(layout, {});
+            ReportLayout read = parseLayout(text, {});
+            QCOMPARE(stored(read), stored(layout));
+            QCOMPARE(read.warnings, QStringList());
+            QCOMPARE(layoutText(read, {}), text);
+            layout.original = before.original;
+            QCOMPARE(stored(parseLayout(layoutText(layout, {}), {})), stored(read));
+            before = read;
+        }
+    }
+
+    void a_chart_stays_the_table_that_it_was()
+    {
+        const QByteArray old = "# ours\n[chart] # one\nkind = 'bar'\ntitle = 'A'\nx_mark = 1\n";
+        ReportLayout layout = parseLayout(old, {});
+        QCOMPARE(layoutText(layout, {}), old);
+        layout.charts.front().title = u"B"_s;
+        QCOMPARE(layoutText(layout, {}), QByteArray(old).replace("'A'", "\"B\""));
+        layout.charts.push_back({.kind = u"pie"_s});
+        const QByteArray two = layoutText(layout, {});
+        QCOMPARE(two.count("[[chart]]"), 2);
+        QVERIFY2(!two.contains("[chart]\n"), two.constData());
+        const QByteArray listOfOne = "[[chart]]\nkind = 'bar' # only\n";
+        QCOMPARE(layoutText(parseLayout(listOfOne, {}), {}), listOfOne);
+    }
+
+    void keys_that_nobody_knows_are_told_with_the_nearest()
+    {
+        const auto told = [](const QByteArray &text) { return parseLayout(text, {}).warnings.join(u'|'); };
+        QCOMPARE(told("[[column]]\nfield = 'a'\ncaptoin = 'A'\n"),
+                 u"Line 3: \"captoin\" is not known in [[column]] and has no effect; did you mean \"caption\"?"_s);
+        QCOMPARE(told("[page]\nmargin-mm = 5\n"),
+                 u"Line 2: \"margin-mm\" is not known in [page] and has no effect; did you mean \"margin_mm\"?"_s);
+        QCOMPARE(told("[top]\nfield = 'a'\ncolour = 'red'\n"),
+                 u"Line 3: \"colour\" is not known in [top] and has no effect; known are field, value, function, caption, most."_s);
+        QCOMPARE(told("titel = 'x'\n[vendor]\nkey = 1\n"),
+                 u"Line 1: \"titel\" is not known here and has no effect; did you mean \"title\"?"_s);
+        for (const QByteArray &text : {QByteArray("[[group]]\nfield = 'a'\n[[group.subtotal]]\nfield = 'a'\nfuncton = 'sum'\n"),
+                                       QByteArray("[[total]]\nfield = 'a'\nCaption = 'x'\n"), QByteArray("[chart]\nkinds = 'bar'\n"),
+                                       QByteArray("[[figure]]\nlabel = 'x'\n"), QByteArray("[[colum]]\nfield = 'a'\n"),
+                                       QByteArray("[[column]]\nfield = 'a'\n[[column.rule]]\nvalue = 1\nis = '='\n")})
+            QCOMPARE(told(text).count(u"is not known"_s), 1);
+        QCOMPARE(told("x_owner = 'me'\n[[column]]\nfield = 'a'\nx_note = 1\n[column.words]\ncaptoin = 'any key'\n"), QString());
+        const auto refused = errorOf([] { static_cast<void>(parseLayout("[[column]]\nfeild = 'a'\n", u"l.rpt"_s)); });
+        QVERIFY2(refused.description().contains(u"\"feild\""_s), qPrintable(refused.description()));
     }
 
     void random_jobs_come_back_in_order()

@@ -84,8 +84,18 @@ void layout(const QByteArray &bytes)
     const QString path = QStringLiteral("x.rpt");
     const ReportLayout read = parseLayout(bytes, path);
     const ReportLayout back = parseLayout(mustSucceed([&] { return layoutText(read, path); }), path);
-    PROMISE(back.title == read.title && back.subtitle == read.subtitle && back.columns.size() == read.columns.size() &&
-            back.groups.size() == read.groups.size() && back.totals.size() == read.totals.size() && back.chart.kind == read.chart.kind);
+    PROMISE(back.title == read.title && back.subtitle == read.subtitle && back.note == read.note &&
+            back.columns.size() == read.columns.size() && back.groups.size() == read.groups.size() &&
+            back.totals.size() == read.totals.size() && back.charts.size() == read.charts.size() &&
+            back.figures.size() == read.figures.size() && back.top.field == read.top.field && back.warnings == read.warnings);
+    // Written anew, without the bytes that were read.
+    ReportLayout fresh = read;
+    fresh.original = nullptr;
+    const ReportLayout again = parseLayout(mustSucceed([&] { return layoutText(fresh, path); }), path);
+    PROMISE(again.columns.size() == read.columns.size() && again.figures.size() == read.figures.size() &&
+            again.top.value == read.top.value && again.note == read.note && again.warnings.isEmpty());
+    for (std::size_t i = 0; i < read.columns.size(); ++i)
+        PROMISE(again.columns[i].words == read.columns[i].words && again.columns[i].rules.size() == read.columns[i].rules.size());
 }
 
 /// A value, NUL, and the file that it is written into.

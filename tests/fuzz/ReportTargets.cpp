@@ -91,9 +91,9 @@ ReportLayout layout(FuzzedDataProvider &input, std::span<const ResultColumn> col
     ReportLayout made;
     made.title = shortText(input);
     made.subtitle = shortText(input);
-    made.page = {static_cast<PageSize>(input.ConsumeIntegralInRange(0, 4)),
-                 static_cast<PageOrientation>(input.ConsumeIntegralInRange(0, 1)),
-                 static_cast<double>(input.ConsumeIntegralInRange(0, 50))};
+    made.page = {.size = static_cast<PageSize>(input.ConsumeIntegralInRange(0, 4)),
+                 .orientation = static_cast<PageOrientation>(input.ConsumeIntegralInRange(0, 1)),
+                 .marginMm = static_cast<double>(input.ConsumeIntegralInRange(0, 50))};
     made.header = {shortText(input), QStringLiteral("{page}"), shortText(input)};
     made.onlyListed = input.ConsumeIntegralInRange(0, 7) == 0;
     for (const ResultColumn &column : columns) {
@@ -178,7 +178,7 @@ QByteArray make(const Report &report, const ReportPlan &plan)
     std::vector<Value> shown(plan.shape.columns.size());
     for (const auto &row : report.rows) {
         for (std::size_t i = 0; i < shown.size(); ++i)
-            shown[i] = row[plan.resultIndex[i]].first;
+            shown[i] = row[plan.sources.shown[i]].first;
         writer->row(shown);
     }
     const auto rows = static_cast<std::int64_t>(report.rows.size());
@@ -198,7 +198,7 @@ void checkCsv(const Report &report, const ReportPlan &plan)
     for (const auto &row : report.rows) {
         PROMISE(parser.next() && parser.fields().size() == plan.shape.columns.size());
         for (std::size_t i = 0; i < plan.shape.columns.size(); ++i) {
-            const Value &value = row[plan.resultIndex[i]].first;
+            const Value &value = row[plan.sources.shown[i]].first;
             const std::string &field = parser.fields()[i];
             if (value.kind == Value::Kind::Text) {
                 const std::string expected = utf8::sanitized(value.text());
@@ -227,7 +227,7 @@ void checkHtml(Report report, const ReportPlan &plan, const QByteArray &html)
     settle(report);
     const QByteArray plain = make(report, planOf(report));
     PROMISE(html.count('<') == plain.count('<') && html.count('>') == plain.count('>'));
-    PROMISE(html.count("<td>") == static_cast<qsizetype>(report.rows.size() * plan.shape.columns.size()));
+    PROMISE(html.count("<td>") + html.count("<td class=\"null\">") == static_cast<qsizetype>(report.rows.size() * plan.shape.columns.size()));
 }
 
 std::uint32_t number(const QByteArray &bytes, qsizetype at, int size)

@@ -111,36 +111,6 @@ private Q_SLOTS:
                     .hasMatch());
     }
 
-    void two_writers_lose_no_line()
-    {
-        const test::TempInstallation installation;
-        ApplicationLog first(installation.path(), u"quillmark"_qs);
-        ApplicationLog second(installation.path(), u"quillmark"_qs);
-        constexpr int each = 2000;
-        const auto writeAll = [](ApplicationLog &log, const QString &name) {
-            for (int i = 0; i < each; ++i)
-                log.info(QStringLiteral("%1 %2 %3").arg(name).arg(i).arg(QString(200, u'.')));
-        };
-        std::thread other([&] { writeAll(second, u"b"_qs); });
-        writeAll(first, u"a"_qs);
-        other.join();
-        const QByteArray log = installation.read(u"Logs/quillmark.log"_qs);
-        QCOMPARE(log.count('\n'), 2 * each);
-        for (int i = 0; i < each; i += 97)
-            QVERIFY(log.contains("info: a " + QByteArray::number(i) + " ..") && log.contains("info: b " + QByteArray::number(i) + " .."));
-    }
-
-    void old_lines_move_on_to_numbered_files()
-    {
-        const test::TempInstallation installation;
-        ApplicationLog log(installation.path(), u"quillmark-report"_qs);
-        const QString text(10000, u'x');
-        for (int i = 0; i < 600; ++i)
-            log.warning(text);
-        const auto kept = QDir(installation.path() + u"Logs"_qs).entryList(QDir::Files);
-        QCOMPARE(kept, (QStringList{u"quillmark-report.1.log"_qs, u"quillmark-report.log"_qs}));
-    }
-
     void programs_that_fill_a_log_at_once_lose_none_of_it()
     {
         const test::TempInstallation installation;

@@ -12,7 +12,6 @@
 
 #include <csignal>
 #include <functional>
-#include <random>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -312,40 +311,6 @@ private Q_SLOTS:
         QCOMPARE(files::readAll(m_at + u"other.rqn"_qs), QByteArray("x"));
         QCOMPARE(files::list(m_at, u"*"_qs, attr::hidden | attr::directory), (QStringList{u"Jobs.cfg"_qs, u"other.rqn"_qs}));
         QCOMPARE(QFileInfo(elsewhere.path() + u"/big.rqn"_qs).size(), 400000);
-    }
-
-    void a_process_killed_at_any_moment_leaves_the_old_or_the_new_file()
-    {
-        const QString path = m_at + u"Jobs.cfg"_qs;
-        const QByteArray contents[] = {QByteArray(180000, 'a'), QByteArray(250000, 'b')};
-        files::saveAtomically(path, contents[0]);
-        std::mt19937 random(20261121);
-        std::uniform_int_distribution<useconds_t> lifetime(100, 6000);
-        int kills = 0;
-        int seen[2] = {0, 0};
-        for (; kills < 400; ++kills) {
-            const pid_t child = ::fork();
-            QVERIFY(child >= 0);
-            if (child == 0)
-                for (int round = kills;; ++round)
-                    files::saveAtomically(path, contents[round % 2]);
-            ::usleep(lifetime(random));
-            ::kill(child, SIGKILL);
-            int state = 0;
-            ::waitpid(child, &state, 0);
-            QVERIFY(WIFSIGNALED(state)); // it was at work until then
-            const QByteArray left = files::readAll(path);
-            QVERIFY2(left == contents[0] || left == contents[1], "a torn file");
-            ++seen[left == contents[1] ? 1 : 0];
-        }
-        qsizetype litter = 0;
-        for (const QString &name : files::list(m_at, u"*"_qs, attr::hidden | attr::directory)) {
-            QVERIFY2(name == u"Jobs.cfg"_qs || (name.startsWith(u".quillmark-"_qs) && name.endsWith(u".tmp"_qs)), qPrintable(name));
-            litter += name == u"Jobs.cfg"_qs ? 0 : 1;
-        }
-        qInfo("%d kills: old %d, new %d; %lld in the middle of a save", kills, seen[0], seen[1], static_cast<long long>(litter));
-        QVERIFY(litter > 0); // otherwise no kill met a save
-        QVERIFY(seen[0] > 0 && seen[1] > 0);
     }
 
 private:

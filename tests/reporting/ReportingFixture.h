@@ -96,18 +96,20 @@ public:
     TomlQueryAccess queries;
     TomlLayoutReader layouts;
     ReportDesk desk;
-    QWidget *mainWindow = nullptr;
-    ReportingUiServices services{prompts,
-                                 engine,
-                                 queries,
-                                 layouts,
-                                 clock,
-                                 log,
-                                 desk,
-                                 fonts,
-                                 [this] { return installation.path(); },
-                                 [] { return QStringList{u"MSSQL::Payroll.dsf"_s}; },
-                                 [this] { return mainWindow; }};
+    struct Host final : ReportingHost
+    {
+        explicit Host(const TempInstallation &place) : m_place(place) {}
+        [[nodiscard]] QString installPath() const override { return m_place.path(); }
+        [[nodiscard]] QStringList dataSourceKeys() const override { return {u"MSSQL::Payroll.dsf"_s}; }
+        [[nodiscard]] QWidget *window() const override { return mainWindow; }
+        void refused(const QString &, bool, const QString &why) override { refusals << why; }
+        QWidget *mainWindow = nullptr;
+        QStringList refusals;
+
+    private:
+        const TempInstallation &m_place;
+    } host{installation};
+    ReportingUiServices services{prompts, engine, queries, layouts, clock, log, desk, host, fonts};
     std::unique_ptr<ReportInterface> interface = makePackageReportInterface(services);
 };
 

@@ -174,11 +174,10 @@ private Q_SLOTS:
     void inputDuringTheOperatorsRunIsDiscardedAndCloseHappensOnceAfterwards()
     {
         ReportingFixture f;
-        QStringList refusals;
-        f.services.refused = [&](const QString &, bool, const QString &why) { refusals << why; };
+        const QStringList &refusals = f.host.refusals;
         const QString query = f.query(u"Endless"_s, kEndless);
         QWidget main, about;
-        f.mainWindow = &main;
+        f.host.mainWindow = &main;
         QLineEdit edit(&main);
         main.show();
         about.show();

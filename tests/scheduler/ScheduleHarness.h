@@ -3,7 +3,6 @@
 #pragma once
 
 #include "core/ErrorReporter.h"
-#include "core/HelpViewer.h"
 #include "framework/ConfigReaders.h"
 #include "platform/DueTimer.h"
 #include "platform/Files.h"
@@ -12,6 +11,7 @@
 #include "scheduler/ScheduleWatch.h"
 #include "scheduler/ScheduledJobs.h"
 #include "scheduler/frmScheduledReport.h"
+#include "support/FakeJournal.h"
 #include "support/Fakes.h"
 
 #include <QComboBox>
@@ -39,28 +39,6 @@ public:
 
 private:
     std::optional<WallTime> &m_due;
-};
-
-class SilentHelp final : public HelpViewer
-{
-public:
-    void showContext(int) override {}
-};
-
-class RecordingJournal final : public ScheduleJournal
-{
-public:
-    void notRun(const ScheduledReportJob &job, const QString &reason) override
-    {
-        lines.append(u"not run: "_s + job.JobDescription + u": "_s + reason);
-    }
-    void refused(const QString &, bool, const QString &) override {}
-    void skippedRuns(const ScheduledReportJob &job, const WallTime &, int skipped) override
-    {
-        lines.append(u"skipped %1: "_s.arg(skipped) + job.JobDescription);
-    }
-    void note(const QString &text) override { lines.append(text); }
-    QStringList lines;
 };
 
 /// What the operator enters in the job dialog; values left out stay as they are.
@@ -113,23 +91,20 @@ public:
         globals.gcolJobs = reader.LoadJobs(jobFile());
 
         table = std::make_unique<JobTable>();
-        const ScheduleServices plain{globals, *table, reader, errors, prompts, clock, journal};
+        const ScheduleServices plain{globals, reader, errors, prompts, clock, journal, work};
         watch = std::make_unique<ScheduleWatch>(plain, std::chrono::milliseconds(10));
-        const ScheduleServices services{globals, *table, watch->reader(), errors, prompts, clock, journal};
+        const ScheduleServices services = watch->watched(plain);
         dialog = std::make_unique<frmScheduledReport>(globals, errors, prompts, help);
-        timer = std::make_unique<ScheduleTimer>(
-            services,
-            [this](const QString &, bool, std::function<void()> over) {
-                runs.append(files::lastPart(globals.gstrCurrentQueryFile));
-                if (inBackground)
-                    endRun = std::move(over);
-                else
-                    over();
-            },
-            [this] { return producingRows; });
-        jobs = std::make_unique<ScheduledJobs>(services, *dialog, *timer);
+        timer = std::make_unique<ScheduleTimer>(services, *table, [this](const QString &, bool, std::function<void()> over) {
+            runs.append(files::lastPart(globals.gstrCurrentQueryFile));
+            if (inBackground)
+                endRun = std::move(over);
+            else
+                over();
+        });
+        jobs = std::make_unique<ScheduledJobs>(services, *table, *dialog, *timer);
         QObject::connect(jobs.get(), &ScheduledJobs::tableEmptied, jobs.get(), [this] { ++emptied; });
-        timer->setPopulateJobs([this] { jobs->PopulateJobs(); });
+        QObject::connect(timer.get(), &ScheduleTimer::rowsWanted, jobs.get(), &ScheduledJobs::PopulateJobs);
         watch->watch(*timer);
         QObject::connect(watch.get(), &ScheduleWatch::noticeChanged, watch.get(), [this](const QString &text) { notice = text; });
         jobs->PopulateJobs();
@@ -193,8 +168,8 @@ public:
     ScriptedPrompts prompts;
     ErrorReporter errors;
     FakeClock clock;
-    SilentHelp help;
-    RecordingJournal journal;
+    FakeHelp help;
+    FakeJournal journal;
     TomlJobConfigReader reader;
     Globals globals;
     std::unique_ptr<JobTable> table;
@@ -205,7 +180,7 @@ public:
     std::optional<WallTime> due; ///< with which the due timer is armed now
     QStringList runs;
     int emptied = 0;
-    bool producingRows = false;
+    FakeWork work;
     bool inBackground = false;    ///< reports are over only when the test says so
     std::function<void()> endRun; ///< of the report that is being made in the background
     QString notice;               ///< what the watch wants seen

@@ -95,10 +95,10 @@ private Q_SLOTS:
         ScheduleHarness h;
         const QString file = h.makeQuery(u"q"_s);
         h.addJob(entry(file, kSingle, {2026, 11, 21}, {11, 0}));
-        h.producingRows = true;
+        h.work.producingRows = true;
         h.mature();
         QVERIFY(h.runs.isEmpty());
-        h.producingRows = false;
+        h.work.producingRows = false;
         h.timer->deliverWaitingMature();
         h.timer->deliverWaitingMature();
         QVERIFY(h.runs.isEmpty()); // the run that it waited for has not returned yet
@@ -107,11 +107,11 @@ private Q_SLOTS:
 
         // A wake-up that waits is dropped when the component is armed anew.
         h.addJob(entry(file, kSingle, {2026, 11, 21}, {12, 0}));
-        h.producingRows = true;
+        h.work.producingRows = true;
         h.mature();
         h.clock.set({{2026, 11, 21}, 36'000});
         h.timer->SetTimer(false);
-        h.producingRows = false;
+        h.work.producingRows = false;
         h.timer->deliverWaitingMature();
         QCoreApplication::processEvents();
         QCOMPARE(h.runs.size(), 1);
@@ -123,13 +123,13 @@ private Q_SLOTS:
         h.inBackground = true;
         h.addJob(entry(file, kSingle, {2026, 11, 21}, {12, 0}));
         QCOMPARE(h.runs.size(), 4);
-        h.producingRows = true;
+        h.work.producingRows = true;
         h.addJob(entry(file, kSingle, {2026, 11, 21}, {12, 0}));
         h.endRun();
         h.timer->SetTimer(true);
         QCoreApplication::processEvents();
         QCOMPARE(h.runs.size(), 4);
-        h.producingRows = false;
+        h.work.producingRows = false;
         h.timer->deliverWaitingMature();
         QCoreApplication::processEvents();
         QCOMPARE(h.runs.size(), 5);
@@ -198,6 +198,9 @@ private Q_SLOTS:
         files::saveAtomically(config, QByteArrayLiteral("a file where the folder was"));
         h.mature();
         QCOMPARE(h.prompts.shown.size(), std::size_t{1});
+        QVERIFY(h.prompts.shown[0].text.startsWith(u"Error occured while rescheduling Report Job"_s));
+        QVERIFY(h.journal.lines.contains(u"not run: job 1: job file could not be saved"_s));
+        QCOMPARE(h.globals.gcolJobs->front()->DateTime.date, QDate(2026, 11, 22));
         QVERIFY2(h.notice.startsWith(u"The schedule stands still because it cannot be saved"_s), qPrintable(h.notice));
         const auto noted = [&](int id) {
             return h.journal.lines.filter(u"not run: job %1: due 11/21/2026"_s.arg(id)).filter(u"stands still"_s).size();
@@ -314,26 +317,6 @@ private Q_SLOTS:
         QVERIFY(h.prompts.shown[0].text.contains(u"Jobs.cfg"_s));
         QVERIFY_THROWS_EXCEPTION(RuntimeError, h.jobs->DeleteScheduledJob());
         QCOMPARE(files::readAll(h.jobFile()), before);
-    }
-
-    void a_job_file_that_cannot_be_saved_keeps_the_move_in_memory_and_is_told_in_the_journal()
-    {
-        ScheduleHarness h;
-        h.addJob(entry(h.makeQuery(u"q"_s), kDaily, {2026, 11, 21}, {11, 0}));
-        const QString config = h.folder.filePath(u"Config"_s);
-        files::rename(config, config + u" away"_s);
-        files::saveAtomically(config, QByteArrayLiteral("a file where the folder was"));
-        h.mature();
-        QVERIFY(h.runs.isEmpty());
-        QCOMPARE(h.globals.gcolJobs->front()->DateTime.date, QDate(2026, 11, 22));
-        QVERIFY(h.prompts.shown.at(0).text.startsWith(u"Error occured while rescheduling Report Job"_s));
-        QVERIFY(h.journal.lines.contains(u"not run: entered: job file could not be saved"_s));
-
-        files::kill(config);
-        files::rename(config + u" away"_s, config);
-        h.table->selectRow(0);
-        h.modifySelected({});
-        QCOMPARE(TomlJobConfigReader().LoadJobs(h.jobFile())->size(), std::size_t{1}); // the next save brings the whole collection
     }
 
     void times_that_no_clock_shows_and_times_far_away_are_armed_like_any_other()

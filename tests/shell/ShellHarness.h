@@ -8,9 +8,9 @@
 #include "framework/ConfigReaders.h"
 #include "framework/QueryFiles.h"
 #include "help/HelpFile.h"
-#include "platform/Registry.h"
 #include "platform/SystemDueTimer.h"
 #include "shell/frmMain.h"
+#include "support/FakeJournal.h"
 #include "support/Fakes.h"
 #include "support/TempInstallation.h"
 
@@ -76,16 +76,6 @@ private:
     };
 };
 
-class SilentJournal final : public ScheduleJournal
-{
-public:
-    void notRun(const ScheduledReportJob &, const QString &) override {}
-    void refused(const QString &, bool, const QString &) override {}
-    void skippedRuns(const ScheduledReportJob &, const WallTime &, int) override {}
-    void note(const QString &text) override { notes.append(text); }
-    QStringList notes;
-};
-
 /// A tester that is always content.
 struct ContentTester final : ConnectionTester
 {
@@ -119,25 +109,22 @@ public:
                                     .help = help,
                                     .journal = journal,
                                     .jobReader = *jobReader,
+                                    .work = work,
                                     .readers = {[] { return std::make_unique<IniPackageConfigReader>(); },
                                                 [] { return std::make_unique<TomlJobConfigReader>(); },
                                                 [] { return std::make_unique<TomlEmailConfigReader>(); },
                                                 [] { return std::make_shared<TomlDataSourceFileReader>(); }},
                                     .makeQueryReader = [] { return std::make_unique<TomlQueryReader>(); },
-                                    .getInstallPath = [] { return GetInstallPath(); },
                                     .makeDueTimer =
                                         [this] {
                                             auto made = std::make_unique<SystemDueTimer>();
                                             dueTimer = made.get();
                                             return made;
                                         },
-                                    .isProducingRows = [this] { return producingRows; },
-                                    .isEditing = [this] { return editing; },
-                                    .closeViewers = [this] { ++viewersClosed; },
-                                    .endProgram = [this] { ++programEnds; },
                                     .connectionTester = connectionTester,
                                     .stateFile = stateFile};
         window = std::make_unique<frmMain>(services);
+        QObject::connect(window.get(), &frmMain::closed, window.get(), [this] { ++programEnds; });
         window->Form_Load();
     }
 
@@ -178,12 +165,12 @@ public:
     Globals globals;
     RecordingComponents components;
     HelpFile help;
-    SilentJournal journal;
+    FakeJournal journal;
     std::unique_ptr<JobConfigReader> jobReader;
     ConnectionTester *connectionTester = nullptr; ///< null: data sources cannot be edited
     DueTimer *dueTimer = nullptr;                 ///< the window's
-    bool producingRows = false, editing = false;
-    int viewersClosed = 0, programEnds = 0;
+    FakeWork work;
+    int programEnds = 0;
     QString stateFile;
     std::unique_ptr<frmMain> window;
 };

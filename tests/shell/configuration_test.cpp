@@ -100,18 +100,6 @@ private Q_SLOTS:
         QCOMPARE(harness.globals.gdicDataSources.Count(), 0);
     }
 
-    void a_packages_file_without_packages_is_an_empty_table()
-    {
-        ShellHarness harness;
-        harness.installation.write(u"Packages.ini"_s, "[Framework]\nVersion=8\n");
-        harness.installation.write(u"Config/Payroll.dsf"_s, "format = 1\nclass = \"QMMDSMSSql\"\n");
-        harness.start();
-        // Only the tree, which has no first node to select, has something to say.
-        QCOMPARE(harness.firstLines(), QStringList(u"Error occured while populating the tree view control."_s));
-        QVERIFY(harness.globals.gcolJobs && harness.globals.gudoEmailSettings);
-        QCOMPARE(harness.globals.gdicDataSources.Count(), 1);
-    }
-
     void a_broken_job_file_leaves_packages_and_never_loses_the_schedule()
     {
         ShellHarness harness;
@@ -127,27 +115,6 @@ private Q_SLOTS:
         QCOMPARE(harness.prompts.shown.size(), std::size_t{1});
         QVERIFY2(harness.prompts.shown[0].text.contains(u"Error No:  91"_s), qPrintable(harness.prompts.shown[0].text));
         QCOMPARE(harness.installation.read(u"Config/Jobs.cfg"_s), broken);
-    }
-
-    void a_package_without_interface_only_fails_when_it_is_used()
-    {
-        std::vector<TempPackage> packages = usualPackages();
-        packages[0].interface.clear();
-        ShellHarness harness(packages);
-        harness.installation.write(harness.installation.group(u"Server"_s, u"Daily"_s) + u"/A.rqn"_s, queryFile(u"A"_s));
-        harness.start();
-        QCOMPARE(harness.firstLines(), QStringList());
-        harness.globals.gstrCurrentQueryFile = u"/somewhere.rqn"_s;
-        harness.window->reportRunner().RunReport(harness.selection().node().tag, true);
-        QCOMPARE(harness.firstLines(), QStringList(u"An error occured while generating the report."_s));
-    }
-
-    void an_install_path_without_separator_is_not_repaired()
-    {
-        ShellHarness harness;
-        setRegistryString(QString::fromLatin1(kRegistryKey), u"InstallPath"_s, harness.installation.path().chopped(1));
-        harness.start();
-        QVERIFY(harness.prompts.shown[0].text.contains(u"QuillmarkPackages.ini"_s));
     }
 };
 

@@ -118,17 +118,6 @@ private Q_SLOTS:
         QCOMPARE(office.prompts.shown.size(), std::size_t{2});
     }
 
-    void a_click_elsewhere_ends_a_rename()
-    {
-        CommandOffice office;
-        office.clickQuery(u"Logons"_s);
-        office.tool("ID_Rename").trigger();
-        QTRY_VERIFY(editing(office.list()));
-        type(u"Night logons"_s);
-        office.clickRow(0);
-        QTRY_VERIFY(office.exists(office.daily + u"Night logons.rqn"_s));
-    }
-
     void a_double_click_on_the_empty_schedule_makes_a_job()
     {
         CommandOffice office;

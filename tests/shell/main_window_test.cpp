@@ -136,18 +136,6 @@ private Q_SLOTS:
         QVERIFY(office.prompts.shown.empty());
     }
 
-    void generate_runs_the_query_that_is_selected()
-    {
-        CommandOffice office;
-        office.clickQuery(u"Locks"_s);
-        office.globals.gstrCurrentQueryFile = office.senders; // a scheduled run has put another query in the meantime
-        office.tool("ID_Generate").trigger();
-        QCOMPARE(office.components.runs.size(), std::size_t{1});
-        QCOMPARE(office.components.runs[0].queryFile, office.locks);
-        QCOMPARE(office.components.runs[0].progId, u"Quillmark.ServerReportInterface"_s);
-        QVERIFY(office.components.runs[0].interactive);
-    }
-
     void the_schedule_at_work_takes_nothing_from_the_operator()
     {
         CommandOffice office;
@@ -214,7 +202,11 @@ private Q_SLOTS:
         // What the schedule does makes do as well, but its button stays whole.
         QMainWindow other;
         other.resize(700, 200);
-        auto *status = new ScheduleStatus([&] { return ReportProgress{QString(300, u'n'), u"12 rows"_s}; });
+        struct Known final : ScheduledProgress
+        {
+            std::optional<ReportProgress> progress() const override { return ReportProgress{QString(300, u'n'), u"12 rows"_s}; }
+        } run;
+        auto *status = new ScheduleStatus(run);
         other.statusBar()->addPermanentWidget(status);
         status->runBegan(office.locks);
         status->setNotice(u"<i>A notice</i> "_s + QString(400, u'y'));
@@ -279,10 +271,10 @@ private Q_SLOTS:
         office.window->schedule().timer().SetTimer(false);
         office.clickQuery(u"Locks"_s);
         office.components.onGenerate = [&] {
-            office.producingRows = office.components.runs.size() == 1;
-            if (office.producingRows)
+            office.work.producingRows = office.components.runs.size() == 1;
+            if (office.work.producingRows)
                 Q_EMIT office.dueTimer->Mature();
-            office.producingRows = false;
+            office.work.producingRows = false;
         };
         office.tool("ID_Generate").trigger();
         QCOMPARE(office.components.runs.size(), std::size_t{1}); // not before the operator's own run has returned
@@ -412,18 +404,20 @@ private Q_SLOTS:
     void the_window_closes_only_when_nothing_runs_in_it()
     {
         CommandOffice office;
-        office.producingRows = true;
+        office.work.producingRows = true;
         office.tool("ID_ExitMenu").trigger();
         office.window->close();
         QCOMPARE(office.programEnds, 0);
         QVERIFY(office.window->isVisible());
-        office.producingRows = false;
+        office.tool("ID_AboutQuillmarkReportsMenu").trigger(); // nor does it open another
+        QVERIFY(!office.window->findChild<QWidget *>(u"frmAbout"_s));
+        office.work.producingRows = false;
 
         // An editor of a component keeps the program, so it keeps the scheduled report too.
         office.components.onGenerate = [&] {
-            office.editing = true;
+            office.work.editing = true;
             office.window->close();
-            office.editing = false;
+            office.work.editing = false;
         };
         office.globals.gstrCurrentQueryFile = office.locks;
         office.window->reportRunner().RunReport(u"Quillmark.ServerReportInterface"_s, false);
@@ -433,15 +427,16 @@ private Q_SLOTS:
         // Jobs that are in no file yet are not left without a word.
         const QString config = office.installation.path() + u"Config"_s, file = config + kSep + u"Jobs.cfg"_s;
         files::rename(config, config + u" away"_s);
-        QVERIFY_THROWS_EXCEPTION(RuntimeError, office.window->schedule().watch().reader().SaveJobs(office.globals.gcolJobs, file));
+        const ScheduleServices watched = office.window->schedule().watch().watched(
+            {office.globals, *office.jobReader, office.errors, office.prompts, office.clock, office.journal, office.work});
+        QVERIFY_THROWS_EXCEPTION(RuntimeError, saveJobs(watched));
         office.prompts.answers = {box::idNo, box::idYes};
         office.window->close();
         QCOMPARE(office.programEnds, 0);
         QVERIFY(office.prompts.shown.size() == 1 && office.prompts.shown[0].text.contains(file));
         office.tool("ID_ExitMenu").trigger();
-        QVERIFY(office.journal.notes.last().startsWith(u"the program ends although"_s));
+        QVERIFY(office.journal.lines.last().startsWith(u"the program ends although"_s));
         QCOMPARE(office.programEnds, 1);
-        QCOMPARE(office.viewersClosed, 1);
         QVERIFY(!office.window->isVisible());
     }
 

@@ -3,7 +3,6 @@
 #include "ShellHarness.h"
 #include "core/Globals.h"
 #include "framework/Components.h"
-#include "scheduler/ScheduleServices.h"
 #include "shell/ReportRunner.h"
 
 using namespace qm;
@@ -51,19 +50,6 @@ private:
     };
 };
 
-class RefusalJournal final : public ScheduleJournal
-{
-public:
-    QStringList refusals;
-    void notRun(const ScheduledReportJob &, const QString &) override {}
-    void refused(const QString &queryFile, bool interactive, const QString &reason) override
-    {
-        refusals.append(queryFile + (interactive ? u" operator "_s : u" schedule "_s) + reason);
-    }
-    void skippedRuns(const ScheduledReportJob &, const WallTime &, int) override {}
-    void note(const QString &) override {}
-};
-
 } // namespace
 
 class ReportRunnerTest final : public QObject
@@ -76,7 +62,7 @@ class ReportRunnerTest final : public QObject
         Globals globals;
         ScriptedPrompts prompts;
         RecordingComponents components;
-        SilentJournal journal;
+        FakeJournal journal;
         ReportRunner runner{globals, components, prompts, journal};
     };
 
@@ -154,7 +140,7 @@ private Q_SLOTS:
         globals.gstrCurrentQueryFile = u"/a.rqn"_s;
         ScriptedPrompts prompts;
         BackgroundComponents components;
-        RefusalJournal journal;
+        FakeJournal journal;
         int over = 0;
         const auto count = [&over] { ++over; };
         {
@@ -191,7 +177,7 @@ private Q_SLOTS:
         globals.gstrCurrentQueryFile = u"/a.rqn"_s;
         ScriptedPrompts prompts;
         BackgroundComponents components;
-        RefusalJournal journal;
+        FakeJournal journal;
         ReportRunner runner(globals, components, prompts, journal);
         runner.RunReport({}, false);
         runner.RunReport({}, true);

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "core/Clock.h"
+#include "core/HelpViewer.h"
 #include "core/Prompts.h"
+#include "core/WorkAtHand.h"
 
 #include <QtTest>
 
@@ -39,6 +41,21 @@ public:
 
 private:
     std::optional<QString> nextFile();
+};
+
+/// The operator's work as the test says it is.
+struct FakeWork final : WorkAtHand
+{
+    [[nodiscard]] bool isProducingRows() const override { return producingRows; }
+    [[nodiscard]] bool isEditing() const override { return editing; }
+    bool producingRows = false, editing = false;
+};
+
+/// Keeps the numbers of the pages that it is asked for.
+struct FakeHelp final : HelpViewer
+{
+    void showContext(int context) override { contexts.push_back(context); }
+    std::vector<int> contexts;
 };
 
 /// A clock that stands until it is moved. Wall time and instant move together; the wall shows UTC.

@@ -80,7 +80,7 @@ private Q_SLOTS:
             "<191>1 2026-11-20T00:00:00Z - - - - -\n";
         QCOMPARE(import("app.log", log).err, QString());
         QCOMPARE(rows("time_generated,level,type,source,channel,category,computer,process,message,data_source"),
-                 (QStringList{u"2026-11-20 22:14:15.003|Critical|Critical|su|auth|ID47|mymachine.example.com|su[231]|'su root' "
+                 (QStringList{u"2026-11-20 22:14:15.003|Critical|Audit Failure|su|auth|ID47|mymachine.example.com|su[231]|'su root' "
                               "failed for lonvick on /dev/pts/8|syslog:app.log"_s,
                               u"2026-11-20 12:14:15.000|Information|Information|myproc|local4|~|192.0.2.1|myproc[8710]|[ex@32473 "
                               "iut=\"3\" note=\"a \\] and \\\" in it\"][x y=\"z\"] %% "
@@ -112,6 +112,48 @@ private Q_SLOTS:
                               u"2026-01-02 07:00:00.000|Error|CRON|user|host|CRON[9]|(root) CMD (a: b)\n\tgoes on here\n\nand here"_s,
                               u"2025-07-01 10:00:00.000|Information|~|syslog|host|~|just words"_s,
                               u"2026-01-02 08:00:00.500|Information|app|syslog|host|~|caf\uFFFD"_s}));
+    }
+
+    void who_logged_in_and_who_acted_as_another_is_read_from_the_messages()
+    {
+        const std::initializer_list<std::pair<QByteArray, QString>> cases{
+            {"sshd[1]: Failed password for root from 198.51.100.7 port 4711 ssh2", u"Audit Failure|root|~|198.51.100.7"_s},
+            {"sshd[1]: Failed password for invalid user a from 192.0.2.1 port 9 ssh2 from 198.51.100.7 port 22 ssh2",
+             u"Audit Failure|a from 192.0.2.1 port 9 ssh2|~|198.51.100.7"_s}, // the name was made to look like a message
+            {"sshd[1]: Accepted publickey for bob from 2001:db8::7 port 4242 ssh2: ED25519 SHA256:x from 192.0.2.9 port 1",
+             u"Audit Success|bob|~|2001:db8::7"_s},
+            {"sshd-session[1]: Invalid user  from 198.51.100.7 port 22", u"Audit Failure|~|~|198.51.100.7"_s},
+            {"sshd[1]: error: maximum authentication attempts exceeded for invalid user x from fe80::1%eth0 port 5 ssh2 [preauth]",
+             u"Audit Failure|x|~|fe80::1%eth0"_s},
+            {"sshd[1]: Connection closed by authenticating user root 198.51.100.7 port 22 [preauth]",
+             u"Audit Failure|root|~|198.51.100.7"_s},
+            {"sshd[1]: Disconnected from user bob 192.0.2.3 port 4242", u"Information|bob|~|192.0.2.3"_s},
+            {"sshd[1]: Connection closed by 198.51.100.7 port 22 [preauth]", u"Information|~|~|198.51.100.7"_s},
+            {"sshd[1]: User bob from 192.0.2.3 not allowed because not listed in AllowUsers", u"Audit Failure|bob|~|192.0.2.3"_s},
+            {"sshd[1]: pam_unix(sshd:auth): authentication failure; logname= uid=0 euid=0 tty=ssh ruser= rhost=198.51.100.7  user=x "
+             "rhost=192.0.2.1",
+             u"Audit Failure|x rhost=192.0.2.1|~|198.51.100.7"_s},
+            {"sshd[1]: Server listening on 0.0.0.0 port 22.", u"Information|~|~|~"_s},
+            {"sshd[1]: Received disconnect from 192.0.2.3 port 22:11: Failed password for root from 192.0.2.1 port 1",
+             u"Information|~|~|~"_s},
+            {"sudo:   bob : TTY=pts/0 ; PWD=/home/bob ; USER=root ; COMMAND=/bin/sh -c 'x ; USER=eve'", u"Audit Success|bob|root|~"_s},
+            {"sudo: bob : user NOT in sudoers ; TTY=pts/0 ; PWD=/ ; USER=root ; COMMAND=/bin/ls", u"Audit Failure|bob|root|~"_s},
+            {"sudo: pam_unix(sudo:session): session opened for user root(uid=0) by bob(uid=1000)", u"Audit Success|bob|root|~"_s},
+            {"su[2]: (to root) bob on pts/0", u"Audit Success|bob|root|~"_s},
+            {"su[2]: FAILED SU (to root) bob on pts/0", u"Audit Failure|bob|root|~"_s},
+            {"su[2]: pam_unix(su:auth): authentication failure; logname=bob uid=1000 euid=0 tty=pts/0 ruser=bob rhost=  user=root",
+             u"Audit Failure|bob|root|~"_s},
+            {"CRON[3]: (backup) CMD (run-parts /etc/cron.hourly)", u"Information|backup|~|~"_s},
+            {"other: Failed password for root from 198.51.100.7 port 4711 ssh2", u"Information|~|~|~"_s},
+        };
+        QByteArray log;
+        QStringList expected;
+        for (const auto &[line, row] : cases) {
+            log += "2026-11-20T08:15:00Z host " + line + '\n';
+            expected << row;
+        }
+        QCOMPARE(import("auth.log", log).err, QString());
+        QCOMPARE(rows("type,user_name,target_user,ip_address"), expected);
     }
 
     void what_never_ends_is_refused_before_it_fills_the_memory()

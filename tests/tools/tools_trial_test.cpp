@@ -90,7 +90,7 @@ private Q_SLOTS:
                 ++queries;
             }
         }
-        QCOMPARE(queries, 24);
+        QCOMPARE(queries, 30);
     }
 
     void sample_events_are_the_same_each_time_and_say_what_they_are()

@@ -2,6 +2,7 @@
 
 #include "importing/ImportError.h"
 #include "importing/LogLevels.h"
+#include "importing/UnixAccess.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -95,7 +96,9 @@ void fillRecord(const Entry &entry, const std::string &dataSource, EventRecord &
     if (const auto uid = entry.number("_UID"))
         record.setText(ServerColumn::UserName, "uid " + std::to_string(*uid));
     record.setText(ServerColumn::Process, entry.firstText("_EXE", "_COMM"));
-    record.setText(ServerColumn::Message, entry.text("MESSAGE").toStdString());
+    const std::string message = entry.text("MESSAGE").toStdString();
+    record.setText(ServerColumn::Message, message);
+    readUnixAccess(entry.firstText("SYSLOG_IDENTIFIER", "_COMM"), message, record);
     record.setText(ServerColumn::DataSource, dataSource);
 }
 

@@ -263,7 +263,7 @@ bool fillGuessing(const Moment &moment, EventRecord &record)
 void fillServerEvent(const Moment &moment, EventRecord &record)
 {
     record.setInteger(ServerColumn::RecordId, 100'000 + moment.index);
-    if (fillGuessing(moment, record))
+    if (fillGuessing(moment, record) || fillLinuxEvent(moment, record))
         return;
     Dice dice(moment.seed, static_cast<std::uint64_t>(moment.index));
     const ServerEvent &event = dice.pickWeighted(kEvents, totalWeight());

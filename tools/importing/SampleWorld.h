@@ -85,6 +85,8 @@ inline constexpr EventTime kSecond = 1000, kMinute = 60 * kSecond, kHour = 60 * 
 [[nodiscard]] std::string outsideAddress(Dice &dice);
 
 void fillServerEvent(const Moment &moment, EventRecord &record);
+/// A line of a Linux server's log for about every eighth index, as the importer would read it. \returns false for the others.
+[[nodiscard]] bool fillLinuxEvent(const Moment &moment, EventRecord &record);
 void fillMailEvent(const Moment &moment, EventRecord &record);
 void fillFileEvent(const Moment &moment, EventRecord &record);
 

@@ -2,6 +2,7 @@
 
 #include "importing/ImportError.h"
 #include "importing/LogLevels.h"
+#include "importing/UnixAccess.h"
 
 #include <QDateTime>
 
@@ -244,6 +245,7 @@ bool SyslogReader::next(EventRecord &record)
     while (message.ends_with('\n'))
         message.pop_back();
     record.setText(ServerColumn::Message, message);
+    readUnixAccess(parsed.application, parsed.text, record);
     return true;
 }
 

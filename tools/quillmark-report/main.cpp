@@ -139,7 +139,9 @@ int generate(ReportCommand &command)
     useTemporaryFolder();
     const SystemClock clock;
     ApplicationLog log(installation, QStringLiteral("quillmark-report"));
-    RunLedger(installation).markInterrupted(utcText(clock.now()));
+    RunLedger ledger(installation);
+    ledger.markInterrupted(utcText(clock.now()));
+    ledger.sweepFolders();
     sweepLeftFiles(installation);
     command.options.cancel = std::make_shared<CancelFlag>();
     const Interruption interruption(command.options.cancel);

@@ -1,6 +1,7 @@
 #include "documents/NumberText.h"
 #include "documents/ReportWords.h"
 #include "documents/Writers.h"
+#include "documents/pdf/ChartBlock.h"
 #include "documents/pdf/DocumentFacts.h"
 #include "documents/pdf/FontEmbedder.h"
 #include "documents/pdf/PageBands.h"
@@ -56,6 +57,8 @@ public:
         m_body.emplace(*m_geometry, m_layout, *m_pages, m_outline, shape, sample);
         m_pages->newPage();
         m_titleBlock->draw(head, shape, sample, *m_pages);
+        m_charts.emplace(*m_geometry, m_layout);
+        m_charts->place(shape, sample, *m_pages);
     }
 
     void beginGroup(std::size_t level, const Value &key) override { m_body->beginGroup(level, key); }
@@ -71,6 +74,7 @@ public:
         const int count = m_pages->count();
         m_pages->closePage();
         m_titleBlock->finish(tail, late, count, *m_pages);
+        m_charts->finish(tail, *m_pages);
         m_bands->finish(*m_pages, count);
         TextCanvas drawnLate(m_layout);
         const int tree = m_pages->writePages([&](int page) -> std::string_view {
@@ -82,7 +86,8 @@ public:
         m_pages->writeResources(embedFonts(m_fonts, m_file));
         m_file.finish(writeCatalogue(tree), writeInformation(m_head, m_file), identifier(tail));
         m_notes.pages = count;
-        m_notes.missingGlyphs = m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + drawnLate.missingGlyphs();
+        m_notes.missingGlyphs = m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + m_charts->missingGlyphs() +
+                                drawnLate.missingGlyphs();
     }
 
     [[nodiscard]] WriterNotes notes() const override { return m_notes; }
@@ -142,6 +147,7 @@ private:
     std::optional<ReportPages> m_pages;
     std::optional<PageBands> m_bands;
     std::optional<TitleBlock> m_titleBlock;
+    std::optional<ChartBlock> m_charts;
     Outline m_outline;
     std::optional<TableBody> m_body;
     WriterNotes m_notes;

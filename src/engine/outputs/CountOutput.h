@@ -12,6 +12,7 @@ class CountOutput final : public ReportOutput, private ReportWriter
 public:
     [[nodiscard]] QString type() const override { return QStringLiteral("none"); }
     [[nodiscard]] std::optional<ReportFormat> format() const override { return std::nullopt; }
+    [[nodiscard]] ShapeUse shapeUse() const override { return ShapeUse::RowsOnly; }
     void check(const QMap<QString, QString> &) override {}
     [[nodiscard]] ReportWriter &open(const DocumentFacts &) override { return *this; }
     void close(const ReportTail &) override {}

@@ -102,7 +102,9 @@ ReportWriter &FileOutput::open(const DocumentFacts &facts)
     if (m_path.isEmpty())
         m_name = outputName(m_pattern.pattern, facts.fields, m_context.format, m_pattern.folder);
     m_writer.reset();
-    m_file.emplace(m_name ? unfinishedTarget(*m_name) : m_path);
+    const QString target = m_name ? unfinishedTarget(*m_name) : m_path;
+    m_context.host.worksIn(QFileInfo(target).absolutePath());
+    m_file.emplace(target);
     const OutputSettings &settings = m_context.settings;
     m_writer =
         makeWriter(m_context.format, *m_file,

@@ -23,6 +23,14 @@ namespace qm {
 /// What a run is doing.
 enum class RunStage { Rows, Sending, Printing };
 
+/// What an output makes of a report's groups, totals, figures and charts.
+enum class ShapeUse {
+    Shown,
+    OrderOnly, ///< rows stand in the order of the groups; nothing is added up
+    RowsOnly,  ///< nothing
+    Kept,      ///< shown, and grouped anew later: hidden columns that they are made of are kept
+};
+
 /// What may be chosen for one run's output. Empty values mean: as the query file says.
 struct OutputChoices
 {
@@ -55,6 +63,8 @@ class OutputHost
 {
 public:
     [[nodiscard]] virtual std::int64_t run() const = 0; ///< its row of the ledger; 0 when it has none
+    /// The file is made in \p folder from now on.
+    virtual void worksIn(const QString &folder) = 0;
     /// Files that the run reads, with what belongs to them: no report may take their place.
     [[nodiscard]] virtual QStringList inputs() const = 0;
     virtual void enter(RunStage stage) = 0;
@@ -88,6 +98,8 @@ public:
     [[nodiscard]] virtual QString type() const = 0;
     /// The format of the document that is made; nothing where none is.
     [[nodiscard]] virtual std::optional<ReportFormat> format() const = 0;
+    /// What the document shows beyond its rows.
+    [[nodiscard]] virtual ShapeUse shapeUse() const { return format() == ReportFormat::Csv ? ShapeUse::OrderOnly : ShapeUse::Shown; }
     /// Finds what would make the output fail, as far as that can be told without the rows. \p fields as in DocumentFacts.
     virtual void check(const QMap<QString, QString> &fields) = 0;
     /// \returns the writer for the document's rows; it lives until close.

@@ -16,6 +16,7 @@ public:
 
     [[nodiscard]] QString type() const override { return outputTypeWord(static_cast<int>(OutputKind::Screen)); }
     [[nodiscard]] std::optional<ReportFormat> format() const override { return std::nullopt; }
+    [[nodiscard]] ShapeUse shapeUse() const override { return ShapeUse::Kept; }
     void check(const QMap<QString, QString> &) override
     {
         if (!m_screen)

@@ -87,6 +87,15 @@ QString spoolPath()
 
 } // namespace
 
+/// What a tail is made of, with memory of its own.
+struct KeptTail
+{
+    std::vector<OwnedValue> totals, keyFigures;
+    std::vector<Value> totalViews, keyFigureViews;
+    std::vector<ChartData> charts;
+    ChartData top;
+};
+
 QString spoolFolder()
 {
     const QString folder = spoolPath();
@@ -198,8 +207,36 @@ void SpoolWriter::end(const ReportTail &tail)
 {
     m_insert.reset();
     execute(m_report.spool->front(), "COMMIT");
-    m_report.tail = {tail.rows, tail.truncated, tail.rowLimit};
+    keepTail(tail);
     m_complete = true;
+}
+
+/// The tail's own spans end with this call of the run.
+void SpoolWriter::keepTail(const ReportTail &tail)
+{
+    auto kept = std::make_shared<KeptTail>();
+    const auto keep = [](std::span<const Value> values, std::vector<OwnedValue> &owned, std::vector<Value> &views) {
+        for (const Value &value : values)
+            owned.emplace_back(value);
+        for (const OwnedValue &value : owned)
+            views.push_back(value.view());
+    };
+    keep(tail.totals, kept->totals, kept->totalViews);
+    keep(tail.keyFigures, kept->keyFigures, kept->keyFigureViews);
+    kept->charts.assign(tail.charts.begin(), tail.charts.end());
+    if (tail.top)
+        kept->top = *tail.top;
+    m_report.tail = tail;
+    m_report.tail.totals = kept->totalViews;
+    m_report.tail.keyFigures = kept->keyFigureViews;
+    m_report.tail.charts = kept->charts;
+    m_report.tail.top = tail.top ? &kept->top : nullptr;
+    m_report.kept = std::move(kept);
+}
+
+std::vector<ReportColumn> SpooledReport::shownColumns() const
+{
+    return {shape.columns.begin(), shape.columns.end() - static_cast<std::ptrdiff_t>(shape.hidden)};
 }
 
 SpooledReport SpoolWriter::take()

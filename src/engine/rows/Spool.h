@@ -3,6 +3,7 @@
 #pragma once
 
 #include "documents/Writers.h"
+#include "engine/rows/ShapeSources.h"
 #include "sqlite/Sqlite.h"
 
 #include <QString>
@@ -63,7 +64,12 @@ struct SpooledReport
     ReportHead head;
     ReportShape shape;
     ReportTail tail;
-    CsvOptions csv = {}; ///< how the query wants CSV made of the rows
+    CsvOptions csv = {};                                   ///< how the query wants CSV made of the rows
+    ShapeSources sources = {};                             ///< what groups and sums are made of: columns of the spooled rows
+    std::shared_ptr<const struct KeptTail> kept = nullptr; ///< what the tail's spans point into
+
+    /// The columns that are shown, without those that are only kept.
+    [[nodiscard]] std::vector<ReportColumn> shownColumns() const;
 };
 
 /// Receives a report's rows into a spool. Rows become visible with end(); destroyed before that, nothing is left.
@@ -82,6 +88,8 @@ public:
     [[nodiscard]] SpooledReport take();
 
 private:
+    void keepTail(const ReportTail &tail);
+
     SpooledReport m_report;
     std::unique_ptr<SpoolStatement> m_insert;
     bool m_complete = false;

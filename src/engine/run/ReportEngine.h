@@ -6,6 +6,7 @@
 #include "documents/Writers.h"
 #include "engine/outputs/ReportOutput.h"
 #include "engine/rows/CancelFlag.h"
+#include "engine/rows/ShapeSources.h"
 #include "engine/run/PreparedQuery.h"
 #include "engine/run/RunWords.h"
 
@@ -39,8 +40,9 @@ struct RunResult
     std::uint64_t bytes = 0;
     QString sha256;
     bool truncated = false;
-    CsvOptions csv; ///< how the query wants CSV made of its rows
-    QString note;   ///< anything the operator should know (cells cut, ledger not writable); may be empty
+    CsvOptions csv;       ///< how the query wants CSV made of its rows
+    ShapeSources sources; ///< what groups and sums of a report on the screen are made of: columns of the rows that the screen was given
+    QString note;         ///< anything the operator should know (cells cut, ledger not writable); may be empty
 };
 
 /// What the engine needs from outside. References must outlive it.

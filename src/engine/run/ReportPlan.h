@@ -3,7 +3,9 @@
 #pragma once
 
 #include "documents/ReportWriter.h"
+#include "engine/outputs/ReportOutput.h"
 #include "engine/rows/RowSample.h"
+#include "engine/rows/ShapeSources.h"
 #include "engine/run/PreparedQuery.h"
 #include "framework/ReportLayout.h"
 
@@ -18,13 +20,14 @@ struct ReportPlan
 {
     ReportHead head;
     ReportShape shape;
-    std::vector<std::size_t> resultIndex; ///< for each column of the shape, the column of the result
-    bool inResultOrder = true;            ///< whether that is 0, 1, 2, ... and all of them
+    ShapeSources sources;      ///< what the shape is made of: columns of the result
+    bool inResultOrder = true; ///< whether the result's columns are shown as they are: all of them, in their order
 };
 
-/// Works the report's columns and head out. \p layout null: automatic. \p layoutName tells whose fields a message is about.
-/// \throws RuntimeError reportFailed: a field that the result does not have (listing those it has), an unknown {field}, no visible column.
+/// Works the report's head and shape out, with as much of the shape as \p use asks for. \p layout null: automatic. \p layoutName tells
+/// whose fields a message is about. \throws RuntimeError reportFailed: a field that the result does not have (listing those it has), an
+/// unknown {field}, no visible column.
 [[nodiscard]] ReportPlan planReport(const ReportLayout *layout, const QString &layoutName, std::span<const ResultColumn> result,
-                                    const RowSample &sample, const RunFacts &facts);
+                                    const RowSample &sample, const RunFacts &facts, ShapeUse use = ShapeUse::Shown);
 
 } // namespace qm

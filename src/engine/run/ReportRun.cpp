@@ -95,9 +95,12 @@ void ReportRun::pipe()
     std::optional<ReportLayout> layout;
     if (!layoutFile.isEmpty())
         layout = readLayoutFile(layoutFile);
-    const ReportPlan plan = planReport(layout ? &*layout : nullptr, layoutFile, source->columns(), sample, prepared.facts);
+    ReportPlan plan = planReport(layout ? &*layout : nullptr, layoutFile, source->columns(), sample, prepared.facts, m_output->shapeUse());
+    for (const std::string &notice : plan.head.notices)
+        addNote(QString::fromStdString(notice));
     ReportWriter &writer = m_output->open({plan.head, fieldValues(prepared.facts)});
-    const ReportTail tail = passRows(*source, sample, plan, writer, prepared.query->rowLimit, m_limits, m_options.progress);
+    RowPipe rows(*source, sample, plan, writer, m_limits, m_options.progress);
+    const ReportTail tail = rows.pass(prepared.query->rowLimit);
     m_limits.check();
     writer.end(tail);
     m_limits.check();
@@ -107,6 +110,10 @@ void ReportRun::pipe()
     m_output->close(tail);
     if (tail.truncated)
         addNote(QString::fromStdString(cutNotice(tail)));
+    for (const std::string &notice : tail.notices)
+        addNote(QString::fromStdString(notice));
+    if (m_output->shapeUse() == ShapeUse::Kept)
+        m_result.sources = ofShownRows(plan.sources);
 }
 
 QStringList ReportRun::inputs() const
@@ -123,6 +130,14 @@ void ReportRun::enter(RunStage stage)
 {
     if (m_options.stage)
         m_options.stage(stage);
+}
+
+void ReportRun::worksIn(const QString &folder)
+{
+    // What lies in the installation is found there, and what is mailed or printed is made in a folder that is found by its own name.
+    const bool isFile = m_entry.outputType == outputTypeWord(static_cast<int>(OutputKind::File));
+    if (isFile && !(folder + u'/').startsWith(QDir::fromNativeSeparators(m_services.installPath)))
+        m_ledger.recordFolder(m_entry.id, folder);
 }
 
 void ReportRun::record(const std::vector<LedgerDelivery> &deliveries)

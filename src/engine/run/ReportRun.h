@@ -33,6 +33,7 @@ private:
     [[nodiscard]] std::int64_t run() const override { return m_entry.id; }
     [[nodiscard]] QStringList inputs() const override;
     void enter(RunStage stage) override;
+    void worksIn(const QString &folder) override;
     void record(const std::vector<LedgerDelivery> &deliveries) override;
 
     const EngineServices &m_services;

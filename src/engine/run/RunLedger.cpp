@@ -6,7 +6,9 @@
 #include "platform/FileRights.h"
 #include "platform/Files.h"
 #include "platform/InstallationFolder.h"
+#include "platform/TemporaryFiles.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 
 #include <limits>
@@ -42,6 +44,12 @@ constexpr char kPage[] = R"(SELECT id, query_file, description, package, "trigge
 constexpr char kDeliver[] =
     R"(INSERT OR REPLACE INTO delivery (run_id, target, sender, state, words, when_utc) VALUES (?1, ?2, ?3, ?4, ?5, ?6))";
 constexpr char kDeliveries[] = R"(SELECT target, sender, state, words, when_utc FROM delivery WHERE run_id = ?1 ORDER BY target)";
+
+/// Beside the tables above, since it needs no other version: a ledger without it has nothing to sweep.
+constexpr char kCreateFolders[] =
+    "CREATE TABLE IF NOT EXISTS working_folder (run_id INTEGER PRIMARY KEY REFERENCES run(id), folder TEXT NOT NULL)";
+constexpr char kLeftFolders[] = R"(SELECT run_id, folder, started_utc, ended_utc FROM working_folder JOIN run ON run.id = run_id
+  WHERE status = ?1 AND host = ?2)";
 
 [[noreturn]] void fail(sqlite3 *connection)
 {
@@ -107,6 +115,14 @@ LedgerEntry readEntry(sqlite3_stmt *statement)
     entry.trigger = runTriggerOf(trigger);
     entry.status = runStatusOf(status);
     return entry;
+}
+
+/// Of the ledger's text, in UTC.
+QDateTime timeOf(const QString &text)
+{
+    QDateTime time = QDateTime::fromString(text, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    time.setTimeSpec(Qt::UTC);
+    return time;
 }
 
 bool hasTable(sqlite3 *connection, const char *name)
@@ -213,6 +229,51 @@ void RunLedger::finish(LedgerEntry &entry) noexcept
             insert(entry);
         else
             update(entry);
+        if (m_hasFolder)
+            forgetFolder(entry.id);
+    });
+}
+
+void RunLedger::recordFolder(std::int64_t id, const QString &folder) noexcept
+{
+    if (id == 0)
+        return;
+    guarded([&] {
+        run(m_connection.get(), kCreateFolders);
+        const auto statement =
+            sqlite::prepare(m_connection.get(), "INSERT OR REPLACE INTO working_folder (run_id, folder) VALUES (?1, ?2)");
+        sqlite3_bind_int64(statement.get(), 1, id);
+        sqlite::bindText(statement.get(), 2, folder);
+        finishStatement(m_connection.get(), statement.get());
+        m_hasFolder = true;
+    });
+}
+
+void RunLedger::forgetFolder(std::int64_t id)
+{
+    const auto statement = sqlite::prepare(m_connection.get(), "DELETE FROM working_folder WHERE run_id = ?1");
+    sqlite3_bind_int64(statement.get(), 1, id);
+    finishStatement(m_connection.get(), statement.get());
+}
+
+void RunLedger::sweepFolders() noexcept
+{
+    if (m_path.isEmpty() || !QFileInfo::exists(m_path))
+        return;
+    guarded([&] {
+        if (!hasTable(m_connection.get(), "working_folder"))
+            return;
+        const auto left = sqlite::prepare(m_connection.get(), kLeftFolders);
+        sqlite::bindText(left.get(), 1, runWord(RunStatus::Interrupted));
+        sqlite::bindText(left.get(), 2, thisProcess().host);
+        std::vector<std::int64_t> clean;
+        while (sqlite3_step(left.get()) == SQLITE_ROW)
+            if (sweepTemporariesOf(sqlite::columnText(left.get(), 1), timeOf(sqlite::columnText(left.get(), 2)),
+                                   timeOf(sqlite::columnText(left.get(), 3)).addSecs(1)))
+                clean.push_back(sqlite3_column_int64(left.get(), 0));
+        sqlite3_reset(left.get());
+        for (const std::int64_t id : clean)
+            forgetFolder(id);
     });
 }
 

@@ -48,6 +48,11 @@ public:
     void finish(LedgerEntry &entry) noexcept;
     /// Writes what is known of run \p id's recipients by now, in place of what was known of the same ones before. Does nothing for id 0.
     void recordDeliveries(std::int64_t id, const std::vector<LedgerDelivery> &deliveries) noexcept;
+    /// Writes down that run \p id makes its file in \p folder, for as long as it runs. Does nothing for id 0.
+    void recordFolder(std::int64_t id, const QString &folder) noexcept;
+    /// Removes what interrupted runs of this host left in such folders and no living program holds. A folder is remembered until nothing of
+    /// the run's time is left in it.
+    void sweepFolders() noexcept;
     /// Records that a due report was not run, and why. \p when is UTC.
     void notRun(const QString &queryFile, RunTrigger trigger, const QString &reason, const QString &when) noexcept;
     /// Marks rows that a process of this host left running when it died. \returns how many.
@@ -75,11 +80,13 @@ private:
     [[nodiscard]] std::vector<LedgerEntry> readPage(sqlite3 *connection, std::int64_t below, int most) const;
     void insert(LedgerEntry &entry);
     void update(const LedgerEntry &entry);
+    void forgetFolder(std::int64_t id);
 
     QString m_installPath;
     QString m_path; ///< empty: no ledger
     QString m_problem;
     sqlite::Connection m_connection;
+    bool m_hasFolder = false; ///< recordFolder() was called
 };
 
 } // namespace qm

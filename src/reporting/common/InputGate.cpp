@@ -54,8 +54,7 @@ QWidget *widgetOf(const QObject *object)
 
 } // namespace
 
-InputGate::InputGate(QWidget *mainWindow, std::function<void()> onCloseMainWindow)
-    : m_mainWindow(mainWindow), m_onCloseMainWindow(std::move(onCloseMainWindow))
+InputGate::InputGate(QWidget *mainWindow) : m_mainWindow(mainWindow)
 {
     qApp->installEventFilter(this);
 }
@@ -98,7 +97,7 @@ bool InputGate::eventFilter(QObject *receiver, QEvent *event)
         if (std::find(m_toClose.begin(), m_toClose.end(), widget) == m_toClose.end())
             m_toClose.emplace_back(widget);
         if (widget == m_mainWindow)
-            m_onCloseMainWindow();
+            Q_EMIT mainWindowClosed();
         return true;
     }
     if (isInput(event->type()) && !isAllowed(receiver)) {

@@ -6,23 +6,27 @@
 #include <QPointer>
 #include <QWidget>
 
-#include <functional>
 #include <vector>
 
 namespace qm {
 
 /// While it lives, keys, clicks, shortcuts and drags are discarded (not queued) for every window but the allowed one and those with the
 /// property kInputDuringRun; painting and timers go on. Windows that were asked to close meanwhile are asked again, once, when the gate
-/// goes; closing the main window also calls the given function.
+/// goes.
 class InputGate final : public QObject
 {
+    Q_OBJECT
 public:
     /// \p mainWindow may be null.
-    InputGate(QWidget *mainWindow, std::function<void()> onCloseMainWindow);
+    explicit InputGate(QWidget *mainWindow);
     ~InputGate() override;
 
     /// \p window keeps its input.
     void allow(QWidget *window) { m_allowed = window; }
+
+Q_SIGNALS:
+    /// The operator asked the main window to close.
+    void mainWindowClosed();
 
 protected:
     bool eventFilter(QObject *receiver, QEvent *event) override;
@@ -31,7 +35,6 @@ private:
     [[nodiscard]] bool isAllowed(const QObject *receiver) const;
 
     QPointer<QWidget> m_mainWindow;
-    std::function<void()> m_onCloseMainWindow;
     QPointer<QWidget> m_allowed;
     std::vector<QPointer<QWidget>> m_toClose;
 };

@@ -5,8 +5,6 @@
 #include <QString>
 #include <QStringList>
 
-#include <functional>
-
 class QWidget;
 
 namespace qm {
@@ -19,6 +17,23 @@ class QueryAccess;
 class ReportDesk;
 class ReportEngine;
 
+/// What the windows of reports and queries ask the program that they run in.
+class ReportingHost
+{
+public:
+    [[nodiscard]] virtual QString installPath() const = 0;        ///< installation folder with trailing separator
+    [[nodiscard]] virtual QStringList dataSourceKeys() const = 0; ///< keys of the saved data sources
+    [[nodiscard]] virtual QWidget *window() const = 0;            ///< the main window, parent of dialogs; may be null
+    /// Writes down a report that was not even begun, and why.
+    virtual void refused(const QString &queryFile, bool interactive, const QString &why) = 0;
+
+protected:
+    ReportingHost() = default;
+    ReportingHost(const ReportingHost &) = default;
+    ReportingHost &operator=(const ReportingHost &) = default;
+    ~ReportingHost() = default;
+};
+
 /// What report interfaces work with. Everything outlives them and the windows they open.
 struct ReportingUiServices
 {
@@ -29,12 +44,8 @@ struct ReportingUiServices
     const Clock &clock;
     ApplicationLog &log;
     ReportDesk &desk;
-    QString fontFolder;                          ///< the shipped fonts
-    std::function<QString()> installPath;        ///< installation folder with trailing separator
-    std::function<QStringList()> dataSourceKeys; ///< keys of the saved data sources
-    std::function<QWidget *()> window;           ///< the main window, parent of dialogs; may be empty or give null
-    /// Writes down a report that was not even begun, and why; may be empty.
-    std::function<void(const QString &queryFile, bool interactive, const QString &why)> refused = {};
+    ReportingHost &host;
+    QString fontFolder; ///< the shipped fonts
 };
 
 } // namespace qm

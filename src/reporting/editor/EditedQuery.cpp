@@ -43,7 +43,7 @@ EditedQuery::EditedQuery(ReportingUiServices &services, const QString &target) :
 {
     const bool isFolder = target.endsWith(kSep) || target.endsWith(u'/') || target.endsWith(u'\\');
     m_folder = isFolder ? target : target.chopped(files::lastPart(target).size());
-    const QString install = services.installPath ? services.installPath() : QString();
+    const QString install = services.host.installPath();
     m_home = findQueryHome(isFolder ? target + QStringLiteral("new.rqn") : target, install);
     if (isFolder) {
         if (!QFileInfo(m_folder).isDir())

@@ -108,9 +108,8 @@ QWidget *frmQueryEditor::buildHead()
     m_source = new QComboBox(head);
     m_source->setObjectName(QStringLiteral("dataSource"));
     m_source->addItem(uiIcon("query"), tr("The package's own event database"), QString());
-    if (m_services.dataSourceKeys)
-        for (const QString &key : m_services.dataSourceKeys())
-            m_source->addItem(key, key);
+    for (const QString &key : m_services.host.dataSourceKeys())
+        m_source->addItem(key, key);
     m_source->addItem(tr("ODBC connection…"), QString::fromLatin1(kOdbcPrefix));
     m_connection = new QLineEdit(head);
     m_connection->setObjectName(QStringLiteral("connection"));

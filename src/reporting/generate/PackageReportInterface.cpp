@@ -48,7 +48,7 @@ public:
     [[nodiscard]] ReportProgress progress() const override { return m_unattended ? m_unattended->progress() : ReportProgress(); }
 
 private:
-    [[nodiscard]] QWidget *window() const { return m_services.window ? m_services.window() : nullptr; }
+    [[nodiscard]] QWidget *window() const { return m_services.host.window(); }
     void generateUnattended(const QString &queryFile);
     /// \throws RuntimeError when the run cannot begin, which is written down then.
     [[nodiscard]] LocatedQuery locate(const QString &queryFile);
@@ -106,12 +106,13 @@ LocatedQuery PackageReportInterface::locate(const QString &queryFile)
     try {
         if (m_services.desk.isProducingRows())
             raise(err::reportFailed,
-                  QStringLiteral("another report is being made; wait for its end or cancel it, then generate \"%1\" again").arg(queryFile),
+                  QCoreApplication::translate("qm::PackageReportInterface",
+                                              "another report is being made; wait for its end or cancel it, then generate \"%1\" again")
+                      .arg(queryFile),
                   kFrameworkSource);
         return m_services.engine.locate(queryFile);
     } catch (...) {
-        if (m_services.refused)
-            m_services.refused(queryFile, true, currentError().description());
+        m_services.host.refused(queryFile, true, currentError().description());
         throw;
     }
 }
@@ -142,7 +143,8 @@ RunResult PackageReportInterface::produce(const QString &queryFile, const QStrin
 
     {
         const ReportDesk::Producing producing(m_services.desk);
-        InputGate gate(window(), [&cancel] { cancel->cancel(); });
+        InputGate gate(window());
+        QObject::connect(&gate, &InputGate::mainWindowClosed, &task, &BackgroundTask::cancel);
         frmReportProgress progress(description, run, window());
         QObject::connect(&progress, &frmReportProgress::cancelRequested, &task, &BackgroundTask::cancel);
         gate.allow(&progress);

@@ -10,6 +10,7 @@ void showReport(ReportingUiServices &services, SpoolWriter &rows, const QString 
 {
     SpooledReport report = rows.take();
     report.csv = result.csv;
+    report.sources = result.sources;
     auto viewer = new frmReportViewer(services, std::move(report), queryFile, result.note);
     services.desk.addViewer(viewer);
     viewer->setAttribute(Qt::WA_ShowWithoutActivating, !interactive);

@@ -2,10 +2,15 @@
 
 #include "core/RuntimeError.h"
 #include "documents/CellFormat.h"
+#include "engine/rows/RowSample.h"
+#include "engine/run/RowPipe.h"
 #include "reporting/viewer/TextCollation.h"
 
-#include <algorithm>
 #include <sqlite3.h>
+
+#include <algorithm>
+#include <numeric>
+#include <optional>
 
 namespace qm {
 
@@ -31,28 +36,65 @@ private:
     sqlite3 *m_database;
 };
 
-/// All rows as they came, in one pass: much faster than one by one.
-template <class Take>
-void forEachRow(const SpooledReport &report, Take &&take)
+/// The spool's rows in an order of the viewer's.
+class SpoolRows final : public RowSource
 {
-    SpoolStatement select(report.spool->back(), "SELECT * FROM rows");
-    std::vector<Value> row(report.shape.columns.size());
-    while (select.step()) {
-        readSpoolValues(select.get(), 0, row);
-        take(row);
+public:
+    SpoolRows(const SpooledReport &report, const RowOrder &order) : m_order(order)
+    {
+        for (const ReportColumn &column : report.shape.columns)
+            m_columns.push_back({column.field, {}});
+        // One pass over all rows is much faster than one look for each.
+        if (order.isOriginal())
+            m_all.emplace(report.spool->back(), "SELECT * FROM rows");
+        else
+            m_reader.emplace(report.spool->back(), m_columns.size());
     }
-}
 
-template <class Take>
-void forEachRow(const SpooledReport &report, const RowOrder &order, Take &&take)
-{
-    SpoolReader reader(report.spool->back(), report.shape.columns.size());
-    for (std::int64_t at = 0; at < order.size(); ++at) {
-        const auto row = reader.row(order.idAt(at));
-        if (row.empty())
-            raise(err::deviceIo, QStringLiteral("row %1 of the viewer cannot be read back").arg(order.idAt(at)), kFrameworkSource);
-        take(row);
+    [[nodiscard]] std::span<const ResultColumn> columns() const override { return m_columns; }
+
+    bool next(std::span<Value> row) override
+    {
+        if (m_all) {
+            if (m_at == m_order.size() || !m_all->step())
+                return false;
+            ++m_at;
+            readSpoolValues(m_all->get(), 0, row);
+            return true;
+        }
+        if (m_at == m_order.size())
+            return false;
+        const auto values = m_reader->row(m_order.idAt(m_at));
+        if (values.empty())
+            raise(err::deviceIo, QStringLiteral("row %1 of the viewer cannot be read back").arg(m_order.idAt(m_at)), kFrameworkSource);
+        ++m_at;
+        std::copy(values.begin(), values.end(), row.begin());
+        return true;
     }
+
+private:
+    const RowOrder &m_order;
+    std::vector<ResultColumn> m_columns;
+    std::optional<SpoolStatement> m_all;
+    std::optional<SpoolReader> m_reader;
+    std::int64_t m_at = 0;
+};
+
+/// What the run planned, for the rows of the spool and a document of \p format.
+ReportPlan exportPlan(const SpooledReport &report, const ExportRequest &request)
+{
+    ReportPlan plan;
+    plan.head = report.head;
+    plan.head.facts.insert(plan.head.facts.end(), request.extraFacts.begin(), request.extraFacts.end());
+    plan.shape = report.shape;
+    plan.shape.columns = report.shownColumns();
+    plan.shape.hidden = 0;
+    if (request.format != ReportFormat::Csv)
+        plan.sources = report.sources;
+    plan.sources.shown.resize(plan.shape.columns.size());
+    std::iota(plan.sources.shown.begin(), plan.sources.shown.end(), std::size_t{0});
+    plan.inResultOrder = report.shape.hidden == 0;
+    return plan;
 }
 
 char lowered(char byte)
@@ -154,7 +196,7 @@ bool CellMatcher::matches(std::span<const Value> row)
 {
     if (m_terms.column >= 0)
         return matches(static_cast<std::size_t>(m_terms.column), row[static_cast<std::size_t>(m_terms.column)]);
-    for (std::size_t column = 0; column < row.size(); ++column)
+    for (std::size_t column = 0; column < m_formats->formats.size(); ++column)
         if (matches(column, row[column]))
             return true;
     return false;
@@ -163,7 +205,7 @@ bool CellMatcher::matches(std::span<const Value> row)
 std::shared_ptr<const RowHits> searchRows(const SpooledReport &report, const SearchTerms &terms, CancelFlag &cancel, JobProgress &progress)
 {
     auto hits = std::make_shared<RowHits>(report.tail.rows);
-    CellMatcher matcher(report.shape.columns, terms);
+    CellMatcher matcher(report.shownColumns(), terms);
     SpoolStatement select(report.spool->back(), "SELECT rowid, * FROM rows");
     std::vector<Value> row(report.shape.columns.size());
     std::int64_t rows = 0;
@@ -183,24 +225,13 @@ void exportRows(const SpooledReport &report, const RowOrder &order, const Export
 {
     OutputFile file(request.path);
     const auto writer = makeWriter(request.format, file, {.csv = report.csv, .fontFolder = request.fontFolder});
-    ReportHead head = report.head;
-    head.facts.insert(head.facts.end(), request.extraFacts.begin(), request.extraFacts.end());
-    writer->begin(head, report.shape, {});
-    std::int64_t written = 0;
-    const auto write = [&](std::span<const Value> row) {
-        writer->row(row);
-        if (++written % kRowsPerCheck == 0) {
-            cancel.check();
-            progress.store(written, std::memory_order_relaxed);
-        }
-    };
-    if (order.isOriginal())
-        forEachRow(report, write);
-    else
-        forEachRow(report, order, write);
-    ReportTail tail = report.tail;
-    tail.rows = order.size();
-    writer->end(tail);
+    SpoolRows rows(report, order);
+    const RowSample sample(rows);
+    ReportPlan plan = exportPlan(report, request);
+    const RunLimits limits(std::shared_ptr<CancelFlag>(std::shared_ptr<void>(), &cancel), std::chrono::seconds(0));
+    const RowPipe::Progress told = [&progress](std::int64_t written) { progress.store(written, std::memory_order_relaxed); };
+    RowPipe pipe(rows, sample, plan, *writer, limits, told);
+    writer->end(pipe.passCut(report.tail));
     cancel.check();
     file.commit();
 }

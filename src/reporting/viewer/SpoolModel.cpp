@@ -21,7 +21,7 @@ SpoolModel::SpoolModel(const SpooledReport &report, QObject *parent)
     : QAbstractTableModel(parent), m_report(report), m_order(RowOrder::original(report.tail.rows)),
       m_reader(report.spool->front(), report.shape.columns.size()), m_pages(kPages)
 {
-    for (const ReportColumn &column : report.shape.columns)
+    for (const ReportColumn &column : report.shownColumns())
         m_formats.emplace_back(column);
 }
 
@@ -44,7 +44,7 @@ int SpoolModel::rowCount(const QModelIndex &parent) const
 
 int SpoolModel::columnCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(m_report.shape.columns.size());
+    return parent.isValid() ? 0 : static_cast<int>(m_formats.size());
 }
 
 QString SpoolModel::formatted(std::size_t column, const Value &value) const
@@ -66,7 +66,7 @@ const QString &SpoolModel::shownCell(int row, int column) const
         page->cells.resize((end - first) * columns);
         for (int at = first; at < end; ++at) {
             const auto values = m_reader.row(m_order->idAt(at));
-            for (std::size_t i = 0; i < values.size(); ++i) {
+            for (std::size_t i = 0; i < std::min(values.size(), m_formats.size()); ++i) {
                 QString text = formatted(i, values[i]);
                 if (text.size() > kShownInGrid) {
                     text.truncate(kShownInGrid - (text[kShownInGrid - 1].isHighSurrogate() ? 1 : 0));

@@ -59,7 +59,7 @@ frmReportViewer::frmReportViewer(ReportingUiServices &services, SpooledReport re
     auto layout = new QVBoxLayout(central);
     layout->setContentsMargins(12, 10, 12, 6);
     layout->setSpacing(8);
-    m_search = new SearchBar(m_report.shape.columns, central);
+    m_search = new SearchBar(m_report.shownColumns(), central);
     layout->addWidget(new ReportHeading(m_report.head, m_report.tail, note, central));
     layout->addWidget(m_search);
     buildTable();
