@@ -175,7 +175,7 @@ private:
 
 void writeHaru(std::int64_t count, const QString &path)
 {
-    HaruReport report(qm::shippedFontFolder() + QStringLiteral("/DejaVuSans.ttf"));
+    HaruReport report(qm::shippedFontFolder() + QStringLiteral("/DejaVuSansCondensed.ttf"));
     Rows rows;
     for (std::int64_t row = 0; row < count; ++row)
         report.addRow(rows.next(row));

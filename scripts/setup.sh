@@ -11,7 +11,7 @@ packages=(
   qt6-base-dev qt6-svg-dev libgl1-mesa-dev libsqlite3-dev unixodbc-dev libtomlplusplus-dev libspdlog-dev libexpat1-dev libssl-dev
   zlib1g-dev libdeflate-dev libharfbuzz-dev libfribidi-dev libfontconfig-dev libcurl4-openssl-dev libcups2-dev libmspack-dev
   # fonts that the program ships
-  fonts-dejavu-core fonts-droid-fallback
+  fonts-dejavu-core fonts-dejavu-extra fonts-droid-fallback
   # the help file's compiler, and what runs it
   fp-utils-3.2.2 python3
   # tests: a mail server and a print server of the tests' own

@@ -60,6 +60,9 @@ struct ReportHead
     std::string language = "en";
     House house;
     std::vector<std::string> notices; ///< sentences that a reader must not miss
+    bool houseBands = false;          ///< header and footer are nobody's wish: a format with bands of its own takes those
+    std::string author, creator;      ///< who made it, with which program and version; empty: not stated
+    std::string madeUtc;              ///< "YYYY-MM-DD HH:MM:SS"; empty: not stated
 };
 
 /// The first rows of a report, for measuring: one value per column of its shape.

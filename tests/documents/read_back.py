@@ -24,41 +24,75 @@ def read_csv(path):
 
 class Page(HTMLParser):
     VOID = {"meta", "link", "br", "img", "input"}
+    KEPT = {"title", "style", "th", "td", "dt", "dd", "p", "li", "desc", "h1", "h2", "summary"}  # others are parts of their text
 
     def __init__(self):
         super().__init__(convert_charrefs=True)
-        self.rows, self.head, self.terms, self.values = [], [], [], []
-        self.elements, self.attributes, self.stack = {}, set(), []
-        self.policy = self.style = self.text = ""
-        self.errors = []
+        self.header, self.rows, self.groups, self.totals = [], [], [], []
+        self.facts, self.figures, self.notices, self.contents, self.top, self.charts = {}, {}, [], [], [], []
+        self.elements, self.attributes, self.stack, self.order = {}, set(), [], []
+        self.policy = self.style = self.text = self.title = ""
+        self.errors, self.ids = [], []
+
+    def inside(self, tag, name=None):
+        return any(tag == t and (name is None or name in given.get("class", "").split()) for t, given in self.stack)
 
     def handle_starttag(self, tag, attrs):
         self.elements[tag] = self.elements.get(tag, 0) + 1
         self.attributes.update(f"{tag}.{name}" for name, _ in attrs)
         given = dict(attrs)
+        if "id" in given:
+            self.ids.append(given["id"])
         if given.get("http-equiv") == "Content-Security-Policy":
             self.policy = given["content"]
         if tag == "html":
             self.language = given.get("lang")
         if tag not in self.VOID:
-            self.stack.append(tag)
-        if tag == "tr":
+            self.stack.append((tag, given))
+        if tag == "tbody":
+            self.groups.append({"id": given.get("id"), "class": given.get("class", ""), "rows": []})
+        elif tag == "tr":
             self.row = []
-        self.text = ""
+        elif tag == "div" and given.get("class") == "notice":
+            self.notices.append([])
+        elif tag == "a":
+            self.href = given["href"]
+        if tag in ("table", "nav", "figure", "section", "footer") or given.get("class") == "figures":
+            self.order.append(tag)
+        if tag in self.KEPT:
+            self.text = ""
 
     def handle_endtag(self, tag):
-        if not self.stack or self.stack.pop() != tag:
+        opened, given = self.stack.pop() if self.stack else (None, {})
+        if opened != tag:
             self.errors.append(f"</{tag}> closes nothing")
-        if tag == "td":
-            self.row.append(self.text)
-        elif tag == "th":
-            self.head.append(self.text)
-        elif tag == "tr" and self.row:
-            self.rows.append(self.row)
+        if tag in ("td", "th"):
+            text = None if "null" in given.get("class", "").split() else self.text
+            self.row.append({"tag": tag, "text": text, "class": given.get("class", ""), "span": int(given.get("colspan", 1)),
+                             "scope": given.get("scope"), "label": given.get("data-label")})
+        elif tag == "tr":
+            kind = given.get("class", "")
+            texts = [cell["text"] for cell in self.row]
+            if self.inside("thead"):
+                self.header = texts
+            elif self.inside("tfoot"):
+                self.totals.append(self.row)
+            else:
+                self.groups[-1]["rows"].append({"class": kind, "cells": self.row})
+                if kind == "":
+                    self.rows.append(texts)
         elif tag == "dt":
-            self.terms.append(self.text)
+            self.term = self.text
         elif tag == "dd":
-            self.values.append(self.text.strip())
+            (self.figures if self.inside("dl", "figures") else self.facts)[self.term] = self.text.strip()
+        elif tag == "p" and self.inside("div", "notice"):
+            self.notices[-1].append(self.text)
+        elif tag == "li" and self.inside("nav"):
+            self.contents.append([self.href, self.text])
+        elif tag == "li":
+            self.top.append(self.text)
+        elif tag in ("title", "desc") and self.inside("figure"):
+            self.charts.append(self.text)
         elif tag == "title":
             self.title = self.text
         elif tag == "style":
@@ -76,7 +110,9 @@ def read_html(path):
     page.close()
     digest = base64.b64encode(hashlib.sha256(page.style.encode()).digest()).decode()
     return {
-        "header": page.head, "rows": page.rows, "facts": dict(zip(page.terms, page.values)), "title": page.title, "language": page.language,
+        "header": page.header, "rows": page.rows, "groups": page.groups, "totals": page.totals, "facts": page.facts,
+        "figures": page.figures, "notices": page.notices, "contents": page.contents, "top": page.top, "charts": page.charts,
+        "order": page.order, "ids": page.ids, "title": page.title, "language": page.language,
         "elements": page.elements, "attributes": sorted(page.attributes), "open": page.stack, "errors": page.errors,
         "doctype": text.startswith("<!doctype html>"), "policyFits": f"style-src 'sha256-{digest}'" in page.policy, "policy": page.policy,
         "style": page.style, "text": re.sub(r"<[^>]*>", " ", text),

@@ -40,6 +40,7 @@ const QMap<QString, QString> kNames{{u"qt6-base-dev"_s, u"Qt 6"_s},
                                     {u"libcups2-dev"_s, u"CUPS"_s},
                                     {u"libmspack-dev"_s, u"libmspack"_s},
                                     {u"fonts-dejavu-core"_s, u"DejaVu fonts"_s},
+                                    {u"fonts-dejavu-extra"_s, u"DejaVu fonts"_s},
                                     {u"fonts-droid-fallback"_s, u"Droid Sans Fallback"_s}};
 
 } // namespace

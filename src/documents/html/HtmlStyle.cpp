@@ -2,95 +2,124 @@
 
 #include "documents/NumberText.h"
 #include "documents/ReportWords.h"
-#include "documents/TextScan.h"
 #include "documents/html/HtmlText.h"
-
-#include <algorithm>
 
 namespace qm {
 
 namespace {
 
-using textscan::joined;
+/// The colours of the house: on white, on a dark screen, and on white once more for paper, where a dark screen's set would stay in force.
+constexpr std::string_view kLight =
+    "color-scheme:light;--page:#fff;--ink:#1c2430;--navy:#12335c;--soft:#4a5563;--mid:#76828f;--hair:#c4ccd5;--head:#e3e9f0;--line:#d5dbe2;"
+    "--zebra:#ecf0f5;--sub:#edf1f5;--total:#d5dee8;--notice:#7a1b14;--notice-page:#fdf0e7;--alarm:#b7381d";
+constexpr std::string_view kDark = "color-scheme:dark;--page:#14181e;--ink:#e4e8ee;--navy:#a9c8ee;--soft:#a7b2bf;--mid:#76828f;--hair:#"
+                                   "3d4753;--head:#202b39;--line:#2b333d;"
+                                   "--zebra:#1a2028;--sub:#1d2530;--total:#26364a;--notice:#ffc2ad;--notice-page:#3a1c15;--alarm:#ff9849";
 
+/// Sizes are parts of the row's: 7.5 points on paper, 14 pixels on a screen.
 constexpr std::string_view kCommon = R"(
-:root{color-scheme:light dark;--page:#fff;--ink:#1c2430;--soft:#5b6675;--line:#dde2e9;--band:#f6f8fa;--hover:#eaf1fb;--head:#25405f;--on-head:#fff;--accent:#2f6fb3;--alert:#8a3b00;--alert-page:#fff4e6;--alert-line:#f0c48a}
-@media (prefers-color-scheme:dark){:root{--page:#14181e;--ink:#e4e8ee;--soft:#9aa6b5;--line:#2c343f;--band:#1a2028;--hover:#22303f;--head:#223347;--on-head:#f2f6fb;--accent:#6aa5e3;--alert:#ffc98a;--alert-page:#33240f;--alert-line:#6b4a1c}}
 *{box-sizing:border-box}
-html{background:var(--page)}
-body{margin:0;padding:0 2rem 2rem;min-width:min-content;background:var(--page);color:var(--ink);font:14px/1.45 system-ui,"Segoe UI",Roboto,"Noto Sans","DejaVu Sans",Arial,sans-serif}
-header{border-top:4px solid var(--accent);padding:1.5rem 0 1rem}
-h1{margin:0;font-size:1.6rem;line-height:1.25;font-weight:650;overflow-wrap:anywhere;unicode-bidi:plaintext;text-align:left}
-.subtitle{margin:.25rem 0 0;font-size:1.05rem;color:var(--soft);unicode-bidi:plaintext;text-align:left}
-dl{display:flex;flex-wrap:wrap;gap:.75rem 2.25rem;margin:1.1rem 0 0;padding:.8rem 1rem;background:var(--band);border:1px solid var(--line);border-radius:6px}
-dl div{max-width:60ch}
-dt{font-size:.75rem;font-weight:600;letter-spacing:.03em;color:var(--soft)}
-dd{margin:.1rem 0 0;overflow-wrap:anywhere;white-space:pre-line;unicode-bidi:plaintext;text-align:left}
-.count{font-variant-numeric:tabular-nums;white-space:normal}
-.count strong{color:var(--alert)}
+html{background:var(--page);-webkit-text-size-adjust:100%;text-size-adjust:100%}
+body{margin:0;padding:0 2rem 2rem;background:var(--page);color:var(--ink);font:14px/1.3 "DejaVu Sans Condensed","DejaVu Sans",system-ui,"Segoe UI",Roboto,"Noto Sans",Arial,sans-serif;font-variant-numeric:tabular-nums}
+h1,.figures dd{font-family:"DejaVu Sans",system-ui,"Segoe UI",Roboto,"Noto Sans",Arial,sans-serif;font-weight:bold;color:var(--navy)}
+header{padding-top:1.4em}
+h1{margin:0;font-size:2.667em;line-height:1.2;overflow-wrap:anywhere;unicode-bidi:plaintext;text-align:left}
+.subtitle{margin:.15em 0 0;font-size:1.333em;color:var(--soft);overflow-wrap:anywhere;unicode-bidi:plaintext;text-align:left}
+dl{margin:0}
+dt{color:var(--soft);overflow-wrap:anywhere}
+dd{margin:0;overflow-wrap:anywhere;unicode-bidi:plaintext;text-align:left}
+.facts{display:grid;grid-template-columns:repeat(5,1fr);gap:.7em 2.4em;margin-top:.93em;padding:.6em 0;border:solid var(--navy);border-width:1px 0;border-bottom-color:var(--hair)}
+.facts dt{font-size:.867em}
+.facts dd{font-size:1.067em;white-space:pre-line}
+.facts .count{white-space:normal}
+.cut{color:var(--notice)}
+.notice{margin:.8em 0 0;padding:.6em;border-left:.24em solid var(--notice);background:var(--notice-page);color:var(--notice);font-size:1.133em;font-weight:bold;overflow-wrap:anywhere;unicode-bidi:plaintext}
+.notice p{margin:0}
+.notice a{color:inherit}
+.figures{display:grid;grid-template-columns:repeat(4,1fr);gap:1em 0;margin-top:1.2em}
+.figures div{display:flex;flex-direction:column-reverse;justify-content:flex-end;padding:0 1.2em;border-left:1px solid var(--mid)}
+.figures dt{font-size:.933em}
+.figures dd{font-size:2.4em;line-height:1.17}
+.ordered{display:flex;flex-direction:column}
+.ordered>.late{order:-2}
+.ordered>nav{order:-1}
+.late{display:grid;grid-template-columns:2fr 1fr;gap:1.2em 2.4em;margin-top:1.2em}
+.late>:only-child{grid-column:1/-1}
+.charts{min-width:0}
+figure{margin:0 0 1.2em}
+figcaption,.top h2{margin:0;font-size:1.2em;line-height:1.33;font-weight:bold;color:var(--navy);overflow-wrap:anywhere}
+figcaption small{display:block;font-size:.778em;font-weight:normal;color:var(--soft)}
+figure p{margin:.3em 0 0}
+.top ol{margin:.3em 0 0;padding-left:1.8em}
+.top li{margin:.25em 0;overflow-wrap:anywhere}
+nav{margin-top:1.2em}
+summary{font-size:1.2em;font-weight:bold;color:var(--navy);cursor:pointer}
+small{font-weight:normal;color:var(--soft)}
+nav ol{columns:16rem;margin:.4em 0 0;padding-left:3em}
+nav li{overflow-wrap:anywhere;break-inside:avoid}
+nav a{color:var(--navy)}
+.rows{margin-top:1.2em;min-width:0}
 table{width:100%;border-collapse:separate;border-spacing:0}
-th,td{padding:.38rem .7rem;border-bottom:1px solid var(--line);vertical-align:top;text-align:left;unicode-bidi:plaintext}
-th{position:sticky;top:0;z-index:1;background:var(--head);color:var(--on-head);font-weight:600;vertical-align:bottom;border-bottom:0}
-th:first-child{border-top-left-radius:6px}
-th:last-child{border-top-right-radius:6px}
-td{white-space:pre-wrap;overflow-wrap:break-word;tab-size:4}
-tbody tr:nth-child(even){background:var(--band)}
-tbody tr:hover{background:var(--hover)}
-.none{margin:0;padding:3rem 1rem;text-align:center;color:var(--soft);border-bottom:1px solid var(--line);overflow-wrap:anywhere}
-.none strong{display:block;margin-bottom:.3rem;font-size:1.25rem;color:var(--ink)}
-.notice{margin:1rem 0 0;padding:.7rem 1rem;color:var(--alert);background:var(--alert-page);border:1px solid var(--alert-line);border-radius:6px}
-footer{padding-top:.9rem;font-size:.85rem;color:var(--soft)}
+th,td{padding:.32em .8em;border-bottom:1px solid var(--line);vertical-align:top;text-align:left;unicode-bidi:plaintext}
+td{white-space:pre-wrap;overflow-wrap:anywhere;tab-size:4}
+thead th{padding:.4em .8em;background:var(--head);color:var(--navy);font-weight:bold;line-height:1.27;vertical-align:bottom;border:solid var(--navy);border-width:1px 0}
+.null{color:var(--soft)}
+.strong,.warning,.alarm{font-weight:bold}
+.warning,.alarm{position:relative}
+.alarm{color:var(--alarm)}
+.warning::after{content:"!";position:absolute;right:.2em}
+.alarm::after{content:"!!";position:absolute;right:0}
+.g1 th,.g2 th,.g3 th{padding:.9em 0 .33em;border-bottom-color:var(--mid);color:var(--navy);max-width:0;font-size:1.2em;font-weight:bold;overflow-wrap:anywhere}
+.g2 th{padding-top:.6em;border-bottom-color:var(--hair);color:var(--ink);font-size:1.133em}
+.g3 th{padding-top:.4em;border-bottom:0;color:var(--ink);font-size:1em}
+.g1 small,.g2 small,.g3 small{margin-left:.5em;font-size:.8em}
+.sub th,.sub td{background:var(--sub);border-top:1px solid var(--mid);font-weight:bold;overflow-wrap:anywhere}
+.total th,.total td{background:var(--total);color:var(--navy);border-top:1.5px solid var(--navy);border-bottom:3px double var(--navy);font-size:1.133em;font-weight:bold;overflow-wrap:anywhere}
+.total+.total th,.total+.total td{border-top:0}
+.sub th,.total th{min-width:10ch}
+.r{text-align:right;white-space:nowrap}
+.c{text-align:center}
+.none{margin:0;padding:2em 0;color:var(--soft);border-bottom:1px solid var(--hair);overflow-wrap:anywhere}
+.none strong{display:block;margin-bottom:.3em;font-size:1.6em;line-height:1.33;color:var(--ink)}
+footer{padding-top:.9em;font-size:.933em;color:var(--soft)}
 footer p{margin:0}
 bdi{unicode-bidi:isolate}
+@media (max-width:60rem){
+.facts{grid-template-columns:repeat(3,1fr)}
+.figures{grid-template-columns:repeat(2,1fr)}
+}
+@media screen{
+body{min-width:min-content}
+header,.notice,.late,nav,.none,footer{position:sticky;left:2rem;max-width:calc(100vw - 5rem)}
+header .notice{position:static}
+thead th{position:sticky;top:0;z-index:1}
+.rows tbody tr:not([class]):hover>td{background:var(--head)}
+}
+@media screen and (max-width:60rem){.late{grid-template-columns:1fr}}
+@media screen and (max-width:48rem){
+body{min-width:0;padding:0 1rem 1rem}
+h1{font-size:1.8em}
+.facts,.figures{grid-template-columns:1fr}
+header,.notice,.late,nav,.none,footer{position:static;max-width:none}
+.rows{overflow-x:auto}
+thead th{position:static}
+}
 @media print{
-:root{color-scheme:light;--page:#fff;--ink:#000;--soft:#444;--line:#bbb;--band:#f4f4f4;--head:#e3e8ee;--on-head:#000;--accent:#25405f;--alert:#000;--alert-page:#fff;--alert-line:#000}
-body{padding:0;min-width:0;font-size:9pt}
-header{padding-top:.6rem}
+body{padding:0;font-size:7.5pt}
+header{padding-top:0}
+.ordered{display:block}
+.ordered.charted{display:flex}
+nav{display:none}
+th,td{padding-top:.25em;padding-bottom:.25em;border-bottom-width:.25pt}
 thead{display:table-header-group}
-th{position:static;border-bottom:1pt solid #000}
-th:first-child,th:last-child{border-radius:0}
-th,td{padding:.2rem .4rem}
-tr,dl,.notice{break-inside:avoid}
-tbody tr:nth-child(even){print-color-adjust:exact;-webkit-print-color-adjust:exact}
+tfoot{display:table-row-group}
+tr,.facts,.notice,.figures,figure,.top,.keep{break-inside:avoid}
+.g1,.g2,.g3,.g1+tr,.g2+tr,.g3+tr,.g1+tr+tr,.g2+tr+tr,.g3+tr+tr{break-after:avoid}
+.sub,.total,.joined{break-before:avoid}
+.page{break-before:page}
+thead th,tr>td,tr>th,.notice{print-color-adjust:exact;-webkit-print-color-adjust:exact}
 }
 )";
-
-void appendLength(double value, std::string_view unit, std::string &out)
-{
-    numbers::appendFixed(value, {0, 2, false, 0}, out);
-    out += unit;
-}
-
-bool staysOnOneLine(const ReportColumn &column)
-{
-    return column.type != ColumnType::Text && column.type != ColumnType::Blob;
-}
-
-/// Columns of one line are as wide as what they hold; the others share the rest by their widths, breaking a word only when it is longer
-/// than a column should be.
-std::string columnRules(std::span<const ReportColumn> columns)
-{
-    constexpr double kMostMm = 120, kLongWordMm = 70;
-    std::string rules;
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        const ReportColumn &column = columns[i];
-        const std::string nth = ":nth-child(" + std::to_string(i + 1) + ')';
-        if (column.alignment != CellAlignment::Left) {
-            const char *const side = column.alignment == CellAlignment::Right ? "right" : "center";
-            rules += joined({"th", nth, ",td", nth, "{text-align:", side, ";font-variant-numeric:tabular-nums}\n"});
-        }
-        if (staysOnOneLine(column)) {
-            rules += joined({"th", nth, "{width:1px}td", nth, "{white-space:pre}\n"});
-            continue;
-        }
-        const double width = std::clamp(column.widthMm, 1.0, kMostMm);
-        rules += joined({"th", nth, "{width:"});
-        appendLength(width, "mm}td", rules);
-        rules += joined({nth, "{max-width:"});
-        appendLength(std::max(width, kLongWordMm), "mm}\n", rules);
-    }
-    return rules;
-}
 
 /// One text of a page band as the value of "content", with the counters of the page where its fields are.
 std::string bandContent(std::string_view text)
@@ -104,13 +133,19 @@ std::string bandContent(std::string_view text)
 
 std::string pageRules(const ReportHead &head)
 {
+    const auto length = [](double millimetres, std::string &out) {
+        numbers::appendFixed(millimetres, {0, 2, false, 0}, out);
+        out += "mm";
+    };
     std::string rules = "@page{size:";
-    appendLength(head.page.widthMm, "mm ", rules);
-    appendLength(head.page.heightMm, "mm;margin:", rules);
-    appendLength(head.page.marginMm, "mm", rules);
+    length(head.page.widthMm, rules);
+    rules += ' ';
+    length(head.page.heightMm, rules);
+    rules += ";margin:";
+    length(head.page.marginMm, rules);
     const auto box = [&rules](const char *place, const std::string &text) {
         if (!text.empty())
-            rules += std::string(";@") + place + "{font-size:8pt;content:" + bandContent(text) + '}';
+            rules += std::string(";@") + place + "{font-size:7pt;color:#4a5563;content:" + bandContent(text) + '}';
     };
     box("top-left", head.header.left);
     box("top-center", head.header.centre);
@@ -123,9 +158,15 @@ std::string pageRules(const ReportHead &head)
 
 } // namespace
 
-std::string htmlStyleSheet(const ReportHead &head, std::span<const ReportColumn> columns)
+std::string htmlStyleSheet(const ReportHead &head, const HtmlColumns &columns)
 {
-    return std::string(kCommon) + columnRules(columns) + pageRules(head);
+    std::string sheet = "\n:root{";
+    sheet += kLight;
+    sheet += "}\n@media screen and (prefers-color-scheme:dark){:root{";
+    sheet += kDark;
+    sheet += "}}";
+    sheet += kCommon;
+    return sheet + columns.rules + pageRules(head);
 }
 
 } // namespace qm

@@ -3,13 +3,13 @@
 #pragma once
 
 #include "documents/ReportWriter.h"
+#include "documents/html/HtmlColumns.h"
 
-#include <span>
 #include <string>
 
 namespace qm {
 
 /// The whole style sheet of one report: the common part, its columns and its page bands.
-[[nodiscard]] std::string htmlStyleSheet(const ReportHead &head, std::span<const ReportColumn> columns);
+[[nodiscard]] std::string htmlStyleSheet(const ReportHead &head, const HtmlColumns &columns);
 
 } // namespace qm

@@ -62,6 +62,27 @@ std::string escaped(std::string_view text)
     return Escaper::whole(text);
 }
 
+std::string escapedWithin(std::string_view text, std::size_t bytes)
+{
+    constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
+    std::string out;
+    if (text.size() <= bytes && (out = escaped(text)).size() <= bytes)
+        return out;
+    out.clear();
+    std::size_t whole = 0; // of out, so that the ellipsis still fits
+    while (!text.empty()) {
+        const char *at = text.data();
+        const std::size_t taken = utf8::decode(at, at + text.size()).bytes;
+        out += escaped(text.substr(0, taken));
+        if (out.size() > bytes)
+            return out.erase(whole) + std::string(kEllipsis);
+        if (out.size() + kEllipsis.size() <= bytes)
+            whole = out.size();
+        text.remove_prefix(taken);
+    }
+    return out;
+}
+
 std::string styleString(std::string_view text)
 {
     std::string out = "\"";

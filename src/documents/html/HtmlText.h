@@ -14,6 +14,8 @@ namespace qm {
 void writeEscaped(OutputFile &file, std::string_view text);
 /// The same as a string, for texts of the head.
 [[nodiscard]] std::string escaped(std::string_view text);
+/// As much of the same as \p bytes hold, with an ellipsis where that is not all.
+[[nodiscard]] std::string escapedWithin(std::string_view text, std::size_t bytes);
 /// \p text as a string of a style sheet, quotes included.
 [[nodiscard]] std::string styleString(std::string_view text);
 

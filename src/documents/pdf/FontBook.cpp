@@ -32,17 +32,19 @@ std::uint16_t small(std::size_t number)
 
 FontBook::FontBook(const QString &folder) : m_folder(folder)
 {
-    if (loadShipped(QStringLiteral("DejaVuSans.ttf")) == kNoFace)
+    if (loadShipped(QStringLiteral("DejaVuSansCondensed.ttf")) == kNoFace)
         raise(err::fileNotFound,
               QStringLiteral("The font \"%1\" is missing or unreadable. It belongs to the program: install the program again.")
-                  .arg(QDir(folder).filePath(QStringLiteral("DejaVuSans.ttf"))),
+                  .arg(QDir(folder).filePath(QStringLiteral("DejaVuSansCondensed.ttf"))),
               kFrameworkSource);
     m_styleFaces[0] = 0;
     // The other styles are faces of their own from the start, so that their fonts can be told from fallback fonts by position.
-    const std::int16_t bold = loadShipped(QStringLiteral("DejaVuSans-Bold.ttf"));
-    const std::int16_t mono = loadShipped(QStringLiteral("DejaVuSansMono.ttf"));
-    m_styleFaces[1] = bold == kNoFace ? std::int16_t{0} : bold;
-    m_styleFaces[2] = mono == kNoFace ? std::int16_t{0} : mono;
+    std::size_t style = 1;
+    for (const QString &name :
+         {QStringLiteral("DejaVuSansCondensed-Bold.ttf"), QStringLiteral("DejaVuSansMono.ttf"), QStringLiteral("DejaVuSans-Bold.ttf")}) {
+        const std::int16_t face = loadShipped(name);
+        m_styleFaces[style++] = face == kNoFace ? std::int16_t{0} : face;
+    }
     m_shippedFaces = m_faces.size();
 }
 

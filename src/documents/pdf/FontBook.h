@@ -13,7 +13,8 @@
 
 namespace qm::pdf {
 
-enum class TextStyle : std::uint8_t { Regular, Bold, Mono };
+/// Regular and Bold are narrow, for all that is read in columns; Display is bold and of full width, for titles and key figures.
+enum class TextStyle : std::uint8_t { Regular, Bold, Mono, Display };
 
 /// One font object of the file: a part of a face under codes of its own, given out as characters first appear.
 /// Narrow fonts have one-byte codes, for the scripts of the shipped sans and mono; wide fonts have two-byte codes, for all other glyphs.
@@ -37,8 +38,8 @@ struct EmbeddedFont
 class FontBook final
 {
 public:
-    /// \param folder  the shipped fonts. DejaVuSans.ttf must be there; the others may be missing.
-    /// \throws RuntimeError 53 when DejaVuSans.ttf is missing or unreadable.
+    /// \param folder  the shipped fonts. DejaVuSansCondensed.ttf must be there; the others may be missing.
+    /// \throws RuntimeError 53 when DejaVuSansCondensed.ttf is missing or unreadable.
     explicit FontBook(const QString &folder);
     ~FontBook();
 
@@ -101,12 +102,12 @@ private:
     std::uint16_t wideFont(std::int16_t face);
     GlyphCode give(std::uint16_t font, std::uint32_t glyph, std::string_view text);
 
-    static constexpr std::size_t kStyles = 3;
+    static constexpr std::size_t kStyles = 4;
     static constexpr std::size_t kMaxFaces = 64; ///< a hostile text must not open every font of the system
     using Page = std::array<Slot, 256>;
     QString m_folder;
     std::array<std::array<std::unique_ptr<Page>, 0x2000>, kStyles> m_pages;
-    std::array<std::int16_t, kStyles> m_styleFaces{kNoFace, kNoFace, kNoFace};
+    std::array<std::int16_t, kStyles> m_styleFaces{kNoFace, kNoFace, kNoFace, kNoFace};
     std::array<std::unique_ptr<Ascii>, kStyles> m_ascii;
     std::vector<std::unique_ptr<FontFace>> m_faces;
     std::size_t m_shippedFaces = 0; ///< those of the styles, at the front of m_faces

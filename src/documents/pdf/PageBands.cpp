@@ -3,6 +3,7 @@
 #include "documents/ReportWords.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 namespace qm::pdf {
 
@@ -17,6 +18,11 @@ bool hasPage(const std::string &pattern)
     return found;
 }
 
+bool isEmpty(const PageBand &band)
+{
+    return band.left.empty() && band.centre.empty() && band.right.empty();
+}
+
 /// A band is one line.
 std::string oneLine(std::string text)
 {
@@ -27,39 +33,70 @@ std::string oneLine(std::string text)
 
 } // namespace
 
-PageBands::PageBands(const ReportHead &head, const PageGeometry &geometry, TextLayout &layout) : m_geometry(geometry), m_layout(layout)
+HouseBands houseBands(const ReportHead &head)
 {
-    add(head.header, geometry.headerBaseline);
-    add(head.footer, geometry.footerBaseline);
+    using Kind = Fact::Kind;
+    const auto stated = [&](std::initializer_list<Kind> kinds) {
+        std::string text;
+        for (const Fact &fact : head.facts)
+            if (std::find(kinds.begin(), kinds.end(), fact.kind) != kinds.end())
+                text += (text.empty() ? "" : " / ") + fact.value;
+        return text;
+    };
+    const std::string made = stated({Kind::Made});
+    return {{stated({Kind::Package, Kind::Group}), "", head.house.classification},
+            {head.title, "", stated({Kind::Period})},
+            {stated({Kind::Package, Kind::Group, Kind::Query}), made.empty() ? "" : "Made " + made, "Page {page} of {pages}"}};
 }
 
-void PageBands::add(const PageBand &band, Tenths baseline)
+bool hasHouseBands(const ReportHead &head)
 {
-    using Place = TextCanvas::Place;
-    for (const auto &[pattern, place] : {std::pair{&band.left, Place::Start}, {&band.centre, Place::Centre}, {&band.right, Place::Right}}) {
-        m_texts.push_back({oneLine(*pattern), place, baseline, hasPage(*pattern), 0, 0});
-        m_empty &= pattern->empty();
+    return head.houseBands || (isEmpty(head.header) && isEmpty(head.footer));
+}
+
+PageBands::PageBands(const ReportHead &head, const PageGeometry &geometry, TextLayout &layout) : m_geometry(geometry), m_layout(layout)
+{
+    const bool house = hasHouseBands(head);
+    const HouseBands bands = house ? houseBands(head) : HouseBands{head.header, head.header, head.footer};
+    for (Texts *texts : {&m_first, &m_others}) {
+        add(texts == &m_first ? bands.firstHeader : bands.header, geometry.headerBaseline, *texts);
+        add(bands.footer, geometry.footerBaseline, *texts);
+        texts->front().style = TextStyle::Bold;
+        // Of the house's texts only the last has fields; a title that looks like one is a title.
+        for (std::size_t i = 0; house && i + 1 < texts->size(); ++i) {
+            (*texts)[i].perPage = false;
+            (*texts)[i].literal = true;
+        }
     }
 }
 
-std::string PageBands::filledIn(const std::string &pattern, int page) const
+void PageBands::add(const PageBand &band, Tenths baseline, Texts &texts)
 {
+    using Place = TextCanvas::Place;
+    for (const auto &[pattern, place] : {std::pair{&band.left, Place::Start}, {&band.centre, Place::Centre}, {&band.right, Place::Right}})
+        texts.push_back({.pattern = oneLine(*pattern), .place = place, .baseline = baseline, .perPage = hasPage(*pattern)});
+}
+
+std::string PageBands::filledIn(const Text &band, int page) const
+{
+    if (band.literal)
+        return band.pattern;
     std::string text;
-    forEachBandPart(pattern, [&](BandPart part, std::string_view piece) {
+    forEachBandPart(band.pattern, [&](BandPart part, std::string_view piece) {
         text += part == BandPart::Page ? std::to_string(page) : part == BandPart::Pages ? std::to_string(m_pageCount) : std::string(piece);
     });
     return text;
 }
 
 /// Gives the three texts of a band, from \p first on, room beside each other; what is too long will be cut.
-void PageBands::shareWidth(std::size_t first, int pageCount)
+void PageBands::shareWidth(Texts &texts, std::size_t first, int pageCount)
 {
-    Text &left = m_texts[first];
-    Text &centre = m_texts[first + 1];
-    Text &right = m_texts[first + 2];
+    Text &left = texts[first];
+    Text &centre = texts[first + 1];
+    Text &right = texts[first + 2];
     const auto widthOf = [&](const Text &text) {
         m_layout.clear();
-        return m_layout.measure(filledIn(text.pattern, pageCount), TextStyle::Regular) * m_geometry.band.size / 1000 + 2;
+        return m_layout.measure(filledIn(text, pageCount), text.style) * m_geometry.band.size / 1000 + 2;
     };
     const Tenths whole = m_geometry.right - m_geometry.left;
     const Tenths centreWidth = centre.pattern.empty() ? 0 : std::min(widthOf(centre), whole * 2 / 5);
@@ -82,30 +119,35 @@ void PageBands::shareWidth(std::size_t first, int pageCount)
 
 void PageBands::drawText(const Text &text, int page, TextCanvas &canvas)
 {
-    const std::string filled = filledIn(text.pattern, page);
+    const std::string filled = filledIn(text, page);
     m_layout.clear();
-    const TextBlock block = m_layout.fit(filled, TextStyle::Regular, m_geometry.band.limitFor(text.right - text.left));
+    const TextBlock block = m_layout.fit(filled, text.style, m_geometry.band.limitFor(text.right - text.left));
     canvas.setInk(Ink::Faint);
     canvas.drawLine(block, 0, text.left, text.right, text.place, text.baseline, m_geometry.band.size);
+}
+
+void PageBands::finish(Texts &texts, std::string_view form, ReportPages &pages)
+{
+    shareWidth(texts, 0, m_pageCount);
+    shareWidth(texts, 3, m_pageCount);
+    TextCanvas canvas(m_layout);
+    for (const Text &text : texts)
+        if (!text.perPage && !text.pattern.empty())
+            drawText(text, 0, canvas);
+    pages.addForm(form, "BT\n" + canvas.content() + "ET\n", m_geometry.width, m_geometry.height);
 }
 
 void PageBands::finish(ReportPages &pages, int pageCount)
 {
     m_pageCount = pageCount;
-    if (m_empty)
-        return;
-    shareWidth(0, pageCount);
-    shareWidth(3, pageCount);
-    TextCanvas canvas(m_layout);
-    for (const Text &text : m_texts)
-        if (!text.perPage && !text.pattern.empty())
-            drawText(text, 0, canvas);
-    pages.addForm(formName(), "BT\n" + canvas.content() + "ET\n", m_geometry.width, m_geometry.height);
+    finish(m_first, kFirstForm, pages);
+    if (pageCount > 1)
+        finish(m_others, kForm, pages);
 }
 
 void PageBands::draw(int page, TextCanvas &canvas)
 {
-    for (const Text &text : m_texts)
+    for (const Text &text : page == 1 ? m_first : m_others)
         if (text.perPage)
             drawText(text, page, canvas);
 }

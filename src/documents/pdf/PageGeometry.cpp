@@ -1,5 +1,7 @@
 #include "documents/pdf/PageGeometry.h"
 
+#include "documents/pdf/PageBands.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -31,22 +33,24 @@ double widthOf(const ReportColumn &column)
 
 PageGeometry::PageGeometry(const ReportHead &head, std::span<const ReportColumn> reportColumns)
     : width(fromMm(std::clamp(head.page.widthMm, kSmallestPageMm, kLargestPageMm))),
-      height(fromMm(std::clamp(head.page.heightMm, kSmallestPageMm, kLargestPageMm))), band(68), facts(78), title(160), subtitle(95)
+      height(fromMm(std::clamp(head.page.heightMm, kSmallestPageMm, kLargestPageMm))), band(70, 90), facts(80, 105), title(200, 240),
+      subtitle(100, 130)
 {
     const Tenths margin = std::clamp(fromMm(head.page.marginMm), Tenths{0}, std::min(width, height) / 4);
     left = margin;
     right = width - margin;
     top = height - margin;
     bottom = margin;
-    constexpr Tenths kBandGap = 60;
-    if (!isEmpty(head.header)) {
-        headerBaseline = top - band.baseline;
-        top -= band.height + kBandGap;
-    }
-    if (!isEmpty(head.footer)) {
-        footerBaseline = bottom + band.height - band.baseline;
-        bottom += band.height + kBandGap;
-    }
+    // With margins of 12 mm the bands' baselines lie 8 mm from the edge, and the body 17.
+    const Tenths baseline = std::max(margin * 2 / 3, fromMm(4));
+    const Tenths bodyEdge = std::max(margin + fromMm(5), baseline + fromMm(9));
+    headerBaseline = height - baseline;
+    footerBaseline = baseline;
+    const bool house = hasHouseBands(head);
+    if (house || !isEmpty(head.header))
+        top = height - bodyEdge;
+    if (house || !isEmpty(head.footer))
+        bottom = bodyEdge;
 
     double wanted = 0;
     for (const ReportColumn &column : reportColumns)
@@ -54,7 +58,7 @@ PageGeometry::PageGeometry(const ReportHead &head, std::span<const ReportColumn>
     const double scale = wanted > 0 ? (right - left) / (wanted * kTenthsPerMm) : 1;
     const double letters = std::max(kSmallestBodySize, kBodySize * std::min(1.0, std::sqrt(scale)));
     body = LineMetrics(static_cast<Tenths>(std::lround(letters)));
-    paddingY = body.size * 16 / 100;
+    paddingY = body.size * 19 / 75;
     double position = left;
     for (const ReportColumn &column : reportColumns) {
         const double next = position + widthOf(column) * kTenthsPerMm * scale;

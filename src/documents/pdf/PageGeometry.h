@@ -17,11 +17,16 @@ struct ColumnBox
     Em limit = 0; ///< width of a line in the body's letters
 };
 
-/// Line heights for a letter size: the line, and where the baseline lies below its top.
+/// Line heights for a letter size: the line, and where the baseline lies below its top. The height is 1.3 letters where none is given.
 struct LineMetrics
 {
     Tenths size = 0, height = 0, baseline = 0;
-    explicit LineMetrics(Tenths letterSize = 0) : size(letterSize), height(letterSize * 122 / 100), baseline(letterSize * 95 / 100) {}
+    explicit LineMetrics(Tenths letterSize = 0) : LineMetrics(letterSize, letterSize * 13 / 10) {}
+    /// The letters of the shipped fonts reach 0.93 above and 0.24 below the baseline; they stand in the middle of the line.
+    LineMetrics(Tenths letterSize, Tenths lineHeight)
+        : size(letterSize), height(lineHeight), baseline((lineHeight * 100 + letterSize * 69) / 200)
+    {
+    }
     [[nodiscard]] Em limitFor(Tenths width) const { return width * 1000 / size; }
 };
 

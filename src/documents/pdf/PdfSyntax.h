@@ -24,6 +24,9 @@ inline void appendOperand(std::string &out, std::int64_t number)
     out.push_back(' ');
 }
 
+/// Appends the three operands of a colour, \p rgb being 0xRRGGBB, each followed by a blank.
+void appendColour(std::string &out, std::uint32_t rgb);
+
 /// Appends "N 0 R".
 inline void appendReference(std::string &out, int object)
 {

@@ -1,4 +1,8 @@
+#include "documents/NumberText.h"
+#include "documents/ReportWords.h"
 #include "documents/Writers.h"
+#include "documents/pdf/ChartBlock.h"
+#include "documents/pdf/DocumentFacts.h"
 #include "documents/pdf/FontEmbedder.h"
 #include "documents/pdf/PageBands.h"
 #include "documents/pdf/PdfSyntax.h"
@@ -16,13 +20,23 @@ namespace pdf {
 
 namespace {
 
-/// A language tag as it may stand in a PDF name or string; "en" for anything else.
-std::string languageTag(const std::string &language)
+/// What was asked for, of a report that found nothing.
+std::string askedFor(const ReportHead &head)
 {
-    const bool clean = !language.empty() && std::all_of(language.begin(), language.end(), [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
-    });
-    return clean ? language : "en";
+    using Kind = Fact::Kind;
+    std::string text;
+    const auto add = [&](Kind kind, std::string_view before) {
+        for (const Fact &fact : head.facts)
+            if (fact.kind == kind)
+                text.append(text.empty() ? "" : "\n").append(before.empty() ? fact.label + ": " : std::string(before)).append(fact.value);
+    };
+    text = "The query found nothing for this report. It was asked for:";
+    const std::size_t asked = text.size();
+    add(Kind::Query, {});
+    add(Kind::Period, {});
+    add(Kind::Parameter, {});
+    add(Kind::Source, {});
+    return text.size() > asked ? text : "The query found nothing for this report.";
 }
 
 /// Writes a report as PDF 1.7. The same head, rows and fonts give the same bytes.
@@ -31,64 +45,77 @@ class PdfWriter final : public ReportWriter
 public:
     PdfWriter(OutputFile &file, const QString &fontFolder) : m_fonts(fontFolder), m_layout(m_fonts), m_file(file) {}
 
-    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &) override
+    void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override
     {
-        const std::vector<ReportColumn> &columns = shape.columns;
+        const auto columns = std::span(shape.columns).first(shape.columns.size() - shape.hidden);
         m_head = head;
         m_geometry.emplace(head, columns);
         m_pages.emplace(m_file, m_layout, *m_geometry);
         m_bands.emplace(head, *m_geometry, m_layout);
+        m_pages->setBands(std::string(PageBands::kFirstForm), std::string(PageBands::kForm));
         m_titleBlock.emplace(*m_geometry, m_layout);
-        m_body.emplace(*m_geometry, m_layout, *m_pages, columns, m_bands->formName());
-        m_body->openPage();
-        m_titleBlock->draw(head, *m_pages);
-        m_body->begin();
+        m_body.emplace(*m_geometry, m_layout, *m_pages, m_outline, shape, sample);
+        m_pages->newPage();
+        m_titleBlock->draw(head, shape, sample, *m_pages);
+        m_charts.emplace(*m_geometry, m_layout);
+        m_charts->place(shape, sample, *m_pages);
     }
 
+    void beginGroup(std::size_t level, const Value &key) override { m_body->beginGroup(level, key); }
     void row(std::span<const Value> cells) override { m_body->addRow(cells); }
+    void endGroup(const GroupEnd &group) override { m_body->endGroup(group); }
 
     void end(const ReportTail &tail) override
     {
-        m_body->end(tail);
-        m_pages->closePage();
+        const std::vector<std::string> late = lateNotices(tail);
+        std::vector<std::string> notices = m_head.notices;
+        notices.insert(notices.end(), late.begin(), late.end());
+        m_body->end(tail, askedFor(m_head), notices);
         const int count = m_pages->count();
+        m_pages->closePage();
+        m_titleBlock->finish(tail, late, count, *m_pages);
+        m_charts->finish(tail, *m_pages);
         m_bands->finish(*m_pages, count);
-        TextCanvas late(m_layout);
+        TextCanvas drawnLate(m_layout);
         const int tree = m_pages->writePages([&](int page) -> std::string_view {
-            late.clear();
-            m_bands->draw(page, late);
-            if (page == 1)
-                m_titleBlock->drawCount(tail, count, late);
-            return late.content();
+            drawnLate.clear();
+            m_bands->draw(page, drawnLate);
+            m_body->drawLate(page, drawnLate);
+            return drawnLate.content();
         });
         m_pages->writeResources(embedFonts(m_fonts, m_file));
-        m_file.finish(writeCatalogue(tree), writeInformation(), identifier(tail));
+        m_file.finish(writeCatalogue(tree), writeInformation(m_head, m_file), identifier(tail));
         m_notes.pages = count;
-        m_notes.missingGlyphs = m_pages->missingGlyphs() + late.missingGlyphs();
+        m_notes.missingGlyphs = m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + m_charts->missingGlyphs() +
+                                drawnLate.missingGlyphs();
     }
 
     [[nodiscard]] WriterNotes notes() const override { return m_notes; }
 
 private:
+    /// Sentences that are known only now.
+    [[nodiscard]] std::vector<std::string> lateNotices(const ReportTail &tail) const
+    {
+        std::vector<std::string> notices;
+        if (tail.truncated)
+            notices.push_back(cutNotice(tail));
+        notices.insert(notices.end(), tail.notices.begin(), tail.notices.end());
+        if (const std::int64_t missing = m_pages->missingGlyphs(); missing > 0)
+            notices.push_back(numbers::counted(missing, "character is", "characters are") +
+                              " in no font of this computer and shown as a box; search and copy still find them.");
+        return notices;
+    }
+
     int writeCatalogue(int tree)
     {
         std::string body = "<</Type/Catalog/Pages ";
         appendReference(body, tree);
+        body += "/Outlines ";
+        appendReference(body, m_outline.write(m_head.title, *m_pages, m_file));
+        body += m_outline.hasGroups() ? "/PageMode/UseOutlines" : "";
+        body += "/Metadata ";
+        appendReference(body, writeMetadata(m_head, m_file));
         body += "/Lang(" + languageTag(m_head.language) + ")/ViewerPreferences<</DisplayDocTitle true>>>>";
-        const int number = m_file.reserve();
-        m_file.writeObject(number, body);
-        return number;
-    }
-
-    int writeInformation()
-    {
-        std::string body = "<</Title";
-        appendTextString(body, m_head.title);
-        if (!m_head.subtitle.empty()) {
-            body += "/Subject";
-            appendTextString(body, m_head.subtitle);
-        }
-        body += "/Producer(Quillmark SQL Report Generator)>>";
         const int number = m_file.reserve();
         m_file.writeObject(number, body);
         return number;
@@ -120,6 +147,8 @@ private:
     std::optional<ReportPages> m_pages;
     std::optional<PageBands> m_bands;
     std::optional<TitleBlock> m_titleBlock;
+    std::optional<ChartBlock> m_charts;
+    Outline m_outline;
     std::optional<TableBody> m_body;
     WriterNotes m_notes;
 };

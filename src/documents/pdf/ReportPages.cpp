@@ -1,5 +1,6 @@
 #include "documents/pdf/ReportPages.h"
 
+#include "documents/Palette.h"
 #include "documents/pdf/PdfSyntax.h"
 
 #include <algorithm>
@@ -12,63 +13,50 @@ constexpr std::string_view kScale = "q .1 0 0 .1 0 0 cm\n";
 } // namespace
 
 ReportPages::ReportPages(PdfFile &file, TextLayout &layout, const PageGeometry &geometry)
-    : m_file(file), m_geometry(geometry), m_text(layout), m_resources(file.reserve())
+    : m_file(file), m_geometry(geometry), m_contents{PageContent(layout), PageContent(layout)}, m_resources(file.reserve())
 {
 }
 
 void ReportPages::newPage()
 {
-    closePage();
-    m_open = true;
+    settle();
+    m_isWaiting = m_count > 0;
+    ++m_count;
     m_cursor = m_geometry.top;
+    const std::string &band = m_count == 1 ? m_firstBand : m_otherBand;
+    if (!band.empty())
+        content().place(band, 0, 0);
+}
+
+void ReportPages::settle()
+{
+    if (!m_isWaiting)
+        return;
+    m_isWaiting = false;
+    writeContent(m_count - 1);
 }
 
 void ReportPages::closePage()
 {
-    if (!m_open)
-        return;
-    m_open = false;
-    m_content.assign(kScale);
-    if (!m_shades.empty())
-        m_content.append(".945 .957 .97 rg\n").append(m_shades).append("f\n");
-    m_content += m_forms;
-    if (!m_rules.empty())
-        m_content.append("4 w .55 .6 .66 RG\n").append(m_rules).append("S\n");
-    m_content.append("0 g BT\n").append(m_text.content()).append("ET\nQ\n");
-    m_shades.clear();
-    m_rules.clear();
-    m_forms.clear();
-    m_text.clear();
+    settle();
+    if (m_count > 0)
+        writeContent(m_count);
+}
+
+void ReportPages::writeContent(int page)
+{
+    PageContent &content = contentOf(page);
+    if (m_writeHandler)
+        m_writeHandler(page, content);
+    m_operators.assign(kScale);
+    content.write(m_operators);
+    m_operators += "Q\n";
+    content.clear();
     // Nothing else takes object numbers between pages, so a page's content is found from its number.
     const int number = m_file.reserve();
-    if (m_count++ == 0)
+    if (page == 1)
         m_firstContent = number;
-    m_file.writeStream(number, "", m_content);
-}
-
-void ReportPages::shade(Tenths left, Tenths right, Tenths top, Tenths height)
-{
-    for (const Tenths number : {left, top - height, right - left, height})
-        appendOperand(m_shades, number);
-    m_shades += "re\n";
-}
-
-void ReportPages::rule(Tenths left, Tenths right, Tenths y)
-{
-    appendOperand(m_rules, left);
-    appendOperand(m_rules, y);
-    m_rules += "m ";
-    appendOperand(m_rules, right);
-    appendOperand(m_rules, y);
-    m_rules += "l\n";
-}
-
-void ReportPages::place(std::string_view name, Tenths x, Tenths y)
-{
-    m_forms += "q 1 0 0 1 ";
-    appendOperand(m_forms, x);
-    appendOperand(m_forms, y);
-    m_forms.append("cm /").append(name).append(" Do Q\n");
+    m_file.writeStream(number, "", m_operators);
 }
 
 void ReportPages::addForm(std::string_view name, const std::string &content, Tenths width, Tenths height)
@@ -108,7 +96,8 @@ void ReportPages::writePage(int number, int content, int parent, std::string_vie
     int lateContent = 0;
     if (!late.empty()) {
         std::string stream(kScale);
-        stream.append("0 g BT\n").append(late).append("ET\nQ\n");
+        appendColour(stream, palette::kInk);
+        stream.append("rg BT\n").append(late).append("ET\nQ\n");
         lateContent = m_file.reserve();
         m_file.writeStream(lateContent, "", stream, PdfFile::Packing::None);
     }

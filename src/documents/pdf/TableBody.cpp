@@ -1,8 +1,12 @@
 #include "documents/pdf/TableBody.h"
 
+#include "documents/Palette.h"
 #include "documents/ReportWords.h"
+#include "documents/pdf/PdfSyntax.h"
+#include "documents/pdf/ShownText.h"
 
 #include <algorithm>
+#include <array>
 
 namespace qm::pdf {
 
@@ -10,7 +14,29 @@ namespace {
 
 constexpr std::uint32_t kCaptionLines = 3; ///< most lines of a column caption
 constexpr std::uint32_t kFewestLines = 3;  ///< a row is not begun at the foot of a page for less
+constexpr std::int64_t kFirstPageRows = 6; ///< the table begins on the first page where so many fit
+constexpr std::uint32_t kHeadingLines = 3;
+constexpr std::size_t kStripedColumns = 6;
 constexpr std::string_view kCaptionForm = "H";
+constexpr std::string_view kCut = " (cut off by the row limit)";
+const LineMetrics kCaptionMetrics(75, 95), kTotalMetrics(85, 110), kCountMetrics(70, 120), kNothing(120, 160);
+constexpr Tenths kCaptionPadding = 30, kPaddingX = 60;
+
+/// How headings of the first, second and third level look; those below look like the third.
+struct HeadingLook
+{
+    LineMetrics metrics;
+    Ink ink;
+    Tenths above;
+};
+const std::array<HeadingLook, 3> kHeadings{
+    {{LineMetrics(90, 120), Ink::Title, 70}, {LineMetrics(85, 110), Ink::Text, 50}, {LineMetrics(75, 98), Ink::Text, 30}}};
+constexpr Tenths kHeadingBelow = 25, kHeadingGap = 55;
+
+const HeadingLook &lookOf(std::size_t level)
+{
+    return kHeadings[std::min(level, kHeadings.size() - 1)];
+}
 
 TextCanvas::Place placeOf(CellAlignment alignment)
 {
@@ -23,6 +49,11 @@ TextCanvas::Place placeOf(CellAlignment alignment)
         break;
     }
     return TextCanvas::Place::Start;
+}
+
+bool isNumeric(const ReportColumn &column)
+{
+    return column.type == ColumnType::Integer || column.type == ColumnType::Real;
 }
 
 /// A cell that is not wrapped is one line: its line breaks and tabs become blanks. \p from: where it begins.
@@ -38,88 +69,346 @@ void joinLines(std::string &text, std::size_t from)
     text.resize(to);
 }
 
+/// "0xc000006a": read digit by digit.
+bool isCode(std::string_view text)
+{
+    constexpr std::size_t kLongest = 34;
+    return text.size() > 2 && text.size() <= kLongest && text[0] == '0' && text[1] == 'x' &&
+           text.find_first_not_of("0123456789abcdefABCDEF", 2) == std::string_view::npos;
+}
+
+bool sameValue(const Value &left, const Value &right)
+{
+    if (left.kind != right.kind)
+        return false;
+    switch (left.kind) {
+    case Value::Kind::Null:
+        return true;
+    case Value::Kind::Integer:
+        return left.integer == right.integer;
+    case Value::Kind::Real:
+        return left.real == right.real;
+    case Value::Kind::Text:
+    case Value::Kind::Blob:
+        break;
+    }
+    return left.text() == right.text();
+}
+
 } // namespace
 
-TableBody::TableBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, std::span<const ReportColumn> columns,
-                     std::string_view bandForm)
-    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_bandForm(bandForm)
+TableBody::TableBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, Outline &outline, const ReportShape &shape,
+                     const SampleRows &sample)
+    : m_geometry(geometry), m_layout(layout), m_pages(pages), m_outline(outline), m_notices(layout, geometry.left, geometry.right),
+      m_totals(shape.totals), m_small(layout)
 {
+    const auto columns = std::span(shape.columns).first(geometry.columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i)
         m_columns.push_back({geometry.columns[i], placeOf(columns[i].alignment),
                              columns[i].type == ColumnType::Blob ? TextStyle::Mono : TextStyle::Regular, columns[i].wrap,
-                             CellFormatter(columns[i])});
+                             isNumeric(columns[i]), CellFormatter(columns[i])});
+    for (const GroupLevel &group : shape.groups)
+        m_levels.push_back({group, CellFormatter(group.column), group.heading, SummaryLines(group.subtotals)});
+    m_blank.assign(m_columns.size(), false);
+    m_sampleRows = sample.whole ? static_cast<std::int64_t>(sample.rows) : -1;
     addCaptions(columns);
+    decideHeadings(sample);
+    decideZebra(sample);
+    m_pages.setWriteHandler([this](int page, PageContent &) { pageIsWritten(page); });
+}
+
+/// Groups of which most have one row need no heading: their value stands in its own column. Only the sample can tell.
+void TableBody::decideHeadings(const SampleRows &sample)
+{
+    constexpr std::size_t kFewestGroups = 8;
+    bool inner = false; // below a level without headings there are none either
+    for (std::size_t level = 0; level < m_levels.size(); ++level) {
+        if (!m_levels[level].group.shown) {
+            m_levels[level].heading = m_levels[level].heading && !inner;
+            continue;
+        }
+        std::size_t groups = 0, single = 0, size = 0;
+        for (std::size_t row = 0; row < sample.rows; ++row) {
+            bool begins = row == 0;
+            for (std::size_t each = 0; each <= level && !begins; ++each) {
+                const auto column = m_levels[each].group.shown;
+                begins = column && !sameValue(sample.row(row)[*column], sample.row(row - 1)[*column]);
+            }
+            if (begins) {
+                single += size == 1 ? 1 : 0;
+                ++groups;
+                size = 0;
+            }
+            ++size;
+        }
+        single += sample.whole && size == 1 ? 1 : 0;
+        const bool tell = sample.whole ? groups > 2 : groups >= kFewestGroups;
+        inner = inner || (tell && single * 2 > groups);
+        m_levels[level].heading = m_levels[level].heading && !inner;
+    }
+}
+
+/// Stripes help along wide rows of one line; all others are told apart by fine rules.
+void TableBody::decideZebra(const SampleRows &sample)
+{
+    if (m_columns.size() < kStripedColumns || sample.rows == 0)
+        return;
+    m_zebra = true;
+    for (std::size_t row = 0; row < sample.rows && m_zebra; ++row) {
+        layOut(sample.row(row));
+        m_zebra = m_lines == 1;
+    }
+    m_cells.clear();
 }
 
 /// The captions are the same on each page: one form XObject holds them.
 void TableBody::addCaptions(std::span<const ReportColumn> columns)
 {
-    const LineMetrics &metrics = m_geometry.body;
+    const LineMetrics metrics(std::min(m_geometry.body.size, kCaptionMetrics.size),
+                              std::min(m_geometry.body.size, kCaptionMetrics.size) * kCaptionMetrics.height / kCaptionMetrics.size);
     m_layout.clear();
     std::uint32_t lines = 1;
     for (std::size_t i = 0; i < columns.size(); ++i) {
         m_cells.push_back(m_layout.wrapAtMost(columns[i].caption, TextStyle::Bold, m_columns[i].box.limit, kCaptionLines));
         lines = std::max(lines, m_cells.back().lineCount);
     }
-    const Tenths padding = m_geometry.paddingY + 12;
-    m_captionHeight = static_cast<Tenths>(lines) * metrics.height + 2 * padding;
-    TextCanvas canvas(m_layout);
+    m_captionHeight = static_cast<Tenths>(lines) * metrics.height + 2 * kCaptionPadding;
+    const Tenths width = m_geometry.right - m_geometry.left;
+    PageContent content(m_layout);
+    content.fill(Fill::Caption, 0, width, m_captionHeight, m_captionHeight);
+    content.line(Stroke::Navy, 0, width, m_captionHeight - 4);
+    content.line(Stroke::Navy, 0, width, 4);
+    TextCanvas &canvas = content.text();
     canvas.setInk(Ink::Title);
     for (std::size_t i = 0; i < m_cells.size(); ++i) {
         // Captions stand at the foot of their field, next to the values.
         const auto skipped = static_cast<Tenths>(lines - m_cells[i].lineCount);
         for (std::uint32_t line = 0; line < m_cells[i].lineCount; ++line)
-            canvas.drawLine(
-                m_cells[i], line, m_columns[i].box.left - m_geometry.left, m_columns[i].box.right - m_geometry.left, m_columns[i].place,
-                m_captionHeight - padding - (skipped + static_cast<Tenths>(line)) * metrics.height - metrics.baseline, metrics.size);
+            canvas.drawLine(m_cells[i], line, m_columns[i].box.left - m_geometry.left, m_columns[i].box.right - m_geometry.left,
+                            m_columns[i].place,
+                            m_captionHeight - kCaptionPadding - (skipped + static_cast<Tenths>(line)) * metrics.height - metrics.baseline,
+                            metrics.size);
     }
-    const Tenths width = m_geometry.right - m_geometry.left;
-    const std::string size = std::to_string(width) + " " + std::to_string(m_captionHeight);
-    const std::string edge = " 0 m " + std::to_string(width) + " 0 l S\n";
-    m_pages.addForm(kCaptionForm, ".855 .89 .93 rg 0 0 " + size + " re f\n12 w .3 .42 .56 RG 0" + edge + "BT\n" + canvas.content() + "ET\n",
-                    width, m_captionHeight);
+    std::string operators;
+    content.write(operators);
+    m_pages.addForm(kCaptionForm, operators, width, m_captionHeight);
     m_cells.clear();
-}
-
-void TableBody::openPage()
-{
-    m_pages.newPage();
-    if (!m_bandForm.empty())
-        m_pages.place(m_bandForm, 0, 0);
 }
 
 void TableBody::placeCaptions()
 {
     m_pages.moveDown(m_captionHeight);
-    m_pages.place(kCaptionForm, m_geometry.left, m_pages.cursor());
-}
-
-void TableBody::nextPage()
-{
-    openPage();
-    placeCaptions();
+    m_pages.content().place(kCaptionForm, m_geometry.left, m_pages.cursor());
 }
 
 void TableBody::begin()
 {
-    if (m_pages.room() < m_captionHeight + heightOf(kFewestLines))
-        openPage();
+    m_begun = true;
+    const std::int64_t rows = m_sampleRows < 0 ? kFirstPageRows : std::min(kFirstPageRows, m_sampleRows);
+    Tenths wanted = m_captionHeight + static_cast<Tenths>(std::max(rows, std::int64_t{1})) * heightOf(1);
+    for (std::size_t level = 0; level < m_levels.size(); ++level)
+        wanted += m_levels[level].heading ? headingHeight(level, 1) : 0;
+    if (m_pages.room() < wanted)
+        m_pages.newPage();
+    m_sheet.clear();
+    m_sheet.page = m_pages.count();
     placeCaptions();
+    m_sheet.bodyTop = m_pages.cursor();
 }
+
+// ---- Headings
+
+Tenths TableBody::headingHeight(std::size_t level, std::uint32_t lines) const
+{
+    const HeadingLook &look = lookOf(level);
+    return look.above + static_cast<Tenths>(lines) * look.metrics.height + kHeadingBelow;
+}
+
+void TableBody::drawHeading(std::size_t level, const std::string &name, bool continued)
+{
+    const HeadingLook &look = lookOf(level);
+    const LineMetrics small(70, look.metrics.height);
+    const std::string &caption = m_levels[level].group.column.caption;
+    // The row being set keeps its lines: nothing is cleared here.
+    const Tenths room = m_geometry.right - m_geometry.left;
+    TextBlock before{};
+    Tenths indent = 0;
+    if (!caption.empty()) {
+        before = m_layout.fit(caption, TextStyle::Regular, small.limitFor(room / 4));
+        indent = m_layout.line(before, 0).width * small.size / 1000 + kHeadingGap;
+    }
+    const Tenths kept = continued ? 500 : 1500; // for what stands behind the value
+    const TextBlock block =
+        m_layout.wrapAtMost(name, TextStyle::Bold, look.metrics.limitFor(std::max(room - indent - kept, room / 3)), kHeadingLines);
+    const Tenths height = headingHeight(level, block.lineCount);
+
+    Entry &entry = m_sheet.append(continued ? Entry::Kind::Continued : Entry::Kind::Heading, m_pages.content().mark(), m_pages.cursor());
+    entry.level = static_cast<std::uint8_t>(level);
+    entry.name = name;
+    const Tenths left = m_geometry.left + indent;
+    const Tenths baseline = m_pages.cursor() - look.above - look.metrics.baseline;
+    TextCanvas &canvas = m_pages.text();
+    if (indent > 0) {
+        canvas.setInk(Ink::Faint);
+        canvas.drawLine(before, 0, m_geometry.left, baseline, small.size);
+    }
+    canvas.setInk(look.ink);
+    for (std::uint32_t i = 0; i < block.lineCount; ++i)
+        canvas.drawLine(block, i, left, baseline - static_cast<Tenths>(i) * look.metrics.height, look.metrics.size);
+    const std::uint32_t last = block.lineCount - 1;
+    entry.countX = left + m_layout.line(block, last).width * look.metrics.size / 1000 + kHeadingGap;
+    entry.countY = baseline - static_cast<Tenths>(last) * look.metrics.height;
+    if (continued) {
+        static const std::string kContinued = "(continued)";
+        canvas.setInk(Ink::Faint);
+        canvas.drawLine(m_layout.fit(kContinued, TextStyle::Regular, small.limitFor(room)), 0, entry.countX, entry.countY, small.size);
+    }
+    canvas.setInk(Ink::Text);
+    m_pages.moveDown(height);
+    if (level < 2)
+        m_pages.content().line(level == 0 ? Stroke::Group : Stroke::Hairline, m_geometry.left, m_geometry.right, m_pages.cursor());
+    entry.after = m_pages.content().mark();
+    m_striped = false;
+}
+
+void TableBody::drawRowCount(std::int64_t rows, bool cut, Tenths x, Tenths y, TextCanvas &canvas)
+{
+    std::string text = rowsText(rows);
+    if (cut)
+        text += kCut;
+    m_layout.clear();
+    const TextBlock block = m_layout.fit(text, TextStyle::Regular, kCountMetrics.limitFor(m_geometry.right - m_geometry.left));
+    canvas.setInk(Ink::Faint);
+    canvas.drawLine(block, 0, x, y, kCountMetrics.size);
+}
+
+/// The number of rows of a group that has ended, beside its heading: on the page where that can still be drawn on, else with drawLate().
+void TableBody::countRows(std::size_t level, std::int64_t rows, bool cut)
+{
+    const auto countOn = [&](Sheet &sheet, PageContent *content) {
+        if (!content)
+            return false;
+        for (std::size_t i = sheet.used; i > 0; --i) {
+            Entry &entry = sheet.entries[i - 1];
+            if (entry.kind != Entry::Kind::Heading || entry.level != level || entry.counted)
+                continue;
+            entry.counted = true;
+            if (entry.drawn) {
+                m_small.clear();
+                drawRowCount(rows, cut, 0, 0, m_small);
+                content->insertText(entry.after.text, m_small.content(), entry.countX, entry.countY);
+            }
+            return true;
+        }
+        return false;
+    };
+    if (countOn(m_sheet, &m_pages.content()) || (m_waiting.page + 1 == m_sheet.page && countOn(m_waiting, m_pages.waiting())))
+        return;
+    const OpenGroup &group = m_open[level];
+    if (group.page > 0)
+        m_late.push_back({group.page, group.x, group.y, rows, cut});
+}
+
+void TableBody::drawLate(int page, TextCanvas &canvas)
+{
+    if (m_lateDrawn == 0)
+        std::stable_sort(m_late.begin(), m_late.end(),
+                         [](const LateCount &left, const LateCount &right) { return left.page < right.page; });
+    for (; m_lateDrawn < m_late.size() && m_late[m_lateDrawn].page <= page; ++m_lateDrawn) {
+        const LateCount &late = m_late[m_lateDrawn];
+        drawRowCount(late.rows, late.cut, late.x, late.y, canvas);
+    }
+}
+
+void TableBody::beginGroup(std::size_t level, const Value &key)
+{
+    if (level >= m_levels.size())
+        return;
+    const bool first = !m_begun;
+    if (first)
+        begin();
+    const Level &own = m_levels[level];
+    m_open.resize(level);
+    if (own.group.newPage && !first && m_sheet.rows() > 0) {
+        turnPageAt(m_sheet.used);
+        m_sheet.wanted = true;
+    }
+    OpenGroup group;
+    if (own.formatter.style() != CellFormatter::Style::Plain || !key.isNull() || !own.group.column.nullText.empty())
+        own.formatter.append(key, group.name);
+    joinLines(group.name, 0);
+    if (group.name.empty())
+        group.name = key.isNull() ? "(no value)" : "(empty)";
+    m_layout.clear();
+    m_striped = false;
+    if (own.heading) {
+        if (m_pages.room() < headingHeight(level, 1) + heightOf(1))
+            turnPageAt(m_sheet.used);
+        m_layout.clear();
+        drawHeading(level, group.name, false);
+    } else {
+        Entry &entry = m_sheet.append(Entry::Kind::Heading, m_pages.content().mark(), m_pages.cursor());
+        entry.level = static_cast<std::uint8_t>(level);
+        entry.drawn = false;
+        entry.name = group.name;
+    }
+    m_open.push_back(std::move(group));
+}
+
+void TableBody::endGroup(const GroupEnd &group)
+{
+    const std::size_t level = group.level;
+    if (level >= m_open.size())
+        return;
+    Level &own = m_levels[level];
+    m_open.resize(level + 1);
+    if (!own.subtotals.isEmpty() && group.rows > 1)
+        drawSummary(group.subtotals, m_open[level].name + (group.cut ? std::string(kCut) : std::string()), Entry::Kind::Subtotal, level);
+    countRows(level, group.rows, group.cut);
+    keepTogether(level);
+    m_open.resize(level);
+    m_striped = false;
+}
+
+// ---- Rows
 
 void TableBody::addRow(std::span<const Value> cells)
 {
-    layOut(cells);
-    const Tenths height = heightOf(m_lines);
-    const Tenths wholePage = m_geometry.top - m_geometry.bottom - m_captionHeight;
-    if (height > wholePage) {
-        drawInParts();
-    } else {
-        if (height > m_pages.room())
-            nextPage();
-        drawWhole();
+    if (!m_begun)
+        begin();
+    // What a heading or the row above says is not said again.
+    m_suppressed = false;
+    for (std::size_t level = 0; level < m_open.size(); ++level) {
+        const Level &own = m_levels[level];
+        const auto shown = own.group.shown;
+        if (!shown || *shown >= m_blank.size() || !own.group.suppressRepeats)
+            continue;
+        m_blank[*shown] = own.heading || m_open[level].rows > 0;
+        m_suppressed = m_suppressed || (!own.heading && m_open[level].rows > 0);
     }
-    ++m_rows;
+    layOut(cells);
+    if (heightOf(m_lines) > m_pages.room()) {
+        if (heightOf(m_lines) <= wholePage()) {
+            turnPage(heightOf(m_lines), Entry::Kind::Row);
+            if (m_suppressed && m_sheet.rows() == 0) { // the first row of a page says it all
+                for (std::size_t level = 0; level < m_open.size(); ++level)
+                    if (m_levels[level].group.shown && !m_levels[level].heading && *m_levels[level].group.shown < m_blank.size())
+                        m_blank[*m_levels[level].group.shown] = false;
+                m_suppressed = false;
+                layOut(cells);
+            }
+        }
+        // Headings repeated on the new page may leave less than a whole one.
+        if (heightOf(m_lines) > m_pages.room()) {
+            drawInParts();
+            for (OpenGroup &group : m_open)
+                ++group.rows;
+            return;
+        }
+    }
+    drawWhole();
+    for (OpenGroup &group : m_open)
+        ++group.rows;
 }
 
 void TableBody::layOut(std::span<const Value> cells)
@@ -128,11 +417,14 @@ void TableBody::layOut(std::span<const Value> cells)
     m_text.clear();
     m_ends.clear();
     m_cells.clear();
+    m_inks.clear();
     const std::size_t count = std::min(cells.size(), m_columns.size());
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t begin = m_text.size();
-        m_columns[i].formatter.append(cells[i], m_text);
-        if (!m_columns[i].wrap)
+        const Column &column = m_columns[i];
+        const bool null = !m_blank[i] && appendShown(cells[i], column.formatter, m_text, column.numeric);
+        m_inks.push_back(null ? Ink::Faint : Ink::Text);
+        if (!column.wrap)
             joinLines(m_text, begin);
         m_ends.push_back(m_text.size());
     }
@@ -142,24 +434,37 @@ void TableBody::layOut(std::span<const Value> cells)
         const Column &column = m_columns[i];
         const auto text = std::string_view(m_text).substr(begin, m_ends[i] - begin);
         begin = m_ends[i];
+        if (column.style == TextStyle::Regular && isCode(text)) {
+            const TextBlock code = m_layout.wrap(text, TextStyle::Mono, column.box.limit);
+            if (code.lineCount == 1) {
+                m_cells.push_back(code);
+                continue;
+            }
+        }
         m_cells.push_back(column.wrap ? m_layout.wrap(text, column.style, column.box.limit)
                                       : m_layout.fit(text, column.style, column.box.limit));
         m_lines = std::max(m_lines, m_cells.back().lineCount);
     }
 }
 
-void TableBody::shadeRow(Tenths height)
+/// What is behind and below a row of \p height.
+void TableBody::closeRow(Tenths height)
 {
-    if (m_rows % 2 != 0)
-        m_pages.shade(m_geometry.left, m_geometry.right, m_pages.cursor(), height);
+    if (m_zebra) {
+        if (m_striped)
+            m_pages.content().fill(Fill::Zebra, m_geometry.left, m_geometry.right, m_pages.cursor(), height);
+        m_striped = !m_striped;
+    } else {
+        m_pages.content().line(Stroke::Row, m_geometry.left, m_geometry.right, m_pages.cursor() - height);
+    }
+    m_pages.moveDown(height);
 }
 
 void TableBody::drawWhole()
 {
-    const Tenths height = heightOf(m_lines);
-    shadeRow(height);
+    m_sheet.append(Entry::Kind::Row, m_pages.content().mark(), m_pages.cursor()).suppressed = m_suppressed;
     drawLines(0, m_lines, m_pages.cursor() - m_geometry.paddingY);
-    m_pages.moveDown(height);
+    closeRow(heightOf(m_lines));
 }
 
 void TableBody::drawInParts()
@@ -175,25 +480,25 @@ void TableBody::drawInParts()
         const bool last = rest + marks <= fits;
         std::uint32_t count = last ? rest : fits - std::min(fits, marks + 1);
         if (count < std::min(kFewestLines, rest) && !freshPage) {
-            nextPage();
+            turnPage(heightOf(kFewestLines), Entry::Kind::Row);
             freshPage = true;
             continue;
         }
         count = std::max(1U, count); // a page too small for its captions still shows all, below its edge
         const std::uint32_t taken = count + marks + (last ? 0 : 1);
-        shadeRow(heightOf(taken));
+        m_sheet.append(Entry::Kind::Part, m_pages.content().mark(), m_pages.cursor());
         Tenths top = m_pages.cursor() - m_geometry.paddingY;
         if (at > 0) {
-            drawNotice(from, TextCanvas::Place::Start, top, m_geometry.body);
+            drawMark(from, TextCanvas::Place::Start, top);
             top -= line;
         }
         drawLines(at, count, top);
         if (!last)
-            drawNotice(onward, TextCanvas::Place::Right, top - static_cast<Tenths>(count) * line, m_geometry.body);
-        m_pages.moveDown(heightOf(taken));
+            drawMark(onward, TextCanvas::Place::Right, top - static_cast<Tenths>(count) * line);
+        closeRow(heightOf(taken));
         at += count;
         if (at < m_lines) {
-            nextPage();
+            turnPageAt(m_sheet.used);
             freshPage = true;
         }
     }
@@ -208,41 +513,106 @@ void TableBody::drawLines(std::uint32_t first, std::uint32_t count, Tenths top)
         const Column &column = m_columns[i];
         const std::uint32_t end = std::min(cell.lineCount, first + count);
         Tenths baseline = top - metrics.baseline;
+        canvas.setInk(m_inks[i]);
         for (std::uint32_t line = first; line < end; ++line, baseline -= metrics.height)
             canvas.drawLine(cell, line, column.box.left, column.box.right, column.place, baseline, metrics.size);
     }
+    canvas.setInk(Ink::Text);
 }
 
 /// A line of the program's own, told apart from data by its colour.
-void TableBody::drawNotice(const std::string &text, TextCanvas::Place place, Tenths top, const LineMetrics &metrics)
+void TableBody::drawMark(const std::string &text, TextCanvas::Place place, Tenths top)
 {
-    constexpr Tenths kInset = 30;
-    const Tenths left = m_geometry.left + kInset;
-    const Tenths right = m_geometry.right - kInset;
-    TextLayout &layout = m_layout;
-    const TextBlock block = layout.fit(text, TextStyle::Regular, metrics.limitFor(right - left));
+    const LineMetrics &metrics = m_geometry.body;
+    const Tenths left = m_geometry.left + kPaddingX;
+    const Tenths right = m_geometry.right - kPaddingX;
+    const TextBlock block = m_layout.fit(text, TextStyle::Regular, metrics.limitFor(right - left));
     m_pages.text().setInk(Ink::Faint);
     m_pages.text().drawLine(block, 0, left, right, place, top - metrics.baseline, metrics.size);
     m_pages.text().setInk(Ink::Text);
 }
 
-void TableBody::end(const ReportTail &tail)
+// ---- Totals and the end
+
+void TableBody::drawSummary(std::span<const Value> values, const std::string &of, Entry::Kind kind, std::size_t level)
 {
-    const LineMetrics &metrics = m_geometry.facts;
+    const bool total = kind == Entry::Kind::Total;
+    SummaryLines &lines = total ? m_totals : m_levels[level].subtotals;
+    const SummaryLines::Look look{
+        total ? kTotalMetrics : m_geometry.body, total ? Ink::Title : Ink::Text, m_geometry.left, m_geometry.right, kPaddingX,
+        total ? Tenths{30} : m_geometry.paddingY};
+    std::vector<CellAlignment> alignments;
+    for (const Column &column : m_columns)
+        alignments.push_back(column.place == TextCanvas::Place::Right    ? CellAlignment::Right
+                             : column.place == TextCanvas::Place::Centre ? CellAlignment::Centre
+                                                                         : CellAlignment::Left);
     m_layout.clear();
-    m_cells.clear();
-    const Tenths height = metrics.height + 80;
-    const auto drawBelow = [&](const std::string &text, TextCanvas::Place place) {
-        if (m_pages.room() < height)
-            nextPage();
-        drawNotice(text, place, m_pages.cursor() - 40, metrics);
+    const std::uint32_t count = lines.layOut(values, of, m_geometry.columns, alignments, look, m_layout);
+    constexpr Tenths kDoubleRule = 25;
+    const Tenths height = static_cast<Tenths>(count) * look.metrics.height + 2 * look.paddingY;
+    if (height + (total ? kDoubleRule : 0) > m_pages.room())
+        turnPage(height, kind);
+    PageContent &content = m_pages.content();
+    m_sheet.append(kind, content.mark(), m_pages.cursor()).level = static_cast<std::uint8_t>(level);
+    const Tenths top = m_pages.cursor();
+    content.fill(total ? Fill::Total : Fill::Subtotal, m_geometry.left, m_geometry.right, top, height);
+    content.line(total ? Stroke::Total : Stroke::Group, m_geometry.left, m_geometry.right, top);
+    if (total)
+        for (const Tenths y : {4, 4 + 7 + 10})
+            content.line(Stroke::Navy, m_geometry.left, m_geometry.right, top - height - y);
+    lines.draw(top, look, m_pages.text());
+    m_pages.moveDown(height + (total ? kDoubleRule : 0));
+    m_striped = false;
+}
+
+void TableBody::drawNothing(const std::string &asked)
+{
+    m_layout.clear();
+    const std::string nothing = kNoRows;
+    const Tenths width = m_geometry.right - m_geometry.left;
+    const TextBlock head = m_layout.fit(nothing, TextStyle::Bold, kNothing.limitFor(width));
+    const LineMetrics &metrics = m_geometry.facts;
+    const TextBlock below = m_layout.wrap(asked, TextStyle::Regular, metrics.limitFor(width * 3 / 4));
+    const Tenths height = kNothing.height + static_cast<Tenths>(below.lineCount) * metrics.height + 120;
+    if (m_pages.room() < height)
+        m_pages.newPage();
+    TextCanvas &canvas = m_pages.text();
+    m_pages.moveDown(40);
+    canvas.setInk(Ink::Title);
+    canvas.drawLine(head, 0, m_geometry.left, m_pages.cursor() - kNothing.baseline, kNothing.size);
+    canvas.setInk(Ink::Text);
+    m_pages.moveDown(kNothing.height + 20);
+    for (std::uint32_t i = 0; i < below.lineCount; ++i, m_pages.moveDown(metrics.height))
+        canvas.drawLine(below, i, m_geometry.left, m_geometry.right, TextCanvas::Place::Start, m_pages.cursor() - metrics.baseline,
+                        metrics.size);
+    m_pages.moveDown(60);
+}
+
+void TableBody::end(const ReportTail &tail, const std::string &nothing, std::span<const std::string> notices)
+{
+    if (tail.rows == 0 && !m_begun)
+        drawNothing(nothing);
+    else if (!m_totals.isEmpty())
+        drawSummary(tail.totals, tail.truncated ? "of the rows shown" : "", Entry::Kind::Total, 0);
+    if (!notices.empty())
+        m_pages.moveDown(80);
+    for (const std::string &notice : notices) {
+        m_layout.clear();
+        const Tenths height = m_notices.height(notice);
+        if (height > m_pages.room()) {
+            if (m_begun)
+                turnPage(height, Entry::Kind::Notice);
+            else
+                m_pages.newPage();
+        }
+        if (m_begun)
+            m_sheet.append(Entry::Kind::Notice, m_pages.content().mark(), m_pages.cursor());
+        m_layout.clear();
+        m_notices.draw(notice, m_pages.cursor(), m_pages.content());
         m_pages.moveDown(height);
-    };
-    if (tail.rows == 0)
-        drawBelow(std::string(kNoRows) + ". The query found nothing for this report.", TextCanvas::Place::Centre);
-    m_pages.rule(m_geometry.left, m_geometry.right, m_pages.cursor());
-    if (tail.truncated)
-        drawBelow(cutNotice(tail), TextCanvas::Place::Start);
+    }
+    if (m_begun)
+        fillLastPage();
 }
 
 } // namespace qm::pdf

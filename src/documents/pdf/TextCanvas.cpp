@@ -1,6 +1,7 @@
 #include "documents/pdf/TextCanvas.h"
 
 #include "core/Utf8.h"
+#include "documents/Palette.h"
 #include "documents/pdf/CharacterRules.h"
 #include "documents/pdf/PdfSyntax.h"
 
@@ -25,17 +26,21 @@ constexpr std::array<ByteKind, 256> byteKinds()
 }
 constexpr std::array<ByteKind, 256> kByteKinds = byteKinds();
 
-std::string_view inkOperator(Ink ink)
+palette::Colour colourOf(Ink ink)
 {
     switch (ink) {
     case Ink::Faint:
-        return ".38 .42 .48 rg\n";
+        return palette::kSoft;
     case Ink::Title:
-        return ".07 .2 .36 rg\n";
+        return palette::kNavy;
+    case Ink::Notice:
+        return palette::kNotice;
+    case Ink::Alarm:
+        return palette::kAlarm;
     case Ink::Text:
         break;
     }
-    return "0 g\n";
+    return palette::kInk;
 }
 
 } // namespace
@@ -53,7 +58,32 @@ void TextCanvas::setInk(Ink ink)
     if (ink == m_ink)
         return;
     m_ink = ink;
-    m_out += inkOperator(ink);
+    appendColour(m_out, colourOf(ink));
+    m_out += "rg\n";
+}
+
+std::ptrdiff_t TextCanvas::moveTail(const Mark &from, TextCanvas &to, Tenths dy)
+{
+    if (from.at == m_out.size())
+        return static_cast<std::ptrdiff_t>(to.m_out.size()) - static_cast<std::ptrdiff_t>(from.at);
+    to.moveTo(from.x, from.y + dy);
+    to.setInk(from.ink);
+    if (from.font != kNoFont)
+        to.setFont(static_cast<std::uint16_t>(from.font), from.size);
+    const std::ptrdiff_t grown = static_cast<std::ptrdiff_t>(to.m_out.size()) - static_cast<std::ptrdiff_t>(from.at);
+    to.m_out.append(m_out, from.at);
+    to.m_x = m_x;
+    to.m_y = m_y + dy;
+    to.m_font = m_font;
+    to.m_size = m_size;
+    to.m_ink = m_ink;
+    m_out.resize(from.at);
+    m_x = from.x;
+    m_y = from.y;
+    m_font = from.font;
+    m_size = from.size;
+    m_ink = from.ink;
+    return grown;
 }
 
 void TextCanvas::moveTo(Tenths x, Tenths y)
@@ -260,7 +290,7 @@ void TextCanvas::drawMarks(Tenths size)
     const Tenths y = m_y;
     const auto scaled = [&](Em distance) { return (distance * size + (distance < 0 ? -500 : 500)) / 1000; };
     m_out += "/Span<</ActualText<FEFF>>>BDC\n";
-    for (const Mark &mark : m_marks) {
+    for (const DrawnMark &mark : m_marks) {
         moveTo(x + scaled(mark.x + mark.glyph.dx), y + scaled(mark.glyph.dy));
         setFont(mark.glyph.font, size);
         openHex();

@@ -14,7 +14,7 @@ using Tenths = std::int32_t;
 inline constexpr double kTenthsPerMm = 720.0 / 25.4;
 
 /// What a colour is for, not what it is.
-enum class Ink : std::uint8_t { Text, Faint, Title };
+enum class Ink : std::uint8_t { Text, Faint, Title, Notice, Alarm };
 
 /// Collects drawing operators for text. The result belongs between BT and ET, in a space scaled to tenths of a point.
 class TextCanvas final
@@ -31,6 +31,19 @@ public:
     enum class Place : std::uint8_t { Start, Centre, Right };
     void drawLine(const TextBlock &block, std::uint32_t index, Tenths left, Tenths right, Place place, Tenths y, Tenths size);
     void setInk(Ink ink);
+
+    /// A place in the content, with what is set there.
+    struct Mark
+    {
+        std::size_t at = 0; ///< in content()
+        Tenths x = 0, y = 0, size = 0;
+        int font = -1;
+        Ink ink = Ink::Text;
+    };
+    [[nodiscard]] Mark mark() const { return {m_out.size(), m_x, m_y, m_size, m_font, m_ink}; }
+    /// Takes what was drawn since \p from out of this canvas and draws it on \p to, moved up by \p dy.
+    /// \returns by how much places in the content have grown.
+    std::ptrdiff_t moveTail(const Mark &from, TextCanvas &to, Tenths dy);
 
     /// Characters drawn as a box because no font has them.
     [[nodiscard]] std::int64_t missingGlyphs() const { return m_missing; }
@@ -64,13 +77,13 @@ private:
     Em m_rise = 0;
     Ink m_ink = Ink::Text;
     std::int64_t m_missing = 0;
-    struct Mark
+    struct DrawnMark
     {
         ShapedGlyph glyph;
         Em x = 0;
     };
-    std::vector<Mark> m_marks; ///< of the line being drawn
-    Em m_pen = 0;              ///< within that line
+    std::vector<DrawnMark> m_marks; ///< of the line being drawn
+    Em m_pen = 0;                   ///< within that line
     std::vector<std::uint32_t> m_order;
     std::vector<std::uint8_t> m_orderLevels;
 };

@@ -227,6 +227,9 @@ ReportHead makeHead(const ReportLayout &layout, const QString &layoutName, const
                         fillFields(band.right, fields, where, later).toStdString()};
     };
     const bool automatic = isEmpty(layout.header) && isEmpty(layout.footer);
+    head.houseBands = automatic && facts.house.organisation.isEmpty() && facts.house.footer.isEmpty();
+    head.madeUtc = facts.madeUtc.toStdString();
+    head.creator = "Quillmark " QUILLMARK_VERSION;
     head.header = fill(automatic ? usualHeader(facts.house) : layout.header);
     head.footer = fill(automatic ? usualFooter(facts.house, fields, head) : layout.footer);
     return head;
