@@ -451,7 +451,7 @@ private Q_SLOTS:
                                      "z=zipfile.ZipFile(sys.argv[1])\n"
                                      "for n in (1,2):\n"
                                      " x=z.read(f'xl/worksheets/sheet{n}.xml').decode()\n"
-                                     " v=re.findall('<c s=\"9\"><v>(\\\\d+)',x)\n"
+                                     " v=re.findall('<c s=\"[0-9]+\"><v>(\\\\d+)',x)\n"
                                      " print(x.count('</row>'),v[0],v[-1],re.search('autoFilter ref=\"([^\"]*)',x)[1])\n"
                                      "print(re.findall('sheet name=\"([^\"]*)',z.read('xl/workbook.xml').decode()))"_s,
                                      path(u"xlsx"_s)}),
