@@ -86,8 +86,8 @@ public:
         m_pages->writeResources(embedFonts(m_fonts, m_file));
         m_file.finish(writeCatalogue(tree), writeInformation(m_head, m_file), identifier(tail));
         m_notes.pages = count;
-        m_notes.missingGlyphs = m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + m_charts->missingGlyphs() +
-                                drawnLate.missingGlyphs();
+        m_notes.missingGlyphs =
+            m_pages->missingGlyphs() + m_titleBlock->missingGlyphs() + m_charts->missingGlyphs() + drawnLate.missingGlyphs();
     }
 
     [[nodiscard]] WriterNotes notes() const override { return m_notes; }
