@@ -15,6 +15,7 @@ namespace qm {
 struct PageSetup
 {
     double widthMm = 297, heightMm = 210, marginMm = 12;
+    bool allowA3 = false; ///< a report whose columns do not fit may take A3 in place of a smaller page
 };
 
 /// Three texts of a page band with {page} and {pages} still to be filled in; all other fields are resolved.
@@ -36,9 +37,17 @@ struct Fact
         Parameter, ///< a value that was asked for
         Made,      ///< when the report was made
         Selection, ///< how a reader reduced or ordered the rows
+        House,     ///< what the installation says of all its reports; see ReportHead::house
+        Note,      ///< a sentence of the layout's author
     };
     Kind kind = Kind::Parameter;
     std::string label, value;
+};
+
+/// What the installation says of all its reports; empty where it says nothing. The facts state it too.
+struct House
+{
+    std::string organisation, classification, preparedBy;
 };
 
 /// Everything known before the first row. All texts are UTF-8.
@@ -49,9 +58,9 @@ struct ReportHead
     PageSetup page;
     PageBand header, footer;
     std::string language = "en";
+    House house;
     std::vector<std::string> notices; ///< sentences that a reader must not miss
     bool houseBands = false;          ///< header and footer are nobody's wish: a format with bands of its own takes those
-    std::string classification;       ///< "Confidential"; empty: none
     std::string author, creator;      ///< who made it, with which program and version; empty: not stated
     std::string madeUtc;              ///< "YYYY-MM-DD HH:MM:SS"; empty: not stated
 };

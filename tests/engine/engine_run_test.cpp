@@ -153,6 +153,93 @@ private Q_SLOTS:
         QCOMPARE(mixed.columnList(), u"A:0:0: B:2:2: C:2:2:"_s);
     }
 
+    void a_layout_says_how_cells_read_and_is_told_what_it_misspelt()
+    {
+        m_installation->write(m_installation->packagePath(u"Server"_s) + u"Layouts/l.rpt"_s, R"(
+note = "About {package}"
+[page]
+alow_a3 = true
+allow_a3 = true
+[[column]]
+field = "id"
+null_text = "none"
+words = { 1 = "one" }
+rule = [{ test = ">", value = 1, show = "alarm" }, { test = "null" }]
+[[column]]
+field = "at"
+format = "local"
+[[column]]
+field = "ok"
+format = "bolean"
+)");
+        const QString file = query("SELECT id, at, ok FROM e", "report_file = \"Layouts/l.rpt\"\n");
+        Recorder screen;
+        qm::RunOptions options;
+        options.screen = &screen;
+        const qm::RunResult result = run(file, options);
+        const qm::ReportColumn &id = screen.columns.at(0);
+        QCOMPARE(QString::fromStdString(id.words.at(0).first + '=' + id.words.at(0).second + '|' + id.nullText), u"1=one|none"_s);
+        QVERIFY(id.rules.size() == 2 && id.rules[0].test == qm::CellRule::Test::Greater && id.rules[0].operand == "1" &&
+                id.rules[0].emphasis == qm::Emphasis::Alarm && id.rules[1].test == qm::CellRule::Test::Null &&
+                id.rules[1].emphasis == qm::Emphasis::Strong);
+        QCOMPARE(id.alignment, qm::CellAlignment::Left);               // words, no numbers
+        QCOMPARE(screen.columns.at(2).format, std::string("boolean")); // as without a format
+        QVERIFY(screen.head.page.allowA3);
+        QCOMPARE(screen.fact("Note"), u"About Server Operating System Logs"_s);
+        QCOMPARE(screen.fact("Times"), u"Times in the rows are UTC, but where they state their distance from it"_s);
+        QStringList notices;
+        for (const std::string &notice : screen.head.notices)
+            notices << QString::fromStdString(notice);
+        QCOMPARE(notices, QStringList({u"The layout l.rpt: Line 4: \"alow_a3\" is not known in [page] and has no effect; did you mean "
+                                       "\"allow_a3\"?"_s,
+                                       u"The layout l.rpt: The format \"bolean\" of the column \"ok\" is not known and has no effect; did "
+                                       "you mean \"boolean\"?"_s}));
+        QCOMPARE(result.note, notices.join(u' '));
+    }
+
+    void the_house_style_is_on_each_report_unless_the_layout_says_otherwise()
+    {
+        const auto style = [&](const QByteArray &text) { m_installation->write(u"House.style"_s, text); };
+        const auto notices = [](const Recorder &screen) {
+            return screen.head.notices.empty() ? QString() : QString::fromStdString(screen.head.notices.front());
+        };
+        const auto band = [](const qm::PageBand &texts) {
+            return QString::fromStdString(texts.left + '|' + texts.centre + '|' + texts.right);
+        };
+        const QString file = query("SELECT id FROM e");
+        QCOMPARE(band(show(file).head.header), u"My query||Server Operating System Logs"_s);
+        style("organisation = 'Acme'\nclassification = 'Internal'\nprepared_by = 'Audit'\npaper = 'letter'\nlanguage = 'de-AT'\n"
+              "footer = 'Acme {date}, {page}'\n");
+        const Recorder house = show(file);
+        QCOMPARE(band(house.head.header), u"My query|Internal|Acme"_s);
+        QCOMPARE(band(house.head.footer), u"Acme 2026-11-21, {page}||Page {page} of {pages}"_s);
+        QCOMPARE(QString::fromStdString(house.head.language), u"de-AT"_s);
+        QCOMPARE(house.head.page.widthMm, 279.4);
+        QCOMPARE(house.fact("Organisation") + u'|' + house.fact("Classification") + u'|' + house.fact("Prepared by"),
+                 u"Acme|Internal|Audit"_s);
+        QCOMPARE(notices(house), QString());
+
+        m_installation->write(m_installation->packagePath(u"Server"_s) + u"Layouts/l.rpt"_s,
+                              "[page]\nsize = 'A4'\n[header]\nleft = '{organisation}, {classification}'\n");
+        const Recorder own = show(query("SELECT id FROM e", "report_file = \"Layouts/l.rpt\"\n"));
+        QCOMPARE(band(own.head.header) + band(own.head.footer), u"Acme, Internal||||"_s);
+        QCOMPARE(own.head.page.widthMm, 297.0);
+        QCOMPARE(own.fact("Classification"), u"Internal"_s); // what must not be shown to all is said by every report
+
+        // Nothing in the file keeps a report from being made; what is wrong is said by it.
+        const QString plain = query("SELECT id FROM e");
+        for (const auto &[text, said] : {std::pair{"organization = 'Acme'\n", "House.style: Line 1: \"organization\" is not known"},
+                                         std::pair{"footer = '{orgnisation}'\n", "House.style"},
+                                         std::pair{"footer = \n", "The house style is not applied: Invalid file format: House.style, line 1"},
+                                         std::pair{"paper = 'B4'\n", "\"paper\" must be one of A4, A3"},
+                                         std::pair{"language = 'the local one'\n", "must be a language tag"}}) {
+            style(text);
+            const Recorder told = show(plain);
+            QVERIFY2(notices(told).contains(QLatin1String(said)), qPrintable(notices(told)));
+            QCOMPARE(band(told.head.header), u"My query||Server Operating System Logs"_s);
+        }
+    }
+
     void wide_columns_share_what_the_narrow_ones_leave()
     {
         const Recorder screen = show(

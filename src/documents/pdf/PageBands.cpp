@@ -44,7 +44,7 @@ HouseBands houseBands(const ReportHead &head)
         return text;
     };
     const std::string made = stated({Kind::Made});
-    return {{stated({Kind::Package, Kind::Group}), "", head.classification},
+    return {{stated({Kind::Package, Kind::Group}), "", head.house.classification},
             {head.title, "", stated({Kind::Period})},
             {stated({Kind::Package, Kind::Group, Kind::Query}), made.empty() ? "" : "Made " + made, "Page {page} of {pages}"}};
 }

@@ -1,23 +1,22 @@
 #include "documents/xlsx/XlsxParts.h"
 
+#include "documents/IsoTime.h"
+#include "documents/NumberText.h"
 #include "documents/ReportWords.h"
 #include "documents/TextScan.h"
 #include "documents/xlsx/XlsxText.h"
+#include "framework/LayoutWords.h"
 
-#include <array>
+#include <algorithm>
+#include <optional>
 
 namespace qm::xlsx {
 
 namespace {
 
 using textscan::joined;
-using Style = CellFormatter::Style;
-
-constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
 constexpr std::string_view kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
-constexpr std::string_view kRelations = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
-
-/// Every part without an entry of its own is a sheet, so the list can be written before their number is known.
+/// Every part without an entry of its own is a sheet, so the list can be written before their number is known. Charts follow.
 constexpr std::string_view kContentTypes =
     R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
     R"(<Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/>)"
@@ -26,7 +25,7 @@ constexpr std::string_view kContentTypes =
     R"(<Override PartName="/xl/styles.xml" ContentType="application/vnd.openxmlformats-officedocument.spreadsheetml.styles+xml"/>)"
     R"(<Override PartName="/xl/sharedStrings.xml" ContentType="application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml"/>)"
     R"(<Override PartName="/docProps/core.xml" ContentType="application/vnd.openxmlformats-package.core-properties+xml"/>)"
-    R"(<Override PartName="/docProps/app.xml" ContentType="application/vnd.openxmlformats-officedocument.extended-properties+xml"/></Types>)";
+    R"(<Override PartName="/docProps/app.xml" ContentType="application/vnd.openxmlformats-officedocument.extended-properties+xml"/>)";
 
 constexpr std::string_view kRootRelations =
     R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
@@ -34,106 +33,6 @@ constexpr std::string_view kRootRelations =
     R"(<Relationship Id="rId2" Type="http://schemas.openxmlformats.org/package/2006/relationships/metadata/core-properties" Target="docProps/core.xml"/>)"
     R"(<Relationship Id="rId3" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/extended-properties" Target="docProps/app.xml"/>)"
     R"(</Relationships>)";
-
-constexpr std::string_view kFonts = R"(<fonts count="5"><font><sz val="10"/><name val="Calibri"/><family val="2"/></font>)"
-                                    R"(<font><b/><sz val="16"/><color rgb="FF25405F"/><name val="Calibri"/><family val="2"/></font>)"
-                                    R"(<font><sz val="11"/><color rgb="FF5B6675"/><name val="Calibri"/><family val="2"/></font>)"
-                                    R"(<font><b/><sz val="10"/><color rgb="FFFFFFFF"/><name val="Calibri"/><family val="2"/></font>)"
-                                    R"(<font><b/><sz val="10"/><name val="Calibri"/><family val="2"/></font></fonts>)";
-
-constexpr std::string_view kFillsAndBorders =
-    R"(<fills count="3"><fill><patternFill patternType="none"/></fill><fill><patternFill patternType="gray125"/></fill>)"
-    R"(<fill><patternFill patternType="solid"><fgColor rgb="FF25405F"/><bgColor indexed="64"/></patternFill></fill></fills>)"
-    R"(<borders count="2"><border><left/><right/><top/><bottom/><diagonal/></border>)"
-    R"(<border><left/><right/><top/><bottom style="hair"><color rgb="FFB8C0CA"/></bottom><diagonal/></border></borders>)"
-    R"(<cellStyleXfs count="1"><xf numFmtId="0" fontId="0" fillId="0" borderId="0"/></cellStyleXfs>)";
-
-/// In the order of the numbers in namespace style.
-constexpr std::string_view kFixedStyles =
-    R"(<xf numFmtId="0" fontId="0" fillId="0" borderId="0" xfId="0"/>)"
-    R"(<xf numFmtId="0" fontId="1" fillId="0" borderId="0" xfId="0" applyFont="1"/>)"
-    R"(<xf numFmtId="0" fontId="2" fillId="0" borderId="0" xfId="0" applyFont="1"/>)"
-    R"(<xf numFmtId="0" fontId="2" fillId="0" borderId="0" xfId="0" applyFont="1" applyAlignment="1"><alignment vertical="top"/></xf>)"
-    R"(<xf numFmtId="0" fontId="3" fillId="2" borderId="0" xfId="0" applyFont="1" applyFill="1" applyAlignment="1">)"
-    R"(<alignment horizontal="left" vertical="center" wrapText="1"/></xf>)"
-    R"(<xf numFmtId="0" fontId="3" fillId="2" borderId="0" xfId="0" applyFont="1" applyFill="1" applyAlignment="1">)"
-    R"(<alignment horizontal="center" vertical="center" wrapText="1"/></xf>)"
-    R"(<xf numFmtId="0" fontId="3" fillId="2" borderId="0" xfId="0" applyFont="1" applyFill="1" applyAlignment="1">)"
-    R"(<alignment horizontal="right" vertical="center" wrapText="1" indent="1"/></xf>)"
-    R"(<xf numFmtId="0" fontId="4" fillId="0" borderId="0" xfId="0" applyFont="1" applyAlignment="1"><alignment vertical="top"/></xf>)"
-    R"(<xf numFmtId="0" fontId="0" fillId="0" borderId="0" xfId="0" applyAlignment="1"><alignment vertical="top" wrapText="1"/></xf>)";
-
-/// Text in a number format: quoted, but for the percent sign, which must act.
-std::string literal(const std::string &text)
-{
-    std::string code;
-    bool quoted = false;
-    for (const char c : text) {
-        const bool bare = c == '%' || c == '"';
-        if (quoted == bare) {
-            code += '"';
-            quoted = !bare;
-        }
-        code += c == '"' ? "\\\"" : std::string(1, c);
-    }
-    return quoted ? code + '"' : code;
-}
-
-std::string formatCode(const CellFormatter &format, ColumnType type)
-{
-    switch (temporalStyle(format, type)) {
-    case Style::Date:
-        return "yyyy\\-mm\\-dd";
-    case Style::Time:
-        return "hh:mm:ss";
-    case Style::DateTime:
-        return "yyyy\\-mm\\-dd\\ hh:mm:ss";
-    case Style::DateTimeMs:
-        return "yyyy\\-mm\\-dd\\ hh:mm:ss.000";
-    default:
-        break;
-    }
-    if (format.style() == Style::Bytes)
-        return "#,##0";
-    if (format.style() != Style::Number && format.style() != Style::Percent)
-        return {};
-    std::string code = literal(format.prefix()) + (format.pattern().grouping ? "#,##0" : "0");
-    for (int i = 0; i < format.pattern().maxDecimals; ++i) {
-        code += i == 0 ? "." : "";
-        code += i < format.pattern().minDecimals ? '0' : '#';
-    }
-    return code + literal(format.suffix());
-}
-
-std::string styles(std::span<const ReportColumn> columns)
-{
-    constexpr std::size_t kFirstOwnFormat = 164;
-    static constexpr std::array<std::string_view, 3> kAlignments{"left", "center", "right"};
-    std::vector<std::string> codes;
-    std::string cellStyles;
-    for (const ReportColumn &column : columns) {
-        const std::string code = formatCode(CellFormatter(column), column.type);
-        std::size_t number = 0;
-        if (!code.empty()) {
-            codes.push_back(code);
-            number = kFirstOwnFormat + codes.size() - 1;
-        }
-        const bool wraps = column.wrap && column.type == ColumnType::Text;
-        cellStyles += "<xf numFmtId=\"" + std::to_string(number) +
-                      "\" fontId=\"0\" fillId=\"0\" borderId=\"1\" xfId=\"0\" applyNumberFormat=\"1\"" +
-                      " applyBorder=\"1\" applyAlignment=\"1\"><alignment horizontal=\"" +
-                      std::string(kAlignments[static_cast<std::size_t>(column.alignment)]) + "\" vertical=\"top\"" +
-                      (wraps ? " wrapText=\"1\"" : "") + (column.alignment == CellAlignment::Right ? " indent=\"1\"" : "") + "/></xf>";
-    }
-    std::string formats;
-    for (std::size_t i = 0; i < codes.size(); ++i)
-        formats += "<numFmt numFmtId=\"" + std::to_string(kFirstOwnFormat + i) + "\" formatCode=\"" + escapedText(codes[i]) + "\"/>";
-    if (!formats.empty())
-        formats = "<numFmts count=\"" + std::to_string(codes.size()) + "\">" + formats + "</numFmts>";
-    return "<styleSheet xmlns=\"" + std::string(kMain) + "\">" + formats + std::string(kFonts) + std::string(kFillsAndBorders) +
-           "<cellXfs count=\"" + std::to_string(columns.size() + style::firstColumn) + "\">" + std::string(kFixedStyles) + cellStyles +
-           R"(</cellXfs><cellStyles count="1"><cellStyle name="Normal" xfId="0" builtinId="0"/></cellStyles></styleSheet>)";
-}
 
 /// A sheet's name in a reference, within XML.
 std::string quotedName(const std::string &name)
@@ -205,55 +104,88 @@ std::string band(const char *element, const PageBand &texts)
     return std::string("<") + element + '>' + escapedText(text) + "</" + element + '>';
 }
 
+std::string coreProperties(const ReportHead &head)
+{
+    std::string keywords;
+    for (const Fact &fact : head.facts)
+        if (fact.kind == Fact::Kind::Package || fact.kind == Fact::Kind::Group || fact.kind == Fact::Kind::Query)
+            keywords += (keywords.empty() ? "" : "; ") + fact.value;
+    std::string made;
+    if (const std::optional<IsoTime> time = parseIsoTime(head.madeUtc); time && time->hasDate && time->hasTime)
+        made = head.madeUtc.substr(0, 10) + 'T' + head.madeUtc.substr(11, 8) + 'Z';
+    std::string xml = R"(<cp:coreProperties xmlns:cp="http://schemas.openxmlformats.org/package/2006/metadata/core-properties" )"
+                      R"(xmlns:dc="http://purl.org/dc/elements/1.1/" xmlns:dcterms="http://purl.org/dc/terms/" )"
+                      R"(xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance">)";
+    const auto add = [&xml](const char *element, const std::string &content, const char *attributes = "") {
+        if (!content.empty())
+            xml += joined({"<", element, attributes, ">", escapedText(content), "</", element, ">"});
+    };
+    add("dc:title", head.title);
+    add("dc:subject", head.subtitle);
+    add("dc:creator", head.author);
+    add("cp:keywords", keywords);
+    add("dc:language", head.language);
+    add("dcterms:created", made, " xsi:type=\"dcterms:W3CDTF\"");
+    return xml + "</cp:coreProperties>";
+}
+
 } // namespace
 
-CellFormatter::Style temporalStyle(const CellFormatter &format, ColumnType type)
-{
-    switch (format.style()) {
-    case Style::Date:
-    case Style::Time:
-    case Style::DateTime:
-    case Style::DateTimeMs:
-        return format.style();
-    case Style::Plain:
-        return type == ColumnType::Date       ? Style::Date
-               : type == ColumnType::Time     ? Style::Time
-               : type == ColumnType::DateTime ? Style::DateTime
-                                              : Style::Plain;
-    default:
-        return Style::Plain;
-    }
-}
-
-std::string headerFooter(const ReportHead &head)
+std::string pageElements(const ReportHead &head, bool landscape)
 {
     const std::string bands = band("oddHeader", head.header) + band("oddFooter", head.footer);
-    return bands.empty() ? bands : "<headerFooter>" + bands + "</headerFooter>";
+    std::string side, top;
+    numbers::appendFixed(head.page.marginMm / 25.4, {1, 4, false, 0}, side);
+    // The bands stand within the margins at head and foot.
+    numbers::appendFixed(std::max(head.page.marginMm / 25.4, bands.empty() ? 0.0 : 0.7), {1, 4, false, 0}, top);
+    return joined({"<pageMargins left=\"", side, "\" right=\"", side, "\" top=\"", top, "\" bottom=\"", top,
+                   "\" header=\"0.3\" footer=\"0.3\"/><pageSetup paperSize=\"",
+                   std::to_string(paperNumber(head.page.widthMm, head.page.heightMm)), "\" fitToHeight=\"0\" orientation=\"",
+                   landscape ? "landscape" : "portrait", "\"/>", bands.empty() ? "" : "<headerFooter>", bands,
+                   bands.empty() ? "" : "</headerFooter>"});
 }
 
-void writeFirstParts(ZipStream &zip)
+std::string rowBreaks(std::span<const std::int64_t> rows)
 {
-    zip.add("[Content_Types].xml", std::string(kDeclaration) + std::string(kContentTypes));
+    if (rows.empty())
+        return {};
+    const std::string count = std::to_string(rows.size());
+    std::string xml = "<rowBreaks count=\"" + count + "\" manualBreakCount=\"" + count + "\">";
+    for (const std::int64_t row : rows)
+        xml += "<brk id=\"" + std::to_string(row) + "\" max=\"16383\" man=\"1\"/>";
+    return xml + "</rowBreaks>";
+}
+
+void writeFirstParts(ZipStream &zip, std::size_t charts)
+{
+    std::string types = std::string(kDeclaration) + std::string(kContentTypes);
+    const auto add = [&types](const std::string &part, const char *type) {
+        types += joined(
+            {"<Override PartName=\"/xl/", part, "\" ContentType=\"application/vnd.openxmlformats-officedocument.", type, "+xml\"/>"});
+    };
+    if (charts > 0)
+        add("drawings/drawing1.xml", "drawing");
+    for (std::size_t i = 1; i <= charts; ++i)
+        add("charts/chart" + std::to_string(i) + ".xml", "drawingml.chart");
+    zip.add("[Content_Types].xml", types + "</Types>");
     zip.add("_rels/.rels", std::string(kDeclaration) + std::string(kRootRelations));
 }
 
-void writeLastParts(ZipStream &zip, const std::string &title, std::span<const ReportColumn> columns, std::span<const Sheet> sheets,
+void writeLastParts(ZipStream &zip, const ReportHead &head, const std::string &styles, std::span<const Sheet> sheets,
                     const std::string &summary)
 {
     const std::string declaration(kDeclaration);
     zip.add("xl/sharedStrings.xml",
             declaration + "<sst xmlns=\"" + std::string(kMain) + "\" uniqueCount=\"1\"><si><t>" + escapedText(summary) + "</t></si></sst>");
-    zip.add("xl/styles.xml", declaration + styles(columns));
+    zip.add("xl/styles.xml", declaration + styles);
     zip.add("xl/workbook.xml", declaration + workbook(sheets));
     zip.add("xl/_rels/workbook.xml.rels", declaration + workbookRelations(sheets.size()));
-    zip.add("docProps/core.xml",
-            declaration +
-                R"(<cp:coreProperties xmlns:cp="http://schemas.openxmlformats.org/package/2006/metadata/core-properties" )"
-                R"(xmlns:dc="http://purl.org/dc/elements/1.1/"><dc:title>)" +
-                escapedText(title) + "</dc:title></cp:coreProperties>");
+    zip.add("docProps/core.xml", declaration + coreProperties(head));
+    const std::string program = head.creator.empty() ? "Quillmark Report Generator" : escapedText(head.creator);
     zip.add("docProps/app.xml", declaration +
                                     R"(<Properties xmlns="http://schemas.openxmlformats.org/officeDocument/2006/extended-properties">)"
-                                    R"(<Application>Quillmark Report Generator</Application></Properties>)");
+                                    "<Application>" +
+                                    program + "</Application></Properties>");
 }
 
 } // namespace qm::xlsx

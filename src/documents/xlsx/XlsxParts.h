@@ -1,21 +1,24 @@
 /// \file
-/// The parts of a workbook besides its sheets (ISO/IEC 29500-1 and -2).
+/// The parts of a workbook besides its sheets (ISO/IEC 29500-1 and -2), and what sheets have in common.
 #pragma once
 
-#include "documents/CellFormat.h"
 #include "documents/ReportWriter.h"
 #include "documents/xlsx/ZipStream.h"
 
+#include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qm::xlsx {
 
-/// Numbers of the cell styles that every workbook has; the columns' own follow. A heading has one for each CellAlignment, in its order.
-namespace style {
-inline constexpr int general = 0, title = 1, subtitle = 2, summary = 3, firstHeading = 4, factName = 7, factValue = 8, firstColumn = 9;
-} // namespace style
+inline constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
+inline constexpr std::string_view kRelations = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+/// How each sheet begins.
+inline constexpr std::string_view kSheetStart = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n<worksheet "
+                                                "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" "
+                                                "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\">";
 
 /// One sheet as the workbook lists it.
 struct Sheet
@@ -25,16 +28,15 @@ struct Sheet
     std::string titles; ///< absolute range of the rows that repeat on each page, "$1:$4"
 };
 
-/// What a date, time or date-time column's style is; Plain for others. A column without a format goes by its type.
-[[nodiscard]] CellFormatter::Style temporalStyle(const CellFormatter &format, ColumnType type);
-
-/// The parts that must be known to any reader first: content types and the root relations.
-void writeFirstParts(ZipStream &zip);
-/// The parts that follow the sheets. \p summary is the text of the one shared string.
-void writeLastParts(ZipStream &zip, const std::string &title, std::span<const ReportColumn> columns, std::span<const Sheet> sheets,
+/// The parts that must be known to any reader first: content types and the root relations. \p charts: how many chart parts there will be.
+void writeFirstParts(ZipStream &zip, std::size_t charts);
+/// The parts that follow the sheets. \p summary is the text of the one shared string, \p styles the part with the looks.
+void writeLastParts(ZipStream &zip, const ReportHead &head, const std::string &styles, std::span<const Sheet> sheets,
                     const std::string &summary);
 
-/// The page bands as "headerFooter" holds them; empty when there are none.
-[[nodiscard]] std::string headerFooter(const ReportHead &head);
+/// Margins, paper and the bands of printed pages; a sheet is one page wide.
+[[nodiscard]] std::string pageElements(const ReportHead &head, bool landscape);
+/// New pages behind these rows; empty for none.
+[[nodiscard]] std::string rowBreaks(std::span<const std::int64_t> rows);
 
 } // namespace qm::xlsx

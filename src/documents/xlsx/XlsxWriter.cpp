@@ -1,212 +1,222 @@
 #include "core/RuntimeError.h"
-#include "documents/CellFormat.h"
-#include "documents/IsoTime.h"
 #include "documents/ReportWords.h"
 #include "documents/TextScan.h"
 #include "documents/Writers.h"
+#include "documents/xlsx/XlsxAbout.h"
+#include "documents/xlsx/XlsxChart.h"
+#include "documents/xlsx/XlsxChartSheets.h"
+#include "documents/xlsx/XlsxGroups.h"
 #include "documents/xlsx/XlsxParts.h"
 #include "documents/xlsx/XlsxText.h"
-#include "framework/LayoutWords.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <optional>
+#include <utility>
 
 namespace qm {
 
 namespace {
 
-using textscan::put;
-using Style = CellFormatter::Style;
+using xlsx::Border;
+using xlsx::Fill;
+using xlsx::Font;
+using xlsx::Look;
 
 constexpr std::int64_t kMaxSheetRows = 1048576;
 constexpr std::size_t kMaxColumns = 16384;
 /// A sheet ends before its part of the archive would need the wide forms of zip, which not every reader of workbooks knows.
 constexpr std::uint64_t kMaxSheetBytes = std::uint64_t{3} << 30;
-/// Beyond it neighbouring integers are the same number to a spreadsheet.
-constexpr std::int64_t kMaxExactInteger = std::int64_t{1} << 53;
-/// Days from 1899-12-30, the day 0 of serial dates, to 1970-01-01.
-constexpr std::int64_t kDaysTo1970 = 25569;
-/// Serial of 1900-03-01. Serials below it are off by one, since spreadsheets give 1900 a February 29.
-constexpr std::int64_t kFirstSerial = 61;
-/// Room that a cell without its text needs.
-constexpr std::size_t kCellRoom = 256;
+/// A program reads no more breaks of pages on a sheet than about so many.
+constexpr std::size_t kMaxBreaks = 1000;
+constexpr char kAboutName[] = "About this report", kChartsName[] = "Charts", kFiguresName[] = "Chart data";
 
-constexpr std::string_view kSheetStart = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n<worksheet "
-                                         "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">";
-/// Height of one line in points, and the most lines that a row is made high for: beyond it a reader opens the cell.
-constexpr double kLineHeight = 13.5;
-constexpr std::size_t kMaxLines = 15;
-constexpr char kAboutName[] = "About this report";
-
-/// The serial number of \p time for a column shown as \p style, if it has one.
-std::optional<double> serialOf(const IsoTime &time, Style style)
-{
-    constexpr double kMillisecondsOfDay = 86400000.0;
-    if (style == Style::Time && !time.hasTime)
-        return std::nullopt;
-    if (!time.hasDate)
-        return style == Style::Time ? std::optional(time.millisecondOfDay() / kMillisecondsOfDay) : std::nullopt;
-    const std::int64_t day = time.daysSince1970() + kDaysTo1970;
-    if (day < kFirstSerial)
-        return std::nullopt;
-    return static_cast<double>(day) + time.millisecondOfDay() / kMillisecondsOfDay;
-}
-
-/// Width of a column in characters: its share of the page, and at least what its dates and times need.
-double characterWidth(double widthMm, Style temporal)
-{
-    constexpr double kMmPerCharacter = 1.6, kLeast = 7, kMost = 90;
-    const double needed = temporal == Style::DateTimeMs ? 23.5
-                          : temporal == Style::DateTime ? 19.5
-                          : temporal == Style::Date     ? 11
-                          : temporal == Style::Time     ? 9
-                                                        : kLeast;
-    return std::clamp(widthMm / kMmPerCharacter, needed, kMost);
-}
-
-/// Lines that \p text takes in a column of \p characters, about; a byte counts as a character, which suits the wide ones.
-std::size_t lineCount(std::string_view text, std::size_t characters)
-{
-    std::size_t lines = 0;
-    while (lines < kMaxLines) {
-        const std::size_t end = text.find('\n');
-        const std::size_t size = std::min(end, text.size());
-        lines += size <= characters ? 1 : (size + characters - 1) / characters;
-        if (end == std::string_view::npos)
-            break;
-        text.remove_prefix(end + 1);
-    }
-    return std::min(lines, kMaxLines);
-}
-
-/// A workbook: the rows on one or more sheets, then a sheet with the facts. The sheets are compressed as they are written.
+/// A workbook: the rows on one or more sheets, then the charts, the facts, and the figures of the charts. The sheets are compressed as they
+/// are written. All rows hold all their values, also those that repeat the row above: sorted or filtered, each must stand for itself.
 class XlsxWriter final : public ReportWriter
 {
 public:
-    explicit XlsxWriter(OutputFile &file) : m_file(file), m_zip(file) {}
+    explicit XlsxWriter(OutputFile &file) : m_zip(file), m_cells(m_zip) {}
 
     void begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample) override;
+    void beginGroup(std::size_t level, const Value &key) override;
     void row(std::span<const Value> cells) override;
+    void endGroup(const GroupEnd &group) override;
     void end(const ReportTail &tail) override;
-    [[nodiscard]] WriterNotes notes() const override { return m_notes; }
+    [[nodiscard]] WriterNotes notes() const override { return {.cellsCut = m_cells.cut(), .sheets = m_rowSheets}; }
 
 private:
-    struct Column
+    struct Level
     {
         CellFormatter format;
-        Style temporal;
-        std::string styleAttribute; ///< ' s="7"'
-        double width;               ///< in characters
-        std::size_t wrapsAt;        ///< characters in a line; 0 for a column of single lines
+        std::string caption;
+        bool heading = true, newPage = false;
+        std::string headingStyle, restStyle;
+        xlsx::Totals totals;
+        // Of the group that is open.
+        std::string key = {};
+        std::int64_t firstRow = 0, sheet = 0; ///< where its rows begin
     };
 
+    void makeLevels();
+    void widenForLabels(const SampleRows &sample);
     void beginSheet();
     void endSheet();
-    void writeLine(int style, std::string_view text, double height);
-    void beginRow(std::span<const Value> cells);
+    void makeRoom(std::int64_t rows);
     void writeHeadings();
-    void writeCell(const Value &value, const Column &column);
-    void writeBlob(std::string_view blob, const Column &column);
-    void writeNumber(const Column &column, const char *digits, const char *end);
-    void writeTextCell(std::string_view styleAttribute, std::string_view text);
-    void writeTextValue(const Value &value, const Column &column);
-    void writeInteger(std::int64_t value, const Column &column);
-    void writeAbout(const ReportTail &tail);
-    void writeFact(std::string_view name, std::string_view value);
+    void writeGroupHeading(const Level &level, std::size_t index, bool continued);
+    void writeRow(std::span<const Value> cells, std::size_t outlineLevel);
+    void writeHeldRow();
+    void writeOtherSheets(const ReportTail &tail);
+    template <class Write>
+    void addSheet(const std::string &name, const Write &write);
+    [[nodiscard]] std::vector<xlsx::Statement> statements(const ReportTail &tail) const;
     [[nodiscard]] std::string summary(const ReportTail &tail) const;
 
-    OutputFile &m_file;
     ZipStream m_zip;
+    xlsx::CellWriter m_cells;
+    xlsx::Styles m_styles;
     ReportHead m_head;
-    std::vector<ReportColumn> m_reportColumns;
-    std::vector<Column> m_columns;
+    ReportShape m_shape;
+    std::vector<xlsx::SheetColumn> m_columns;
+    std::vector<Level> m_levels;
+    std::optional<xlsx::Totals> m_totals;
+    std::optional<xlsx::Outline> m_outline;
     xlsx::SheetNames m_names;
-    std::string m_aboutName;
+    std::string m_aboutName, m_chartsName, m_figuresName;
     std::vector<xlsx::Sheet> m_sheets;
-    std::int64_t m_sheetRow = 0; ///< rows on the sheet so far, headings included
-    std::int64_t m_headingRows = 0;
-    std::string m_text;
-    WriterNotes m_notes;
+    std::int64_t m_rowSheets = 0;
+    std::int64_t m_headingRows = 0; ///< above the rows of each sheet
+    std::int64_t m_lastDataRow = 0;
+    std::size_t m_openLevels = 0;
+    bool m_firstOfGroup = false;
+    xlsx::HeldRow m_held;
+    std::size_t m_heldLevel = 0; ///< of the outline
+    std::vector<std::int64_t> m_breaks;
+    bool m_breaksLeftOut = false;
 };
 
-void XlsxWriter::begin(const ReportHead &head, const ReportShape &shape, const SampleRows &)
+void XlsxWriter::begin(const ReportHead &head, const ReportShape &shape, const SampleRows &sample)
 {
-    const std::vector<ReportColumn> &columns = shape.columns;
-    if (columns.size() > kMaxColumns) {
+    if (shape.columns.size() > kMaxColumns) {
         raise(err::reportFailed,
               QStringLiteral("The report has %1 columns; a workbook holds %2. Choose fewer columns or another format.")
-                  .arg(columns.size())
+                  .arg(shape.columns.size())
                   .arg(kMaxColumns),
               kFrameworkSource);
     }
     m_head = head;
-    m_reportColumns.assign(columns.begin(), columns.end());
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        const CellFormatter format(columns[i]);
-        const Style temporal = xlsx::temporalStyle(format, columns[i].type);
-        const double indent = columns[i].alignment == CellAlignment::Right ? 1.5 : 0;
-        const double width = characterWidth(columns[i].widthMm, temporal) + indent;
-        const bool wraps = columns[i].wrap && columns[i].type == ColumnType::Text;
-        m_columns.push_back({format, temporal, " s=\"" + std::to_string(static_cast<std::size_t>(xlsx::style::firstColumn) + i) + '"',
-                             width, wraps ? static_cast<std::size_t>(0.95 * width) : 0});
-    }
+    m_shape = shape;
+    m_columns = xlsx::makeColumns(shape, sample, m_styles);
+    m_outline.emplace(shape);
+    makeLevels();
+    widenForLabels(sample);
     m_aboutName = m_names.take(kAboutName);
-    xlsx::writeFirstParts(m_zip);
+    std::size_t drawn = 0;
+    for (const ChartSpec &chart : shape.charts)
+        drawn += xlsx::isDrawn(chart.kind) ? 1 : 0;
+    if (!shape.charts.empty()) {
+        m_chartsName = m_names.take(kChartsName);
+        m_figuresName = m_names.take(kFiguresName);
+    }
+    xlsx::writeFirstParts(m_zip, drawn);
     beginSheet();
 }
 
-/// One line of the heading: a single cell that runs over its neighbours. \p height in points.
-void XlsxWriter::writeLine(int style, std::string_view text, double height)
+void XlsxWriter::makeLevels()
 {
-    std::string row = "<row ht=\"";
-    numbers::appendFixed(height, {0, 2, false, 0}, row);
-    m_zip.write(row + "\" customHeight=\"1\">");
-    writeTextCell(" s=\"" + std::to_string(style) + '"', text);
-    m_zip.write("</row>");
-    ++m_sheetRow;
+    static constexpr std::array<std::pair<Font, Border>, 3> kHeadings{
+        {{Font::Group1, Border::Group1}, {Font::Group2, Border::Group2}, {Font::Strong, Border::None}}};
+    const Look subtotal{.font = Font::Strong, .fill = Fill::Subtotal, .border = Border::Subtotal};
+    for (std::size_t i = 0; i < m_shape.groups.size(); ++i) {
+        const GroupLevel &group = m_shape.groups[i];
+        const auto [font, border] = kHeadings[std::min(i, kHeadings.size() - 1)];
+        const Look heading{.font = font, .border = border, .centred = true};
+        m_levels.push_back(Level{.format = CellFormatter(group.column),
+                                 .caption = group.column.caption,
+                                 // A value that no column shows has no other place.
+                                 .heading = group.heading || !group.shown,
+                                 .newPage = group.newPage,
+                                 .headingStyle = m_styles.attribute(heading),
+                                 .restStyle = m_styles.attribute({.border = border}),
+                                 .totals = xlsx::Totals(group.subtotals, m_shape, m_columns, subtotal, m_styles)});
+    }
+    if (!m_shape.totals.empty())
+        m_totals.emplace(m_shape.totals, m_shape, m_columns, Look{.font = Font::Total, .fill = Fill::Total, .border = Border::Total},
+                         m_styles);
+}
+
+/// The labels of totals begin in the first column, which may be a narrow one.
+void XlsxWriter::widenForLabels(const SampleRows &sample)
+{
+    constexpr double kMost = 44;
+    constexpr std::size_t kMostKey = 30, kUsualKey = 20;
+    if (m_columns.empty())
+        return;
+    double missing = m_totals ? m_totals->missingRoom(m_columns, 0) : 0;
+    for (std::size_t i = 0; i < m_levels.size(); ++i) {
+        std::size_t key = m_shape.groups[i].shown ? 0 : kUsualKey;
+        for (std::size_t row = 0; m_shape.groups[i].shown && row < sample.rows; ++row) {
+            std::string text;
+            m_levels[i].format.append(sample.row(row)[*m_shape.groups[i].shown], text);
+            key = std::max(key, std::min(xlsx::textWidth(text), kMostKey));
+        }
+        missing = std::max(missing, m_levels[i].totals.missingRoom(m_columns, key));
+    }
+    xlsx::SheetColumn &first = m_columns.front();
+    first.width = std::max(first.width, std::min(first.width + missing, kMost));
+    first.wrapsAt = first.wrapsAt > 0 ? static_cast<std::size_t>(0.95 * first.width) : 0;
 }
 
 void XlsxWriter::writeHeadings()
 {
-    writeLine(xlsx::style::title, m_head.title, 24);
+    m_cells.line(m_styles.attribute({.font = Font::Title}), m_head.title, 24);
     if (!m_head.subtitle.empty())
-        writeLine(xlsx::style::subtitle, m_head.subtitle, 16);
+        m_cells.line(m_styles.attribute({.font = Font::Subtitle}), m_head.subtitle, 16);
     // The number of rows is known only at the end; a shared string, which is written then, stands for it.
-    m_zip.write("<row ht=\"18\" customHeight=\"1\"><c s=\"" + std::to_string(xlsx::style::summary) + "\" t=\"s\"><v>0</v></c></row>");
-    m_zip.write("<row ht=\"24\" customHeight=\"1\">");
-    for (const ReportColumn &column : m_reportColumns) {
-        const int style = xlsx::style::firstHeading + static_cast<int>(column.alignment);
-        writeTextCell(" s=\"" + std::to_string(style) + '"', column.caption);
-    }
-    m_zip.write("</row>");
-    m_sheetRow += 2;
+    m_cells.beginRow(18, 0, true);
+    m_zip.write("<c" + m_styles.attribute({.font = Font::Subtitle}) + " t=\"s\"><v>0</v></c>");
+    m_cells.endRow();
+    std::size_t lines = 1;
+    for (std::size_t i = 0; i < m_columns.size(); ++i)
+        lines = std::max(lines, xlsx::headingLines(m_shape.columns[i].caption, m_columns[i].width));
+    m_cells.beginRow(xlsx::kLineHeight * static_cast<double>(lines) + 10.5, 0, true);
+    for (std::size_t i = 0; i < m_columns.size(); ++i)
+        m_cells.text(m_styles.attribute({.font = Font::Heading,
+                                         .fill = Fill::Heading,
+                                         .border = Border::Heading,
+                                         .alignment = m_shape.columns[i].alignment,
+                                         .centred = true,
+                                         .wrap = true}),
+                     m_shape.columns[i].caption);
+    m_cells.endRow();
 }
 
 void XlsxWriter::beginSheet()
 {
-    const std::string number = std::to_string(m_sheets.size() + 1);
     m_sheets.push_back({m_names.take(m_head.title), {}, {}});
-    m_zip.open("xl/worksheets/sheet" + number + ".xml");
+    ++m_rowSheets;
+    m_zip.open("xl/worksheets/sheet" + std::to_string(m_sheets.size()) + ".xml");
     m_headingRows = m_head.subtitle.empty() ? 3 : 4;
-    const std::string heads = std::to_string(m_headingRows);
-    m_zip.write(kSheetStart);
-    m_zip.write("<sheetPr><pageSetUpPr fitToPage=\"1\"/></sheetPr><sheetViews><sheetView " +
-                std::string(m_sheets.size() == 1 ? "tabSelected=\"1\" " : "") + "workbookViewId=\"0\"><pane ySplit=\"" + heads +
-                "\" topLeftCell=\"A" + std::to_string(m_headingRows + 1) +
-                "\" activePane=\"bottomLeft\" state=\"frozen\"/></sheetView></sheetViews>" + "<sheetFormatPr defaultRowHeight=\"13.5\"/>");
-    std::string widths;
-    for (std::size_t i = 0; i < m_columns.size(); ++i) {
-        const std::string at = std::to_string(i + 1);
-        widths += textscan::joined({"<col min=\"", at, "\" max=\"", at, "\" width=\""});
-        numbers::appendFixed(m_columns[i].width, {0, 2, false, 0}, widths);
-        widths += "\" customWidth=\"1\"/>";
+    const std::string heads = std::to_string(m_headingRows), below = std::to_string(m_headingRows + 1);
+    const std::size_t deepest = m_outline->deepest();
+    m_zip.write(xlsx::kSheetStart);
+    m_zip.write(textscan::joined(
+        {"<sheetPr>", m_outline->summaryBelow() ? "" : "<outlinePr summaryBelow=\"0\"/>",
+         "<pageSetUpPr fitToPage=\"1\"/></sheetPr><sheetViews><sheetView ", m_sheets.size() == 1 ? "tabSelected=\"1\" " : "",
+         "workbookViewId=\"0\"><pane ySplit=\"", heads, "\" topLeftCell=\"A", below,
+         "\" activePane=\"bottomLeft\" state=\"frozen\"/></sheetView></sheetViews><sheetFormatPr defaultRowHeight=\"13.5\"",
+         deepest > 0 ? " outlineLevelRow=\"" + std::to_string(deepest) + '"' : std::string(), "/>"}));
+    std::vector<double> widths;
+    for (xlsx::SheetColumn &column : m_columns) {
+        widths.push_back(column.width);
+        column.lastText = column.lastBlank = column.lastLabel = column.lastFixed = 0;
     }
-    m_zip.write(widths.empty() ? "" : "<cols>" + widths + "</cols>");
+    m_zip.write(xlsx::columnWidths(widths));
     m_zip.write("<sheetData>");
-    m_sheetRow = 0;
+    m_cells.restart();
     writeHeadings();
+    m_lastDataRow = m_cells.at();
 }
 
 void XlsxWriter::endSheet()
@@ -214,146 +224,111 @@ void XlsxWriter::endSheet()
     m_zip.write("</sheetData>");
     if (!m_columns.empty()) {
         const std::string last = xlsx::columnLetters(m_columns.size() - 1);
-        const std::string top = std::to_string(m_headingRows), bottom = std::to_string(m_sheetRow);
+        const std::string top = std::to_string(m_headingRows), bottom = std::to_string(m_lastDataRow);
         m_zip.write("<autoFilter ref=\"A" + top + ':' + last + bottom + "\"/>");
         m_sheets.back().filter = "$A$" + top + ":$" + last + '$' + bottom;
         m_sheets.back().titles = "$" + top + ":$" + top;
     }
-    const bool landscape = m_head.page.widthMm > m_head.page.heightMm;
-    const std::string bands = xlsx::headerFooter(m_head);
-    std::string side, top;
-    numbers::appendFixed(m_head.page.marginMm / 25.4, {1, 4, false, 0}, side);
-    // The bands stand within the margins at head and foot.
-    numbers::appendFixed(std::max(m_head.page.marginMm / 25.4, bands.empty() ? 0.0 : 0.7), {1, 4, false, 0}, top);
-    m_zip.write("<pageMargins left=\"" + side + "\" right=\"" + side + "\" top=\"" + top + "\" bottom=\"" + top +
-                "\" header=\"0.3\" footer=\"0.3\"/><pageSetup paperSize=\"" +
-                std::to_string(paperNumber(m_head.page.widthMm, m_head.page.heightMm)) + "\" fitToHeight=\"0\" orientation=\"" +
-                (landscape ? "landscape" : "portrait") + "\"/>" + bands + "</worksheet>");
+    m_zip.write(xlsx::pageElements(m_head, m_head.page.widthMm > m_head.page.heightMm) + xlsx::rowBreaks(m_breaks) + "</worksheet>");
     m_zip.close();
-    m_notes.sheets = static_cast<std::int64_t>(m_sheets.size());
+    m_breaks.clear();
+}
+
+/// Goes on to a new sheet where \p rows more have no room on this one.
+void XlsxWriter::makeRoom(std::int64_t rows)
+{
+    if (m_cells.at() + rows <= kMaxSheetRows && m_zip.memberSize() <= kMaxSheetBytes)
+        return;
+    endSheet();
+    beginSheet();
+    for (std::size_t i = 0; i < m_openLevels; ++i)
+        if (m_levels[i].heading)
+            writeGroupHeading(m_levels[i], i, true);
+}
+
+void XlsxWriter::writeGroupHeading(const Level &level, std::size_t index, bool continued)
+{
+    std::string text = level.caption.empty() ? level.key : level.caption + ": " + level.key;
+    text += continued ? " (continued)" : "";
+    m_cells.beginRow(index == 0 ? 21 : 18, m_outline->levelOf(index), true);
+    m_cells.text(level.headingStyle, text);
+    for (std::size_t i = 1; i < m_columns.size(); ++i)
+        m_cells.empty(level.restStyle);
+    m_cells.endRow();
+    if (!m_columns.empty())
+        m_columns.front().lastLabel = m_cells.at();
+}
+
+void XlsxWriter::writeRow(std::span<const Value> cells, std::size_t outlineLevel)
+{
+    makeRoom(1);
+    m_cells.row(cells, m_columns, outlineLevel);
+    m_lastDataRow = m_cells.at();
+}
+
+void XlsxWriter::writeHeldRow()
+{
+    if (m_held.isHeld())
+        writeRow(m_held.release(), m_heldLevel);
+}
+
+void XlsxWriter::beginGroup(std::size_t index, const Value &key)
+{
+    constexpr std::int64_t kRowsWithHeading = 4;
+    writeHeldRow();
+    Level &level = m_levels[index];
+    level.key.clear();
+    if (key.isNull() && m_shape.groups[index].column.nullText.empty())
+        level.key = "\xE2\x80\x93";
+    else if (key.isNull())
+        level.key = m_shape.groups[index].column.nullText;
+    else
+        level.format.append(key, level.key);
+    makeRoom(kRowsWithHeading);
+    if (level.newPage && m_lastDataRow > m_headingRows && (m_breaks.empty() || m_breaks.back() != m_cells.at())) {
+        if (m_breaks.size() < kMaxBreaks)
+            m_breaks.push_back(m_cells.at());
+        else
+            m_breaksLeftOut = true;
+    }
+    if (level.heading)
+        writeGroupHeading(level, index, false);
+    level.firstRow = m_cells.at() + 1;
+    level.sheet = m_rowSheets;
+    m_openLevels = index + 1;
+    m_firstOfGroup = true;
 }
 
 void XlsxWriter::row(std::span<const Value> cells)
 {
-    if (m_sheetRow == kMaxSheetRows || m_zip.memberSize() > kMaxSheetBytes) {
-        endSheet();
-        beginSheet();
-    }
-    beginRow(cells);
-    for (std::size_t i = 0; i < cells.size(); ++i)
-        writeCell(cells[i], m_columns[i]);
-    m_zip.write("</row>");
-    ++m_sheetRow;
-}
-
-/// The height is written, since not every program works it out when it opens a workbook.
-void XlsxWriter::beginRow(std::span<const Value> cells)
-{
-    std::size_t lines = 1;
-    for (std::size_t i = 0; i < cells.size(); ++i)
-        if (cells[i].kind == Value::Kind::Text && m_columns[i].wrapsAt > 0)
-            lines = std::max(lines, lineCount(cells[i].text(), m_columns[i].wrapsAt));
-    if (lines == 1) {
-        m_zip.write("<row>");
+    if (m_levels.empty()) {
+        writeRow(cells, 0);
         return;
     }
-    std::string row = "<row ht=\"";
-    numbers::appendFixed(kLineHeight * static_cast<double>(lines), {0, 1, false, 0}, row);
-    m_zip.write(row + "\">");
-}
-
-void XlsxWriter::writeCell(const Value &value, const Column &column)
-{
-    switch (value.kind) {
-    case Value::Kind::Null: {
-        char *const out = m_zip.room(kCellRoom);
-        m_zip.advanceTo(put(put(put(out, "<c"), column.styleAttribute), "/>"));
+    // A row that stays alone in its group must not fold: there would be nothing left to see of it.
+    if (m_firstOfGroup) {
+        m_held.hold(cells);
+        m_heldLevel = m_outline->deepest();
+        m_firstOfGroup = false;
         return;
     }
-    case Value::Kind::Integer:
-        writeInteger(value.integer, column);
-        return;
-    case Value::Kind::Real: {
-        char text[numbers::kMaxText];
-        const char *const end = numbers::writeShortest(value.real, text);
-        if (std::isfinite(value.real))
-            writeNumber(column, text, end);
-        else
-            writeTextCell(column.styleAttribute, {text, static_cast<std::size_t>(end - text)});
-        return;
-    }
-    case Value::Kind::Text:
-        writeTextValue(value, column);
-        return;
-    case Value::Kind::Blob:
-        writeBlob(value.text(), column);
-        return;
-    }
+    writeHeldRow();
+    writeRow(cells, m_outline->deepest());
 }
 
-/// In hexadecimal; a blob that is longer than a cell is cut, and its end says how long it was.
-void XlsxWriter::writeBlob(std::string_view blob, const Column &column)
+void XlsxWriter::endGroup(const GroupEnd &group)
 {
-    constexpr std::size_t kMaxBlob = (xlsx::kMaxCellUnits - 2) / 2, kKeptBlob = kMaxBlob - 50;
-    m_text = "0x";
-    textscan::appendHex(blob.size() > kMaxBlob ? blob.substr(0, kKeptBlob) : blob, m_text);
-    if (blob.size() > kMaxBlob) {
-        m_text += "\xE2\x80\xA6 [cut: " + numbers::counted(static_cast<std::int64_t>(blob.size()), "byte", "bytes") + " in all]";
-        ++m_notes.cellsCut;
+    Level &level = m_levels[group.level];
+    const std::size_t outlineLevel = m_outline->levelOf(group.level);
+    if (group.rows > 1) {
+        writeHeldRow();
+        makeRoom(static_cast<std::int64_t>(level.totals.lines()));
+        // What began on another sheet is out of the reach of a formula.
+        level.totals.write(m_cells, m_columns, group.cut ? level.key + " (cut off by the row limit)" : level.key, group.subtotals,
+                           level.sheet == m_rowSheets ? level.firstRow : 0, outlineLevel);
     }
-    writeTextCell(column.styleAttribute, m_text);
-}
-
-void XlsxWriter::writeNumber(const Column &column, const char *digits, const char *end)
-{
-    char *out = put(put(put(m_zip.room(kCellRoom), "<c"), column.styleAttribute), "><v>");
-    m_zip.advanceTo(put(put(out, {digits, static_cast<std::size_t>(end - digits)}), "</v></c>"));
-}
-
-void XlsxWriter::writeInteger(std::int64_t value, const Column &column)
-{
-    char text[numbers::kMaxText];
-    const char *const end = numbers::writeInteger(value, text);
-    if (column.format.style() == Style::Boolean && (value == 0 || value == 1)) {
-        char *out = put(put(put(m_zip.room(kCellRoom), "<c"), column.styleAttribute), value == 1 ? " t=\"b\"><v>1" : " t=\"b\"><v>0");
-        m_zip.advanceTo(put(out, "</v></c>"));
-    } else if (value > kMaxExactInteger || value < -kMaxExactInteger) {
-        writeTextCell(column.styleAttribute, {text, static_cast<std::size_t>(end - text)});
-    } else {
-        writeNumber(column, text, end);
-    }
-}
-
-void XlsxWriter::writeTextValue(const Value &value, const Column &column)
-{
-    if (column.temporal != Style::Plain) {
-        const std::optional<IsoTime> time = parseIsoTime(value.text());
-        const std::optional<double> serial = time ? serialOf(*time, column.temporal) : std::nullopt;
-        if (serial) {
-            char text[numbers::kMaxText];
-            writeNumber(column, text, numbers::writeShortest(*serial, text));
-            return;
-        }
-    }
-    writeTextCell(column.styleAttribute, value.text());
-}
-
-void XlsxWriter::writeTextCell(std::string_view styleAttribute, std::string_view text)
-{
-    std::string cut;
-    if (text.size() > xlsx::kMaxCellUnits) {
-        cut = xlsx::cutText(text);
-        if (!cut.empty()) {
-            text = cut;
-            ++m_notes.cellsCut;
-        }
-    }
-    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    const bool keepsBlanks = !text.empty() && (isBlank(text.front()) || isBlank(text.back()));
-    char *const out = put(put(m_zip.room(kCellRoom), "<c"), styleAttribute);
-    m_zip.advanceTo(put(out, keepsBlanks ? " t=\"inlineStr\"><is><t xml:space=\"preserve\">" : " t=\"inlineStr\"><is><t>"));
-    xlsx::writeText(m_zip, text);
-    m_zip.advanceTo(put(m_zip.room(kCellRoom), "</t></is></c>"));
+    m_heldLevel = std::min(m_heldLevel, outlineLevel);
+    m_openLevels = group.level;
 }
 
 std::string XlsxWriter::summary(const ReportTail &tail) const
@@ -361,51 +336,67 @@ std::string XlsxWriter::summary(const ReportTail &tail) const
     std::string text = tail.rows == 0 ? std::string(kNoRows) + ": nothing matched what was asked for." : rowsText(tail.rows) + '.';
     if (tail.truncated)
         text = "Not complete. " + cutNotice(tail);
-    if (m_sheets.size() > 1)
-        text += " On " + std::to_string(m_sheets.size()) + " sheets.";
+    if (m_rowSheets > 1)
+        text += " On " + std::to_string(m_rowSheets) + " sheets.";
+    const std::size_t notices = m_head.notices.size() + tail.notices.size();
+    if (notices > 0)
+        return text + " Read the " + (notices == 1 ? "notice" : std::to_string(notices) + " notices") + " on the sheet \"" + m_aboutName +
+               "\".";
     return text + " More on the sheet \"" + m_aboutName + "\".";
 }
 
-void XlsxWriter::writeFact(std::string_view name, std::string_view value)
+std::vector<xlsx::Statement> XlsxWriter::statements(const ReportTail &tail) const
 {
-    m_zip.write("<row>");
-    writeTextCell(" s=\"" + std::to_string(xlsx::style::factName) + '"', name);
-    writeTextCell(" s=\"" + std::to_string(xlsx::style::factValue) + '"', value);
-    m_zip.write("</row>");
+    std::vector<xlsx::Statement> all{{"Rows", rowsText(tail.rows)}};
+    if (tail.truncated)
+        all.emplace_back("Not complete", cutNotice(tail));
+    if (m_rowSheets > 1)
+        all.emplace_back("Sheets", std::to_string(m_rowSheets));
+    if (m_rowSheets > 1 && (m_totals || !m_levels.empty()))
+        all.emplace_back("Totals", "Those of rows on more than one sheet are values; the others are formulas.");
+    if (m_breaksLeftOut)
+        all.emplace_back("Pages", "Only the first " + numbers::counted(kMaxBreaks, "group", "groups") +
+                                      " of a sheet begin a new page when it is printed: a sheet holds no more breaks.");
+    if (m_cells.cut() > 0) {
+        all.emplace_back("Cells cut", numbers::counted(m_cells.cut(), "cell was", "cells were") +
+                                          " longer than a workbook holds (32,767 characters) and cut; each says so at its end.");
+    }
+    return all;
 }
 
-void XlsxWriter::writeAbout(const ReportTail &tail)
+template <class Write>
+void XlsxWriter::addSheet(const std::string &name, const Write &write)
 {
-    m_zip.open("xl/worksheets/sheet" + std::to_string(m_sheets.size() + 1) + ".xml");
-    m_zip.write(kSheetStart);
-    m_zip.write("<sheetViews><sheetView showGridLines=\"0\" workbookViewId=\"0\"/></sheetViews><cols><col min=\"1\" max=\"1\" width=\"22\" "
-                "customWidth=\"1\"/><col min=\"2\" max=\"2\" width=\"90\" customWidth=\"1\"/></cols><sheetData>");
-    writeLine(xlsx::style::title, m_head.title, 24);
-    if (!m_head.subtitle.empty())
-        writeLine(xlsx::style::subtitle, m_head.subtitle, 16);
-    m_zip.write("<row/>");
-    for (const Fact &fact : m_head.facts)
-        writeFact(fact.label, fact.value);
-    writeFact("Rows", rowsText(tail.rows));
-    if (tail.truncated)
-        writeFact("Not complete", cutNotice(tail));
-    if (m_sheets.size() > 1)
-        writeFact("Sheets", std::to_string(m_sheets.size()));
-    if (m_notes.cellsCut > 0) {
-        writeFact("Cells cut", numbers::counted(m_notes.cellsCut, "cell was", "cells were") +
-                                   " longer than a workbook holds (32,767 characters) and cut; each says so at its end.");
-    }
-    m_zip.write("</sheetData></worksheet>");
+    m_sheets.push_back({name, {}, {}});
+    m_zip.open("xl/worksheets/sheet" + std::to_string(m_sheets.size()) + ".xml");
+    write();
     m_zip.close();
-    m_sheets.push_back({m_aboutName, {}, {}});
+}
+
+void XlsxWriter::writeOtherSheets(const ReportTail &tail)
+{
+    xlsx::ChartSheets charts(m_shape.charts, tail.charts, m_figuresName);
+    if (!m_shape.charts.empty()) {
+        addSheet(m_chartsName, [&] { charts.writeCharts(m_zip, m_cells, m_styles, m_head); });
+        charts.writeDrawing(m_zip, m_sheets.size());
+    }
+    addSheet(m_aboutName, [&] { xlsx::writeAbout(m_zip, m_cells, m_styles, m_head, m_shape, tail, statements(tail)); });
+    if (!m_shape.charts.empty())
+        addSheet(m_figuresName, [&] { charts.writeFigures(m_zip, m_cells, m_styles, m_head); });
 }
 
 void XlsxWriter::end(const ReportTail &tail)
 {
+    writeHeldRow();
+    if (m_totals && tail.rows > 0) {
+        makeRoom(static_cast<std::int64_t>(m_totals->lines()));
+        m_totals->write(m_cells, m_columns, tail.truncated ? "Of the rows shown" : "", tail.totals,
+                        m_rowSheets == 1 ? m_headingRows + 1 : 0, 0);
+    }
     endSheet();
     const std::string text = summary(tail);
-    writeAbout(tail);
-    xlsx::writeLastParts(m_zip, m_head.title, m_reportColumns, m_sheets, text);
+    writeOtherSheets(tail);
+    xlsx::writeLastParts(m_zip, m_head, m_styles.part(), m_sheets, text);
     m_zip.finish();
 }
 

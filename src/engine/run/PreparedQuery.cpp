@@ -124,6 +124,7 @@ PreparedQuery prepareQuery(std::shared_ptr<const Query> query, const QueryHome &
     facts.package = home.package;
     facts.group = home.group;
     facts.source = prepared.source.shown;
+    facts.house = readHouseStyle(home.installPath);
     facts.madeLocal = wallText(moment.wallNow());
     facts.madeUtc = utcText(moment.now());
     choosePeriod(prepared, choices, moment);

@@ -9,6 +9,7 @@
 #include "engine/run/QueryHome.h"
 #include "engine/sql/Period.h"
 #include "engine/sql/SqlParameters.h"
+#include "framework/HouseStyle.h"
 #include "framework/Query.h"
 
 #include <QMap>
@@ -29,6 +30,7 @@ struct RunFacts
     QString dateFrom, dateTo;   ///< ends of the period in UTC; empty without one
     QString madeLocal, madeUtc; ///< "YYYY-MM-DD HH:MM:SS"
     QString format;
+    HouseStyle house;
     std::vector<Fact> parameters; ///< by their labels; those of the period are not among them
 };
 

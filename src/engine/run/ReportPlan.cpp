@@ -1,11 +1,14 @@
 #include "engine/run/ReportPlan.h"
 
 #include "core/Failure.h"
+#include "documents/CellFormat.h"
 #include "engine/outputs/OutputNaming.h"
 #include "engine/run/ColumnGuess.h"
+#include "engine/run/LayoutCells.h"
 #include "engine/run/ReportFields.h"
 #include "engine/run/ShapePlan.h"
 #include "framework/LayoutWords.h"
+#include "platform/Files.h"
 
 #include <algorithm>
 #include <numeric>
@@ -64,7 +67,7 @@ ColumnType typeOfFormat(const QString &format, ColumnType guessed)
         return ColumnType::Date;
     if (format == QStringLiteral("time"))
         return ColumnType::Time;
-    if (format.startsWith(QStringLiteral("datetime")))
+    if (format.startsWith(QStringLiteral("datetime")) || format == QStringLiteral("local"))
         return ColumnType::DateTime;
     return guessed;
 }
@@ -93,8 +96,10 @@ ReportColumn resolveColumn(const LayoutColumn &asked, const ResultColumn &column
     if (asked.format == QStringLiteral("boolean") && resolved.type == ColumnType::Integer)
         resolved.type = ColumnType::Boolean;
     resolved.type = typeOfFormat(asked.format, resolved.type);
-    resolved.format = asked.format.isEmpty() ? guessFormat(resolved.type, sample, index) : asked.format.toStdString();
-    resolved.alignment = alignmentOf(asked.alignment, resolved.type);
+    const bool isFormatKnown = !asked.format.isEmpty() && isFormat(asked.format.toStdString());
+    resolved.format = isFormatKnown ? asked.format.toStdString() : guessFormat(resolved.type, sample, index);
+    applyCells(asked, resolved);
+    resolved.alignment = alignmentOf(asked.alignment, resolved.words.empty() ? resolved.type : ColumnType::Text);
     resolved.wrap = asked.wrap;
     resolved.widthMm = asked.widthMm > 0 ? asked.widthMm : guessWidth(resolved, sample, index);
     return resolved;
@@ -127,11 +132,11 @@ void fitWidths(std::vector<ReportColumn> &columns, const std::vector<bool> &fixe
             columns[i].widthMm = std::min(columns[i].widthMm, widest);
 }
 
-PageSetup pageSetup(const LayoutPage &page)
+PageSetup pageSetup(const LayoutPage &page, const HouseStyle &house)
 {
-    const Paper &paper = paperOf(page.size.value_or(PageSize::A4));
+    const Paper &paper = paperOf(page.size.value_or(house.paper.value_or(PageSize::A4)));
     const bool landscape = page.orientation == PageOrientation::Landscape;
-    return {landscape ? paper.heightMm : paper.widthMm, landscape ? paper.widthMm : paper.heightMm, page.marginMm};
+    return {landscape ? paper.heightMm : paper.widthMm, landscape ? paper.widthMm : paper.heightMm, page.marginMm, page.allowA3};
 }
 
 bool isEmpty(const LayoutBand &band)
@@ -158,6 +163,47 @@ std::vector<Fact> statedFacts(const RunFacts &facts)
     return stated;
 }
 
+/// The header where the layout has neither it nor a footer.
+LayoutBand usualHeader(const HouseStyle &house)
+{
+    return {QStringLiteral("{title}"), QStringLiteral("{classification}"),
+            house.organisation.isEmpty() ? QStringLiteral("{package}") : QStringLiteral("{organisation}")};
+}
+
+/// The house's footer; the program's where it has none, or one that names what is not known, which \p head then says.
+LayoutBand usualFooter(const HouseStyle &house, const QMap<QString, QString> &fields, ReportHead &head)
+{
+    LayoutBand footer{QStringLiteral("{made}"), {}, QStringLiteral("Page {page} of {pages}")};
+    try {
+        if (const QString text = fillFields(house.footer, fields, QLatin1String(kHouseStyleFile), pageFields()); !text.isEmpty())
+            footer.left = house.footer;
+    } catch (const RuntimeError &error) {
+        head.notices.push_back(error.description().toStdString());
+    }
+    return footer;
+}
+
+/// What the house and the layout's author say to the reader.
+void stateStyle(const ReportLayout &layout, const HouseStyle &house, const QString &note, ReportHead &head)
+{
+    head.house = {house.organisation.toStdString(), house.classification.toStdString(), house.preparedBy.toStdString()};
+    if (!house.language.isEmpty())
+        head.language = house.language.toStdString();
+    const auto state = [&head](Fact::Kind kind, const char *label, const QString &text) {
+        if (!text.isEmpty())
+            head.facts.push_back({kind, label, text.toStdString()});
+    };
+    state(Fact::Kind::House, "Organisation", house.organisation);
+    state(Fact::Kind::House, "Classification", house.classification);
+    state(Fact::Kind::House, "Prepared by", house.preparedBy);
+    state(Fact::Kind::Note, "Note", note);
+    const auto isLocal = [](const LayoutColumn &column) { return column.visible && column.format == QStringLiteral("local"); };
+    if (std::any_of(layout.columns.begin(), layout.columns.end(), isLocal))
+        for (Fact &fact : head.facts)
+            if (fact.kind == Fact::Kind::Times)
+                fact.value += ", but where they state their distance from it";
+}
+
 ReportHead makeHead(const ReportLayout &layout, const QString &layoutName, const RunFacts &facts)
 {
     auto fields = fieldValues(facts);
@@ -169,18 +215,23 @@ ReportHead makeHead(const ReportLayout &layout, const QString &layoutName, const
     head.title = title.toStdString();
     head.subtitle = fillFields(layout.subtitle, fields, where).toStdString();
     head.facts = statedFacts(facts);
-    head.page = pageSetup(layout.page);
+    head.page = pageSetup(layout.page, facts.house);
+    stateStyle(layout, facts.house, fillFields(layout.note, fields, where), head);
+    for (const QString &warning : facts.house.warnings)
+        head.notices.push_back(warning.toStdString());
+    for (const QString &warning : layoutWarnings(layout))
+        head.notices.push_back(QStringLiteral("The layout %1: %2").arg(files::lastPart(layoutName), warning).toStdString());
     const auto fill = [&](const LayoutBand &band) {
         return PageBand{fillFields(band.left, fields, where, later).toStdString(),
                         fillFields(band.centre, fields, where, later).toStdString(),
                         fillFields(band.right, fields, where, later).toStdString()};
     };
     const bool automatic = isEmpty(layout.header) && isEmpty(layout.footer);
-    head.houseBands = automatic;
+    head.houseBands = automatic && facts.house.organisation.isEmpty() && facts.house.footer.isEmpty();
     head.madeUtc = facts.madeUtc.toStdString();
     head.creator = "Quillmark " QUILLMARK_VERSION;
-    head.header = fill(automatic ? LayoutBand{QStringLiteral("{title}"), {}, QStringLiteral("{package}")} : layout.header);
-    head.footer = fill(automatic ? LayoutBand{QStringLiteral("{made}"), {}, QStringLiteral("Page {page} of {pages}")} : layout.footer);
+    head.header = fill(automatic ? usualHeader(facts.house) : layout.header);
+    head.footer = fill(automatic ? usualFooter(facts.house, fields, head) : layout.footer);
     return head;
 }
 

@@ -96,6 +96,8 @@ void ReportRun::pipe()
     if (!layoutFile.isEmpty())
         layout = readLayoutFile(layoutFile);
     ReportPlan plan = planReport(layout ? &*layout : nullptr, layoutFile, source->columns(), sample, prepared.facts, m_output->shapeUse());
+    for (const std::string &notice : plan.head.notices)
+        addNote(QString::fromStdString(notice));
     ReportWriter &writer = m_output->open({plan.head, fieldValues(prepared.facts)});
     RowPipe rows(*source, sample, plan, writer, m_limits, m_options.progress);
     const ReportTail tail = rows.pass(prepared.query->rowLimit);

@@ -1,10 +1,9 @@
 #include "reporting/editor/LayoutColumnModel.h"
 
-#include "core/RuntimeError.h"
+#include "documents/CellFormat.h"
 #include "framework/LayoutWords.h"
 #include "reporting/common/VisibleText.h"
-
-#include <QRegularExpression>
+#include "reporting/editor/LayoutCellText.h"
 
 #include <algorithm>
 
@@ -12,58 +11,10 @@ namespace qm {
 
 QStringList columnFormats()
 {
-    return {QString(),
-            QStringLiteral("#,##0"),
-            QStringLiteral("#,##0.00"),
-            QStringLiteral("0"),
-            QStringLiteral("percent"),
-            QStringLiteral("bytes"),
-            QStringLiteral("date"),
-            QStringLiteral("time"),
-            QStringLiteral("datetime"),
-            QStringLiteral("datetime-ms"),
-            QStringLiteral("boolean")};
-}
-
-QString aggregatesText(const std::vector<LayoutAggregate> &aggregates)
-{
-    QStringList parts;
-    for (const LayoutAggregate &aggregate : aggregates) {
-        QString part = aggregateWords().value(static_cast<int>(aggregate.function));
-        if (!aggregate.field.isEmpty())
-            part += u'(' + aggregate.field + u')';
-        if (!aggregate.caption.isEmpty())
-            part += QStringLiteral(" as ") + aggregate.caption;
-        parts << part;
-    }
-    return parts.join(QStringLiteral("; "));
-}
-
-std::vector<LayoutAggregate> readAggregates(const QString &text)
-{
-    static const QRegularExpression form(
-        QStringLiteral("^(%1)\\s*(?:\\(\\s*([^)]*?)\\s*\\))?(?:\\s+as\\s+(.+))?$").arg(aggregateWords().join(u'|')),
-        QRegularExpression::CaseInsensitiveOption);
-    std::vector<LayoutAggregate> aggregates;
-    for (const QString &part : text.split(u';')) {
-        if (part.trimmed().isEmpty())
-            continue;
-        const auto match = form.match(part.trimmed());
-        LayoutAggregate aggregate;
-        if (match.hasMatch()) {
-            aggregate.function = static_cast<Aggregate>(aggregateWords().indexOf(match.captured(1).toLower()));
-            aggregate.field = match.captured(2);
-            aggregate.caption = match.captured(3).trimmed();
-        }
-        if (!match.hasMatch() || (aggregate.field.isEmpty() && aggregate.function != Aggregate::Count))
-            raise(err::reportFailed,
-                  QStringLiteral("\"%1\" is no total. Write count, or sum, average, minimum or maximum with a column in brackets: "
-                                 "sum(attempts); count; maximum(size) as Largest")
-                      .arg(part.trimmed()),
-                  kFrameworkSource);
-        aggregates.push_back(aggregate);
-    }
-    return aggregates;
+    QStringList formats{QString(), QStringLiteral("#,##0"), QStringLiteral("#,##0.00"), QStringLiteral("0")};
+    for (const std::string_view name : formatNames())
+        formats << QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+    return formats;
 }
 
 void LayoutColumnModel::setColumns(const std::vector<LayoutColumn> &columns)
@@ -144,6 +95,12 @@ QVariant LayoutColumnModel::data(const QModelIndex &index, int role) const
         return alignmentWords().value(static_cast<int>(column.alignment));
     case Format:
         return column.format.isEmpty() && shown ? tr("automatic") : column.format;
+    case Words:
+        return shown ? visibleText(wordsText(column.words)) : wordsText(column.words);
+    case Rules:
+        return shown ? visibleText(rulesText(column.rules)) : rulesText(column.rules);
+    case NullText:
+        return shown ? visibleText(column.nullText) : column.nullText;
     default:
         return {};
     }
@@ -151,10 +108,19 @@ QVariant LayoutColumnModel::data(const QModelIndex &index, int role) const
 
 QVariant LayoutColumnModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
         return {};
-    return QStringList{tr("Column"), tr("Caption"), tr("Width (mm)"), tr("Alignment"), tr("Format"), tr("Shown"), tr("Wrap")}.value(
-        section);
+    if (role == Qt::ToolTipRole && section == Words)
+        return tr("What is shown in place of values: 2 = at the desk; 3 = over the network");
+    if (role == Qt::ToolTipRole && section == Rules)
+        return tr("Cells that stand out: >= 100: alarm; contains fail: warning; null: strong. The first that holds counts.");
+    if (role == Qt::ToolTipRole && section == NullText)
+        return tr("What is shown where the database has no value");
+    if (role != Qt::DisplayRole)
+        return {};
+    return QStringList{tr("Column"), tr("Caption"), tr("Width (mm)"), tr("Alignment"), tr("Format"),
+                       tr("Shown"),  tr("Wrap"),    tr("Words"),      tr("Rules"),     tr("Text for NULL")}
+        .value(section);
 }
 
 Qt::ItemFlags LayoutColumnModel::flags(const QModelIndex &index) const
@@ -189,6 +155,12 @@ bool LayoutColumnModel::setData(const QModelIndex &index, const QVariant &value,
         column.alignment = static_cast<Alignment>(std::max<qsizetype>(0, alignmentWords().indexOf(text)));
     } else if (index.column() == Format) {
         column.format = text.trimmed();
+    } else if (index.column() == Words) {
+        column.words = readWords(text);
+    } else if (index.column() == Rules) {
+        column.rules = readRules(text);
+    } else if (index.column() == NullText) {
+        column.nullText = text;
     }
     Q_EMIT dataChanged(index, index);
     return true;

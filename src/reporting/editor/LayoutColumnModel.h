@@ -14,7 +14,7 @@ class LayoutColumnModel final : public QAbstractTableModel
 {
     Q_OBJECT
 public:
-    enum Column { Field, Caption, Width, Align, Format, Visible, Wrap, ColumnCount };
+    enum Column { Field, Caption, Width, Align, Format, Visible, Wrap, Words, Rules, NullText, ColumnCount };
 
     using QAbstractTableModel::QAbstractTableModel;
 
@@ -39,10 +39,5 @@ private:
 };
 
 [[nodiscard]] QStringList columnFormats(); ///< the usual ones; others may be typed
-
-/// "sum(attempts); count; average(size_bytes) as Mean size". An empty text is no aggregate.
-[[nodiscard]] QString aggregatesText(const std::vector<LayoutAggregate> &aggregates);
-/// \throws RuntimeError reportFailed naming the part that cannot be read and the form expected.
-[[nodiscard]] std::vector<LayoutAggregate> readAggregates(const QString &text);
 
 } // namespace qm

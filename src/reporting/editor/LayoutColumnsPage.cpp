@@ -27,10 +27,15 @@ LayoutColumnsPage::LayoutColumnsPage(QWidget *parent)
     m_table->setTabKeyNavigation(false); // Tab leads out of the table
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->horizontalHeader()->setStretchLastSection(true);
-    m_table->setColumnWidth(LayoutColumnModel::Field, 150);
-    m_table->setColumnWidth(LayoutColumnModel::Caption, 190);
-    m_table->setColumnWidth(LayoutColumnModel::Width, 90);
-    m_table->setColumnWidth(LayoutColumnModel::Format, 120);
+    m_table->setColumnWidth(LayoutColumnModel::Field, 120);
+    m_table->setColumnWidth(LayoutColumnModel::Caption, 130);
+    m_table->setColumnWidth(LayoutColumnModel::Width, 75);
+    m_table->setColumnWidth(LayoutColumnModel::Format, 90);
+    m_table->setColumnWidth(LayoutColumnModel::Align, 75);
+    for (const int box : {LayoutColumnModel::Visible, LayoutColumnModel::Wrap})
+        m_table->setColumnWidth(box, 50);
+    for (const int text : {LayoutColumnModel::Words, LayoutColumnModel::Rules})
+        m_table->setColumnWidth(text, 180);
     m_onlyListed->setObjectName(QStringLiteral("onlyListed"));
     connect(m_onlyListed, &QCheckBox::toggled, this, &LayoutColumnsPage::changed);
 

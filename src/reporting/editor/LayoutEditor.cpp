@@ -1,6 +1,8 @@
 #include "reporting/editor/LayoutEditor.h"
 
+#include "engine/run/LayoutCells.h"
 #include "reporting/common/Icons.h"
+#include "reporting/common/NoticeStrip.h"
 #include "reporting/editor/LayoutChartPage.h"
 #include "reporting/editor/LayoutColumnsPage.h"
 #include "reporting/editor/LayoutGroupsPage.h"
@@ -17,8 +19,9 @@ namespace qm {
 
 LayoutEditor::LayoutEditor(QWidget *parent)
     : QWidget(parent), m_automatic(new QRadioButton(tr("&Automatic: columns, captions and widths from the result"), this)),
-      m_own(new QRadioButton(tr("&Layout file:"), this)), m_path(new QLineEdit(this)), m_tabs(new QTabWidget(this)),
-      m_columns(new LayoutColumnsPage), m_title(new LayoutTitlePage), m_groups(new LayoutGroupsPage), m_chart(new LayoutChartPage)
+      m_own(new QRadioButton(tr("&Layout file:"), this)), m_path(new QLineEdit(this)), m_warnings(new NoticeStrip("layoutWarnings", this)),
+      m_tabs(new QTabWidget(this)), m_columns(new LayoutColumnsPage), m_title(new LayoutTitlePage), m_groups(new LayoutGroupsPage),
+      m_chart(new LayoutChartPage)
 {
     m_automatic->setObjectName(QStringLiteral("layoutAutomatic"));
     m_own->setObjectName(QStringLiteral("layoutOwn"));
@@ -30,7 +33,7 @@ LayoutEditor::LayoutEditor(QWidget *parent)
     m_tabs->addTab(m_columns, tr("Columns"));
     m_tabs->addTab(m_title, tr("Title and page"));
     m_tabs->addTab(m_groups, tr("Groups and totals"));
-    m_tabs->addTab(m_chart, tr("Chart"));
+    m_tabs->addTab(m_chart, tr("Charts and first page"));
     auto row = new QHBoxLayout;
     row->addWidget(m_own);
     row->addWidget(m_path, 1);
@@ -38,6 +41,7 @@ LayoutEditor::LayoutEditor(QWidget *parent)
     auto layout = new QVBoxLayout(this);
     layout->addWidget(m_automatic);
     layout->addLayout(row);
+    layout->addWidget(m_warnings);
     layout->addWidget(m_tabs, 1);
 
     connect(m_own, &QRadioButton::toggled, this, [this](bool own) {
@@ -52,6 +56,7 @@ LayoutEditor::LayoutEditor(QWidget *parent)
     connect(m_title, &LayoutTitlePage::changed, this, &LayoutEditor::changed);
     connect(m_groups, &LayoutGroupsPage::changed, this, &LayoutEditor::changed);
     connect(m_chart, &LayoutChartPage::changed, this, &LayoutEditor::changed);
+    connect(this, &LayoutEditor::changed, this, &LayoutEditor::tellWarnings);
     refresh();
 }
 
@@ -91,6 +96,15 @@ void LayoutEditor::refresh()
 {
     m_path->setEnabled(m_own->isChecked());
     m_tabs->setEnabled(m_own->isChecked());
+    tellWarnings();
+}
+
+void LayoutEditor::tellWarnings()
+{
+    ReportLayout seen;
+    seen.warnings = m_shown.warnings;
+    m_columns->store(seen);
+    m_warnings->show(m_own->isChecked() ? layoutWarnings(seen).join(u'\n') : QString());
 }
 
 } // namespace qm

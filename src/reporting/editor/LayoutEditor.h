@@ -16,6 +16,7 @@ class LayoutChartPage;
 class LayoutColumnsPage;
 class LayoutGroupsPage;
 class LayoutTitlePage;
+class NoticeStrip;
 
 /// Automatic layout, or a layout file with everything that it holds.
 class LayoutEditor final : public QWidget
@@ -40,9 +41,11 @@ Q_SIGNALS:
 
 private:
     void refresh();
+    void tellWarnings();
 
     QRadioButton *m_automatic, *m_own;
     QLineEdit *m_path;
+    NoticeStrip *m_warnings;
     QTabWidget *m_tabs;
     LayoutColumnsPage *m_columns;
     LayoutTitlePage *m_title;

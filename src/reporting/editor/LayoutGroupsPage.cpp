@@ -1,7 +1,9 @@
 #include "reporting/editor/LayoutGroupsPage.h"
 
+#include "framework/LayoutWords.h"
 #include "reporting/common/Icons.h"
-#include "reporting/editor/LayoutColumnModel.h"
+#include "reporting/editor/ChoiceDelegate.h"
+#include "reporting/editor/LayoutCellText.h"
 #include "reporting/editor/LayoutFields.h"
 
 #include <QFormLayout>
@@ -13,16 +15,37 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace qm {
 
-LayoutGroupsPage::LayoutGroupsPage(QWidget *parent) : QWidget(parent), m_groups(new QTableWidget(0, 3, this))
+namespace {
+
+enum Column { Field, Order, Subtotals, FirstBox, ColumnCount = FirstBox + 4 };
+
+/// The boxes of a group, in the order of their columns.
+constexpr bool LayoutGroup::*kBoxes[] = {&LayoutGroup::heading, &LayoutGroup::newPage, &LayoutGroup::keepTogether,
+                                         &LayoutGroup::suppressRepeats};
+
+} // namespace
+
+LayoutGroupsPage::LayoutGroupsPage(QWidget *parent) : QWidget(parent), m_groups(new QTableWidget(0, ColumnCount, this))
 {
     m_groups->setTabKeyNavigation(false);
     m_groups->setObjectName(QStringLiteral("layoutGroups"));
     m_groups->setAccessibleName(tr("Groups"));
-    m_groups->setHorizontalHeaderLabels({tr("Group by column"), tr("New page"), tr("Subtotals")});
-    m_groups->horizontalHeader()->setStretchLastSection(true);
-    m_groups->setColumnWidth(0, 180);
+    m_groups->setHorizontalHeaderLabels(
+        {tr("Group by column"), tr("Order"), tr("Subtotals"), tr("Heading"), tr("New page"), tr("Keep together"), tr("Say once")});
+    m_groups->horizontalHeaderItem(FirstBox)->setToolTip(
+        tr("A line above the group with its value; without it the value stands in its own column"));
+    m_groups->horizontalHeaderItem(FirstBox + 2)->setToolTip(tr("Begin a page where the rest of the page does not hold the whole group"));
+    m_groups->horizontalHeaderItem(FirstBox + 3)->setToolTip(tr("The group's own column says its value once, not in each row"));
+    m_groups->setItemDelegateForColumn(Order, new ChoiceDelegate(groupOrderWords(), false, m_groups));
+    m_groups->setColumnWidth(Field, 140);
+    m_groups->setColumnWidth(Order, 90);
+    m_groups->setColumnWidth(Subtotals, 210);
+    for (int box = FirstBox; box < ColumnCount; ++box)
+        m_groups->setColumnWidth(box, box == FirstBox + 2 ? 105 : 75);
     connect(m_groups, &QTableWidget::cellChanged, this, &LayoutGroupsPage::changed);
     auto add = new QPushButton(uiIcon("add"), tr("A&dd group"), this);
     auto remove = new QPushButton(uiIcon("remove"), tr("Re&move group"), this);
@@ -47,13 +70,12 @@ LayoutGroupsPage::LayoutGroupsPage(QWidget *parent) : QWidget(parent), m_groups(
     auto form = new QFormLayout;
     form->addRow(tr("Totals of the report:"), m_totals);
     auto layout = new QVBoxLayout(this);
-    layout->addWidget(layoutHint(tr("Groups and totals are kept in the layout file. Reports do not show them yet."), this));
     layout->addWidget(m_groups, 1);
     layout->addLayout(buttons);
     layout->addLayout(form);
     layout->addWidget(
-        layoutHint(tr("Totals: count, sum(column), average(column), minimum(column), maximum(column), each with \"as caption\" if "
-                      "wanted, separated by semicolons."),
+        layoutHint(tr("Totals: count, sum(column), average(column), minimum(column), maximum(column), distinct(column), and in groups "
+                      "share(column) and running(column), each with \"as caption\" if wanted, separated by semicolons."),
                    this));
     connect(m_totals, &QLineEdit::textChanged, this, &LayoutGroupsPage::changed);
 }
@@ -63,12 +85,16 @@ void LayoutGroupsPage::addGroups(const std::vector<LayoutGroup> &groups)
     for (const LayoutGroup &group : groups) {
         const int row = m_groups->rowCount();
         m_groups->insertRow(row);
-        m_groups->setItem(row, 0, new QTableWidgetItem(group.field));
-        auto newPage = new QTableWidgetItem;
-        newPage->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
-        newPage->setCheckState(group.newPage ? Qt::Checked : Qt::Unchecked);
-        m_groups->setItem(row, 1, newPage);
-        m_groups->setItem(row, 2, new QTableWidgetItem(aggregatesText(group.subtotals)));
+        m_groups->setItem(row, Field, new QTableWidgetItem(group.field));
+        m_groups->setItem(row, Order, new QTableWidgetItem(groupOrderWords().value(static_cast<int>(group.order))));
+        m_groups->setItem(row, Subtotals, new QTableWidgetItem(aggregatesText(group.subtotals)));
+        int column = FirstBox;
+        for (const auto box : kBoxes) {
+            auto item = new QTableWidgetItem;
+            item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
+            item->setCheckState(group.*box ? Qt::Checked : Qt::Unchecked);
+            m_groups->setItem(row, column++, item);
+        }
     }
 }
 
@@ -84,9 +110,12 @@ void LayoutGroupsPage::store(ReportLayout &layout) const
     layout.groups.clear();
     for (int row = 0; row < m_groups->rowCount(); ++row) {
         LayoutGroup group;
-        group.field = m_groups->item(row, 0)->text().trimmed();
-        group.newPage = m_groups->item(row, 1)->checkState() == Qt::Checked;
-        group.subtotals = readAggregates(m_groups->item(row, 2)->text());
+        group.field = m_groups->item(row, Field)->text().trimmed();
+        group.order = static_cast<GroupOrder>(std::max<qsizetype>(0, groupOrderWords().indexOf(m_groups->item(row, Order)->text())));
+        group.subtotals = readAggregates(m_groups->item(row, Subtotals)->text());
+        int column = FirstBox;
+        for (const auto box : kBoxes)
+            group.*box = m_groups->item(row, column++)->checkState() == Qt::Checked;
         if (!group.field.isEmpty())
             layout.groups.push_back(group);
     }

@@ -4,6 +4,7 @@
 #include "framework/LayoutWords.h"
 #include "reporting/editor/LayoutFields.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
@@ -16,10 +17,13 @@ namespace qm {
 
 LayoutTitlePage::LayoutTitlePage(QWidget *parent)
     : QWidget(parent), m_title(layoutField(this, "layoutTitle", tr("Title"))),
-      m_subtitle(layoutField(this, "layoutSubtitle", tr("Subtitle"))), m_size(new QComboBox(this)), m_orientation(new QComboBox(this)),
-      m_margin(new QDoubleSpinBox(this))
+      m_subtitle(layoutField(this, "layoutSubtitle", tr("Subtitle"))), m_note(layoutField(this, "layoutNote", tr("Note"))),
+      m_size(new QComboBox(this)), m_orientation(new QComboBox(this)), m_margin(new QDoubleSpinBox(this)),
+      m_allowA3(new QCheckBox(tr("A3 where the columns do not fit"), this))
 {
     m_title->setPlaceholderText(tr("the query's description"));
+    m_note->setPlaceholderText(tr("a sentence that each reader is to see"));
+    m_size->addItem(tr("as the house style says, else A4"));
     m_size->addItems(paperWords());
     m_size->setObjectName(QStringLiteral("pageSize"));
     m_orientation->addItems({tr("Portrait"), tr("Landscape")});
@@ -29,6 +33,8 @@ LayoutTitlePage::LayoutTitlePage(QWidget *parent)
     m_margin->setSuffix(tr(" mm"));
     connect(m_size, &QComboBox::currentIndexChanged, this, &LayoutTitlePage::changed);
     connect(m_orientation, &QComboBox::currentIndexChanged, this, &LayoutTitlePage::changed);
+    m_allowA3->setObjectName(QStringLiteral("allowA3"));
+    connect(m_allowA3, &QCheckBox::toggled, this, &LayoutTitlePage::changed);
     connect(m_margin, &QDoubleSpinBox::valueChanged, this, &LayoutTitlePage::changed);
     auto bands = new QGridLayout;
     const QString rows[] = {tr("Header:"), tr("Footer:")}, places[] = {tr("Left"), tr("Centre"), tr("Right")};
@@ -43,7 +49,9 @@ LayoutTitlePage::LayoutTitlePage(QWidget *parent)
     auto form = new QFormLayout;
     form->addRow(tr("Title:"), m_title);
     form->addRow(tr("Subtitle:"), m_subtitle);
+    form->addRow(tr("Note:"), m_note);
     form->addRow(tr("Page:"), m_size);
+    form->addRow(QString(), m_allowA3);
     form->addRow(tr("Orientation:"), m_orientation);
     form->addRow(tr("Margin:"), m_margin);
     auto layout = new QVBoxLayout(this);
@@ -51,7 +59,7 @@ LayoutTitlePage::LayoutTitlePage(QWidget *parent)
     layout->addLayout(bands);
     layout->addWidget(layoutHint(tr("Fields: {%1}").arg(offeredFields(FieldPlace::Layout).join(QStringLiteral("} {"))), this));
     layout->addStretch();
-    for (QLineEdit *line : {m_title, m_subtitle})
+    for (QLineEdit *line : {m_title, m_subtitle, m_note})
         connect(line, &QLineEdit::textChanged, this, &LayoutTitlePage::changed);
 }
 
@@ -59,7 +67,9 @@ void LayoutTitlePage::show(const ReportLayout &layout)
 {
     m_title->setText(layout.title);
     m_subtitle->setText(layout.subtitle);
-    m_size->setCurrentIndex(static_cast<int>(layout.page.size.value_or(PageSize::A4)));
+    m_note->setText(layout.note);
+    m_size->setCurrentIndex(layout.page.size ? static_cast<int>(*layout.page.size) + 1 : 0);
+    m_allowA3->setChecked(layout.page.allowA3);
     m_orientation->setCurrentIndex(static_cast<int>(layout.page.orientation));
     m_margin->setValue(layout.page.marginMm);
     const QString bands[] = {layout.header.left, layout.header.centre, layout.header.right,
@@ -72,7 +82,9 @@ void LayoutTitlePage::store(ReportLayout &layout) const
 {
     layout.title = m_title->text();
     layout.subtitle = m_subtitle->text();
-    layout.page.size = static_cast<PageSize>(m_size->currentIndex());
+    layout.note = m_note->text();
+    layout.page.size = m_size->currentIndex() > 0 ? std::optional(static_cast<PageSize>(m_size->currentIndex() - 1)) : std::nullopt;
+    layout.page.allowA3 = m_allowA3->isChecked();
     layout.page.orientation = static_cast<PageOrientation>(m_orientation->currentIndex());
     layout.page.marginMm = m_margin->value();
     layout.header = {m_bands[0]->text(), m_bands[1]->text(), m_bands[2]->text()};

@@ -6,6 +6,7 @@
 
 #include <QWidget>
 
+class QCheckBox;
 class QComboBox;
 class QDoubleSpinBox;
 class QLineEdit;
@@ -27,9 +28,10 @@ Q_SIGNALS:
     void changed();
 
 private:
-    QLineEdit *m_title, *m_subtitle, *m_bands[6] = {};
+    QLineEdit *m_title, *m_subtitle, *m_note, *m_bands[6] = {};
     QComboBox *m_size, *m_orientation;
     QDoubleSpinBox *m_margin;
+    QCheckBox *m_allowA3;
 };
 
 } // namespace qm

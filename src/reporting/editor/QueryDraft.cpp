@@ -11,6 +11,7 @@
 #include "engine/sql/SqlParameters.h"
 #include "framework/SqlName.h"
 #include "platform/Files.h"
+#include "reporting/editor/LayoutCellText.h"
 
 #include <QCoreApplication>
 #include <QDataStream>
@@ -47,19 +48,27 @@ QDataStream &operator<<(QDataStream &out, const LayoutBand &band)
 void write(QDataStream &out, const ReportLayout &layout)
 {
     out << layout.title << layout.subtitle << (layout.page.size ? static_cast<int>(*layout.page.size) : -1)
-        << static_cast<int>(layout.page.orientation) << layout.page.marginMm << layout.header << layout.footer << layout.onlyListed;
+        << static_cast<int>(layout.page.orientation) << layout.page.marginMm << layout.page.allowA3 << layout.note << layout.header
+        << layout.footer << layout.onlyListed;
     for (const LayoutColumn &column : layout.columns)
         out << column.field << column.caption << column.widthMm << static_cast<int>(column.alignment) << column.format << column.visible
-            << column.wrap;
+            << column.wrap << column.nullText << wordsText(column.words) << rulesText(column.rules);
     for (const LayoutGroup &group : layout.groups) {
-        out << group.field << group.newPage << static_cast<qint64>(group.subtotals.size());
+        out << group.field << group.newPage << static_cast<int>(group.order) << group.heading << group.keepTogether << group.suppressRepeats
+            << static_cast<qint64>(group.subtotals.size());
         for (const LayoutAggregate &subtotal : group.subtotals)
             out << subtotal;
     }
     for (const LayoutAggregate &total : layout.totals)
         out << total;
     for (const LayoutChart &chart : layout.charts)
-        out << chart.kind << chart.title << chart.category << chart.series << chart.values << chart.top << chart.other;
+        out << chart.kind << chart.title << chart.category << chart.series << chart.values << chart.categoryTitle << chart.valueTitle
+            << chart.top << chart.other;
+    for (const LayoutFigure &figure : layout.figures)
+        out << figure.caption << figure.field << static_cast<int>(figure.function) << figure.format;
+    // Without a column there is no list.
+    if (const LayoutTop &top = layout.top; !top.field.isEmpty())
+        out << top.field << top.value << static_cast<int>(top.function) << top.caption << top.most;
 }
 
 /// The values that {fields} would have.

@@ -24,6 +24,8 @@ bool standsElsewhere(Fact::Kind kind)
     case Fact::Kind::Times:
     case Fact::Kind::Parameter:
     case Fact::Kind::Selection:
+    case Fact::Kind::House:
+    case Fact::Kind::Note:
         break;
     }
     return false;
