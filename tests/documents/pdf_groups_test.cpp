@@ -214,11 +214,12 @@ private Q_SLOTS:
             rowsOnPage = above;
         }
         // Numbers of rows, wherever on the page they are read, stand beside their headings.
-        for (const Word &word : words(path))
+        const std::vector<Word> all = words(path);
+        for (const Word &word : all)
             if (word.text.startsWith(u"IN"_s) || word.text.startsWith(u"OUT"_s)) {
                 double left = 10000;
                 int count = 0;
-                for (const Word &other : words(path))
+                for (const Word &other : all)
                     if (other.page == word.page && qAbs(other.bottom - word.bottom) < 3 && other.left > word.right && other.left < left &&
                         other.left < word.right + 12) {
                         left = other.left;
@@ -257,8 +258,120 @@ private Q_SLOTS:
         if (pages > 1 && !together)
             QVERIFY2(rowsOnPage >= 3, qPrintable(QString::number(rowsOnPage)));
         QVERIFY(textOf(path, pages, pages).contains(u"Attempts in all "_s + QLocale(QLocale::English).toString(row * (row + 1) / 2)));
-        for (const Word &word : words(path))
+        for (const Word &word : all)
             QVERIFY2(word.bottom < 595.3 - 48.1 || word.top > 595.3 - 32, qPrintable(word.text)); // body above the footer
+    }
+
+    /// A group of more pages than can wait says its rows on a page long written; the outline stays small however many groups there are.
+    void the_outline_names_groups_and_stays_bounded_data()
+    {
+        QTest::addColumn<int>("outer");
+        QTest::addColumn<int>("inner");
+        QTest::addColumn<int>("rows");
+        QTest::addRow("few") << 3 << 2 << 200;
+        QTest::addRow("many") << 60 << 200 << 1;
+    }
+
+    void the_outline_names_groups_and_stays_bounded()
+    {
+        QFETCH(int, outer);
+        QFETCH(int, inner);
+        QFETCH(int, rows);
+        const Groups groups{std::vector(static_cast<std::size_t>(outer), std::vector(static_cast<std::size_t>(inner), rows)), 1};
+        const QString path = write(groups, shapeOf());
+        checkStructure(path);
+        const QString outline = QString::fromUtf8(outputOf(u"qpdf"_s, {u"--json"_s, u"--json-key=outlines"_s, path}));
+        const auto titles = [&](const QString &title) { return outline.count(u"\"title\": \""_s + title + u'"'); };
+        QCOMPARE(titles(u"Failed logons by account"_s), 1);
+        QCOMPARE(titles(u"Totals"_s), 1);
+        QCOMPARE(titles(u"OUT%1x"_s.arg(outer)), 1);
+        const auto all = outline.count(u"\"title\": "_s);
+        if (rows > 1) {
+            QCOMPARE(all, 2 + outer + outer * inner);
+            QCOMPARE(titles(u"IN3.2x"_s), 1);
+            // The first group is counted beside its heading although its end came pages later.
+            QVERIFY(textOf(path, 1, 1).contains(QString::number(inner * rows) + u" rows"_s));
+            QVERIFY(textOf(path, 1, 1).contains(QString::number(rows) + u" rows"_s));
+        } else {
+            QVERIFY2(all <= 5000 && all > 2500, qPrintable(QString::number(all)));
+            QCOMPARE(titles(u"IN1.1x \u2026 IN1.4x"_s), 1);
+        }
+    }
+
+    void the_first_page_shows_what_is_known_last()
+    {
+        m_head.notices = {"The first day is not whole."};
+        m_head.author = "A. Operator";
+        m_head.creator = "Quillmark 1";
+        m_head.madeUtc = "2026-11-21 18:33:44";
+        ReportShape shape = shapeOf();
+        shape.keyFigures = {{"refused logons", column("", 20, ColumnType::Integer)}, {"least", column("", 20, ColumnType::Integer)}};
+        const std::vector figures{Value::of(std::int64_t{1234567}), Value::of(std::int64_t{-5})};
+        m_tail.keyFigures = figures;
+        m_tail.truncated = true;
+        m_tail.rowLimit = 300;
+        const QString path = write({{{300}}, 1}, shape);
+        checkStructure(path);
+        const QString first = textOf(path, 1, 1);
+        const int pages = information(path, u"Pages"_s).toInt();
+        const QString last = textOf(path, pages, pages);
+        const QString cut = u"Only the first 300 rows: the limit of 300 rows cut off the rest."_s;
+        QVERIFY(first.contains(u"1,234,567\nrefused logons\n\u22125\nleast\n"_s));
+        for (const QString &page : {first, last}) {
+            QVERIFY(page.contains(cut));
+            QVERIFY(page.contains(u"The first day is not whole."_s));
+        }
+        QVERIFY(first.indexOf(cut) < first.indexOf(u"1,234,567"_s));
+        QVERIFY(first.startsWith(u"Server Operating System Logs / Security\n"_s) ||
+                first.contains(u"\nServer Operating System Logs / Security\n"_s));
+        QVERIFY(textOf(path, 2, 2).contains(u"Sat 2026-11-14 to Fri 2026-11-20"_s));
+        QVERIFY(last.contains(u"Attempts in all: of the rows shown"_s));
+        QCOMPARE(information(path, u"Author"_s), u"A. Operator"_s);
+        QCOMPARE(information(path, u"Creator"_s), u"Quillmark 1"_s);
+        QCOMPARE(information(path, u"Keywords"_s), u"Server Operating System Logs, Security, Failed logons by account.rqn"_s);
+        QVERIFY(information(path, u"CreationDate"_s).contains(u"2026"_s));
+        const QString metadata = QString::fromUtf8(outputOf(u"pdfinfo"_s, {u"-meta"_s, path}));
+        QVERIFY(metadata.contains(u"<xmp:CreateDate>2026-11-21T18:33:44Z</xmp:CreateDate>"_s));
+        QVERIFY(metadata.contains(u">Failed logons by account<"_s));
+    }
+
+    void groups_of_one_row_need_no_heading()
+    {
+        const QString path = m_folder.filePath(u"single.pdf"_s);
+        OutputFile file(path);
+        const auto writer = makePdfWriter(file, {.fontFolder = shippedFonts()});
+        ReportShape shape = shapeOf();
+        shape.groups.erase(shape.groups.begin());
+        std::vector<std::string> keys;
+        for (int i = 0; i < 30; ++i)
+            keys.push_back("IN" + std::to_string(i) + "x");
+        keys[10] = keys[11] = keys[9]; // one of three rows
+        std::vector<Value> cells;
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            for (const Value &cell :
+                 {Value::ofText("row"), Value::ofText(keys[i]), i == 0 ? Value::ofNull() : Value::ofText(""), Value::of(std::int64_t{-1})})
+                cells.push_back(cell);
+        writer->begin(m_head, shape, {cells, keys.size(), true});
+        for (std::size_t i = 0; i < keys.size();) {
+            std::size_t end = i;
+            writer->beginGroup(0, Value::ofText(keys[i]));
+            for (; end < keys.size() && keys[end] == keys[i]; ++end)
+                writer->row(std::span(cells).subspan(end * 4, 4));
+            const Value sum = Value::of(-static_cast<std::int64_t>(end - i));
+            writer->endGroup({0, Value::ofText(keys[i]), static_cast<std::int64_t>(end - i), {&sum, 1}});
+            i = end;
+        }
+        const Value total = Value::of(std::int64_t{-30});
+        writer->end({.rows = 30, .totals = {&total, 1}});
+        file.commit();
+        checkStructure(path);
+        const QString text = textOf(path);
+        QVERIFY(!text.contains(u"1 row\n"_s)); // no heading counts
+        QCOMPARE(text.count(u"IN9x"_s), 2);    // its first row and its subtotal
+        QVERIFY(text.contains(u"row IN9x \u22121\nrow \u22121\nrow \u22121\nSum of: IN9x \u22123\n"_s));
+        QVERIFY(text.contains(u"row IN0x \u2013 \u22121\n"_s)); // NULL is a dash, empty text nothing
+        QVERIFY(text.contains(u"row IN1x \u22121\n"_s));
+        QVERIFY(text.contains(u"Attempts in all \u221230\n"_s));
     }
 };
 

@@ -161,7 +161,8 @@ private Q_SLOTS:
         const QString path = write(report);
         checkStructure(path);
         QString text = textOf(path);
-        static const QRegularExpression kOwnWords(u"\\(continued (on|from) the (next|previous) page\\)|Rows|1, all shown|on \\d+ pages?|, notice on page \\d+|Page \\d+ of \\d+"_qs);
+        static const QRegularExpression kOwnWords(
+            u"\\(continued (on|from) the (next|previous) page\\)|Rows|1, all shown|on \\d+ pages?|, notice on page \\d+|Page \\d+ of \\d+"_qs);
         text.remove(kOwnWords);
         text = squeezed(text.normalized(QString::NormalizationForm_C));
         const QString wanted =

@@ -330,7 +330,11 @@ void TableBody::beginGroup(std::size_t level, const Value &key)
     const Level &own = m_levels[level];
     m_open.resize(level);
     if (own.group.newPage && !first && m_sheet.rows() > 0) {
-        turnPageAt(m_sheet.used);
+        // The headings of the groups around it go along.
+        std::size_t cut = m_sheet.used;
+        while (cut > 0 && m_sheet.entries[cut - 1].kind == Entry::Kind::Heading && m_sheet.entries[cut - 1].level < level)
+            --cut;
+        turnPageAt(cut);
         m_sheet.wanted = true;
     }
     OpenGroup group;
@@ -343,7 +347,7 @@ void TableBody::beginGroup(std::size_t level, const Value &key)
     m_striped = false;
     if (own.heading) {
         if (m_pages.room() < headingHeight(level, 1) + heightOf(1))
-            turnPageAt(m_sheet.used);
+            turnPage(headingHeight(level, 1) + heightOf(1), Entry::Kind::Heading);
         m_layout.clear();
         drawHeading(level, group.name, false);
     } else {

@@ -108,6 +108,7 @@ private:
     void keepTogether(std::size_t level);
     void fillLastPage();
     [[nodiscard]] std::size_t cutFor(Entry::Kind next) const;
+    [[nodiscard]] static std::size_t withHeadings(const Sheet &sheet, std::size_t cut, std::size_t openLevels);
     [[nodiscard]] std::vector<std::pair<std::size_t, std::string>> groupsAt(const Sheet &sheet, std::size_t cut) const;
     void drawContinued(const std::vector<std::pair<std::size_t, std::string>> &groups);
     void moveEntries(Sheet &from, std::size_t cut, Sheet &to, const PageContent::Moved &moved);

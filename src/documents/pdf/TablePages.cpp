@@ -138,16 +138,26 @@ std::size_t TableBody::cutFor(Entry::Kind next) const
             return m_sheet.used;
         --cut;
     }
-    // An open group's heading goes along where it has too few rows here.
+    const bool isRow = cut < m_sheet.used && m_sheet.entries[cut].kind == Kind::Row;
+    return withHeadings(m_sheet, cut, isRow ? m_levels.size() : m_open.size());
+}
+
+/// No heading of a group that goes on at entry \p cut stays behind with fewer rows than it must have. \p openLevels: of the groups that are
+/// open there. \returns where to cut then.
+std::size_t TableBody::withHeadings(const Sheet &sheet, std::size_t cut, std::size_t openLevels)
+{
     int rows = 0;
-    for (std::size_t i = m_sheet.used; i > 0 && rows < kFewestRows; --i) {
-        const Entry &entry = m_sheet.entries[i - 1];
-        if (entry.kind == Kind::Part)
+    for (std::size_t i = cut; i > 0 && rows < kFewestRows; --i) {
+        const Entry &entry = sheet.entries[i - 1];
+        if (entry.kind == Entry::Kind::Part)
             break;
-        if (entry.kind == Kind::Row)
+        if (entry.kind == Entry::Kind::Row)
             ++rows;
-        if (entry.kind == Kind::Heading && !entry.counted)
-            cut = std::min(cut, i - 1);
+        if (entry.kind == Entry::Kind::Heading && entry.level < openLevels) {
+            cut = i - 1;
+            openLevels = entry.level;
+            rows = 0;
+        }
     }
     return cut;
 }
@@ -217,12 +227,15 @@ void TableBody::keepTogether(std::size_t level)
         const Entry &entry = m_waiting.entries[i - 1];
         if (entry.kind != Entry::Kind::Heading || entry.level != level)
             continue;
+        const std::size_t cut = withHeadings(m_waiting, i - 1, level);
+        if (cut <= m_waiting.firstMovable())
+            return;
         const std::size_t first = m_sheet.firstMovable();
         const bool continues = first > 0 && m_sheet.entries[first - 1].level >= level;
         const bool unheaded = !m_levels[level].heading && first < m_sheet.used && m_sheet.entries[first].kind != Entry::Kind::Heading;
-        const Tenths height = entry.top - m_waiting.end + m_sheet.bodyTop - m_pages.cursor();
+        const Tenths height = m_waiting.entries[cut].top - m_waiting.end + m_sheet.bodyTop - m_pages.cursor();
         if ((continues || unheaded) && height <= wholePage())
-            pullFromWaiting(i - 1);
+            pullFromWaiting(cut);
         return;
     }
 }
@@ -245,34 +258,21 @@ void TableBody::fillLastPage()
             break;
         }
     }
-    // No heading stays behind with fewer rows than it must have, and no row whose group is not said.
-    bool changed = true;
-    while (changed && cut > 0) {
-        changed = false;
-        if (entries[cut].suppressed || entries[cut].kind == Kind::Subtotal) {
-            --cut;
-            changed = true;
+    // No row goes whose group is not said, and no subtotal without a row.
+    while (cut > 0 && (entries[cut].suppressed || entries[cut].kind == Kind::Subtotal))
+        --cut;
+    std::size_t open = entries[cut].kind == Kind::Heading ? entries[cut].level : m_levels.size();
+    cut = withHeadings(m_waiting, cut, open);
+    // Nor is a group parted that is to stay together.
+    for (std::size_t i = cut; i > 0; --i) {
+        const Entry &entry = entries[i - 1];
+        if (entry.kind == Kind::Subtotal)
+            open = std::min(open, std::size_t{entry.level});
+        if (entry.kind != Kind::Heading || entry.level >= open)
             continue;
-        }
-        if (entries[cut].kind == Kind::Heading && entries[cut - 1].kind == Kind::Heading && entries[cut - 1].level < entries[cut].level) {
-            --cut;
-            changed = true;
-            continue;
-        }
-        if (entries[cut].kind != Kind::Row)
-            continue;
-        int rows = 0;
-        for (std::size_t i = cut; i > 0 && rows < kFewestRows; --i) {
-            if (entries[i - 1].kind == Kind::Row)
-                ++rows;
-            else if (entries[i - 1].kind == Kind::Heading) {
-                cut = i - 1;
-                changed = true;
-                break;
-            } else {
-                break;
-            }
-        }
+        open = entry.level;
+        if (m_levels[open].group.keepTogether)
+            cut = withHeadings(m_waiting, i - 1, open);
     }
     if (cut <= m_waiting.firstMovable() || entries[cut - 1].kind == Kind::Part)
         return;

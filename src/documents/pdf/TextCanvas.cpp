@@ -64,8 +64,6 @@ void TextCanvas::setInk(Ink ink)
 
 std::ptrdiff_t TextCanvas::moveTail(const Mark &from, TextCanvas &to, Tenths dy)
 {
-    if (from.at == m_out.size())
-        return static_cast<std::ptrdiff_t>(to.m_out.size()) - static_cast<std::ptrdiff_t>(from.at);
     to.moveTo(from.x, from.y + dy);
     to.setInk(from.ink);
     if (from.font != kNoFont)
