@@ -1,6 +1,7 @@
 // Charts: what layoutChart() makes of figures, and the same shapes in a report page and in a PDF file.
 #include "documents/ChartSamples.h"
 #include "documents/PdfReadBack.h"
+#include "documents/Writers.h"
 #include "documents/charts/ChartPicture.h"
 #include "documents/html/ChartSvg.h"
 #include "documents/pdf/ChartForm.h"
@@ -143,6 +144,7 @@ private Q_SLOTS:
     void cellsOfEveryStepCanBeRead();
     void theSvgIsWellFormedAndEscapesItsTexts();
     void aFormOfAPdfShowsTheChartWhereItWasPlaced();
+    void theFirstPageHoldsTheChartBesideTheListOfTheLargest();
 };
 
 void ChartsTest::axesBeginAtZeroAndHaveAtMostSixTicks_data()
@@ -478,6 +480,45 @@ void ChartsTest::aFormOfAPdfShowsTheChartWhereItWasPlaced()
         QVERIFY2(word.left >= 99 && word.right <= 601, qPrintable(word.text));
     const QByteArray checked = outputOf(u"qpdf"_s, {u"--check"_s, path});
     QVERIFY2(checked.contains("No syntax or stream encoding errors"), checked.constData());
+}
+
+void ChartsTest::theFirstPageHoldsTheChartBesideTheListOfTheLargest()
+{
+    const ChartSample sample = chartSamples()[1];
+    ReportShape shape;
+    shape.columns.resize(1);
+    shape.columns[0].caption = "Account";
+    shape.charts = {sample.spec};
+    shape.top = TopList{"Most", sample.spec.category, sample.spec.value};
+    const QTemporaryDir folder;
+    const auto write = [&](int rows, const QString &name) {
+        OutputFile file(folder.filePath(name));
+        const auto writer = makePdfWriter(file, {.fontFolder = fonts()});
+        const Value cell = Value::ofText("row");
+        ReportHead head;
+        head.title = "Report";
+        writer->begin(head, shape, {.cells = {&cell, 1}, .rows = rows > 0 ? 1U : 0U, .whole = rows <= 1});
+        for (int i = 0; i < rows; ++i)
+            writer->row({&cell, 1});
+        writer->end({.rows = rows, .charts = {&sample.data, 1}, .top = &sample.data});
+        file.commit();
+        return words(folder.filePath(name));
+    };
+    const std::vector<Word> found = write(200, u"rows.pdf"_s);
+    const auto find = [&](const QString &text) {
+        return *std::find_if(found.begin(), found.end() - 1, [&](const Word &word) { return word.text == text; });
+    };
+    const Word chart = find(u"Computers"_s), list = find(u"Most"_s), largest = find(u"(31"_s), row = find(u"row"_s);
+    for (const Word &word : {chart, list, largest, row})
+        QCOMPARE(word.page, 1);
+    constexpr double kMargin = 12 / 25.4 * 72, kWidth = (297 - 2 * 12) / 25.4 * 72;
+    QVERIFY(std::fabs(chart.left - kMargin) < 2);
+    QVERIFY(std::fabs(list.left - kMargin - kWidth * 2 / 3) < 12);
+    QVERIFY(std::fabs(list.top - chart.top) < 1);
+    QVERIFY(row.top - chart.top > 55 / 25.4 * 72 && row.top - chart.top < 85 / 25.4 * 72);
+    // Without rows there is nothing to draw.
+    for (const Word &word : write(0, u"none.pdf"_s))
+        QVERIFY(word.text != u"Computers"_s);
 }
 
 QTEST_GUILESS_MAIN(ChartsTest)

@@ -253,12 +253,11 @@ void HtmlWriter::row(std::span<const Value> cells)
 void HtmlWriter::writeGroupedRow(std::span<const Value> cells)
 {
     m_file.write("<tr>");
-    for (std::size_t i = 0; i < m_cells.size(); ++i) {
+    for (std::size_t i = 0; i < m_cells.size(); ++i)
         if (m_silent[i] != 0)
             m_file.write("<td></td>");
         else
             m_cells[i].write(cells[i], m_file);
-    }
     m_file.write("</tr>\n");
     if (!m_firstRow)
         return;
