@@ -5,6 +5,7 @@
 #include "core/ErrorReporter.h"
 #include "core/HelpViewer.h"
 #include "core/Prompts.h"
+#include "core/WorkAtHand.h"
 #include "framework/ConfigReaders.h"
 #include "platform/Files.h"
 #include "platform/SystemDueTimer.h"
@@ -51,6 +52,13 @@ class NoHelp final : public HelpViewer
 {
 public:
     void showContext(int) override {}
+};
+
+class Idle final : public WorkAtHand
+{
+public:
+    [[nodiscard]] bool isProducingRows() const override { return false; }
+    [[nodiscard]] bool isEditing() const override { return false; }
 };
 
 class NoJournal final : public ScheduleJournal
@@ -147,13 +155,13 @@ int main(int argc, char *argv[])
         globals.gcolJobs->push_back(std::make_shared<ScheduledReportJob>(
             ScheduledReportJob{QStringLiteral("Report number %1").arg(i), query, {tomorrow.addDays(i % 365), i % 86'400}, i % 4, i + 1}));
     JobTable table;
-    const ScheduleServices services{globals, table, reader, errors, prompts, clock, journal};
+    const Idle idle;
+    const ScheduleServices services{globals, reader, errors, prompts, clock, journal, idle};
     frmScheduledReport dialog(globals, errors, prompts, help);
-    ScheduleTimer timer(
-        services, [](const QString &, bool, const std::function<void()> &over) { over(); }, [] { return false; });
+    ScheduleTimer timer(services, table, [](const QString &, bool, const std::function<void()> &over) { over(); });
     timer.setDueTimer(std::make_unique<SystemDueTimer>());
-    ScheduledJobs jobs(services, dialog, timer);
-    timer.setPopulateJobs([&] { jobs.PopulateJobs(); });
+    ScheduledJobs jobs(services, table, dialog, timer);
+    QObject::connect(&timer, &ScheduleTimer::rowsWanted, &jobs, &ScheduledJobs::PopulateJobs);
 
     std::printf("jobs %d\n", count);
     measure("PopulateJobs", [&] { jobs.PopulateJobs(); });

@@ -31,7 +31,7 @@ int showOnce(QWidget &window)
 int showMain(const QString &folder)
 {
     WidgetPrompts prompts;
-    Program program(prompts, {.installPath = folder, .fontFolder = {}, .getInstallPath = [&] { return folder; }});
+    Program program(prompts, {.installPath = folder, .fontFolder = {}});
     frmMain &window = program.makeMainWindow();
     window.Form_Load();
     return showOnce(window);

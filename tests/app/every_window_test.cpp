@@ -153,6 +153,7 @@ private Q_SLOTS:
                                 u"MSSQL::Payroll.dsf"_s,
                                 u"DSN=Events;UID=auditor"_s,
                                 u"sum(attempts); count"_s,
+                                u"count"_s,
                                 u"computer"_s,
                                 u"computer:"_s,
                                 u"ID"_s,

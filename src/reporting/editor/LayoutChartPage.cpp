@@ -64,7 +64,7 @@ LayoutChartPage::LayoutChartPage(QWidget *parent)
     m_valueTitle->setPlaceholderText(tr("values"));
     m_top->setRange(0, 1000);
     m_top->setSpecialValueText(tr("all"));
-    m_figures->setPlaceholderText(QStringLiteral("count as Events; sum(attempts) as Attempts; average(size) as Mean size [bytes]"));
+    m_figures->setPlaceholderText(tr("count as Events; sum(attempts) as Attempts; average(size) as Mean size [bytes]"));
     m_topField->setPlaceholderText(tr("column; none: no list"));
     m_topValue->setPlaceholderText(QStringLiteral("count"));
     m_topCaption->setPlaceholderText(tr("caption"));
