@@ -2,8 +2,8 @@
 /// What a report is made of beyond its head: columns, groups, totals, charts. All of it is known before the first row.
 #pragma once
 
+#include "documents/ChartSpec.h"
 #include "documents/ReportColumn.h"
-#include "documents/charts/ChartSpec.h"
 #include "framework/ReportLayout.h"
 
 #include <cstdint>

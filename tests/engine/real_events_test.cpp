@@ -102,14 +102,17 @@ private Q_SLOTS:
             const QString text = cell.isObject() ? cell[u"datetime"_s].toString().left(19) : cell.toVariant().toString();
             return QString(text).replace(u"\r\n"_s, u"\n"_s);
         };
+        constexpr int kOuter = 1, kInner = 3; // the columns of its groups
         for (int row = 0; row < 418; ++row) {
             const QJsonArray cells = raw.at(row).toArray();
             QCOMPARE(cells.size(), 6);
             QVERIFY2(pdf.contains(plain(cells.at(0)).left(19)), qPrintable(plain(cells.at(0))));
             for (int cell = 0; cell < cells.size(); ++cell) {
                 const QString expected = cell == 0 ? plain(cells.at(0)).left(19) : plain(cells.at(cell));
-                // Real messages hold marks of direction, which HTML shows.
-                QCOMPARE(plain(page.at(row).toArray().at(cell)), QString(expected).replace(u"\u200E"_s, u"[U+200E]"_s));
+                // Real messages hold marks of direction, which HTML shows; what a group's heading says is not said again.
+                const QString shown = plain(page.at(row).toArray().at(cell));
+                if ((cell != kOuter && cell != kInner) || !shown.isEmpty())
+                    QCOMPARE(shown, QString(expected).replace(u"\u200E"_s, u"[U+200E]"_s));
                 QCOMPARE(plain(sheet.at(row).at(cell)), expected);
             }
         }

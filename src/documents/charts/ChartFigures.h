@@ -2,8 +2,8 @@
 /// The figures of a chart as they are drawn: cleaned, in order, cut down to what a picture holds.
 #pragma once
 
+#include "documents/ChartSpec.h"
 #include "documents/charts/ChartColours.h"
-#include "documents/charts/ChartSpec.h"
 
 #include <string>
 #include <vector>

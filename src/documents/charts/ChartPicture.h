@@ -2,9 +2,9 @@
 /// A chart as shapes: what a page, a file or a window draws, the same everywhere.
 #pragma once
 
+#include "documents/ChartSpec.h"
 #include "documents/ReportShape.h"
 #include "documents/charts/ChartColours.h"
-#include "documents/charts/ChartSpec.h"
 
 #include <functional>
 #include <optional>

@@ -33,6 +33,21 @@ std::string_view sideClass(CellAlignment alignment)
     return "";
 }
 
+std::string_view openTag(Emphasis emphasis)
+{
+    switch (emphasis) {
+    case Emphasis::Strong:
+        return "<td class=\"strong\">";
+    case Emphasis::Warning:
+        return "<td class=\"warning\">";
+    case Emphasis::Alarm:
+        return "<td class=\"alarm\">";
+    case Emphasis::None:
+        break;
+    }
+    return "<td>";
+}
+
 } // namespace
 
 void appendShown(const CellFormatter &format, const Value &value, std::string &out)
@@ -51,7 +66,8 @@ void appendShown(const CellFormatter &format, const Value &value, std::string &o
 
 HtmlCell::HtmlCell(const ReportColumn &column)
     : m_format(column), m_plain(m_format.style() == CellFormatter::Style::Plain && column.words.empty() && column.rules.empty()),
-      m_null(joined({"<td class=\"null\">", column.nullText.empty() ? kHtmlNull : escaped(column.nullText), "</td>"}))
+      m_nullText(column.nullText.empty() ? std::string(kHtmlNull) : escaped(column.nullText)),
+      m_null(joined({"<td class=\"null\">", m_nullText, "</td>"}))
 {
 }
 
@@ -59,7 +75,7 @@ void HtmlCell::writeFormatted(const Value &value, OutputFile &file)
 {
     m_text.clear();
     appendShown(m_format, value, m_text);
-    file.write("<td>");
+    file.write(openTag(m_format.emphasisOf(value)));
     writeEscaped(file, m_text);
     file.write("</td>");
 }
@@ -68,6 +84,10 @@ void HtmlCell::write(const Value &value, OutputFile &file)
 {
     switch (value.kind) {
     case Value::Kind::Null:
+        if (m_format.emphasisOf(value) != Emphasis::None) {
+            file.write(joined({openTag(m_format.emphasisOf(value)), m_nullText, "</td>"}));
+            return;
+        }
         file.write(m_null);
         return;
     case Value::Kind::Integer:

@@ -32,7 +32,7 @@ private:
 
     CellFormatter m_format;
     bool m_plain; ///< texts and integers are shown as they are
-    std::string m_null, m_text;
+    std::string m_nullText, m_null, m_text;
 };
 
 /// What is added up over a group or over the report, as rows: each value under its column, the captions at the left. What has no column of

@@ -194,15 +194,16 @@ void CardBody::layOut(std::span<const Value> cells)
     const std::size_t count = std::min(cells.size(), m_columns.size());
     for (std::size_t i = 0; i < count; ++i) {
         const Column &column = m_columns[i];
-        if (cells[i].isNull() && count > 1 && !column.formatter.hasTexts())
+        if (cells[i].isNull() && count > 1 && !column.formatter.hasTexts() && !column.formatter.hasRules())
             continue;
         appendShown(cells[i], column.formatter, m_text, column.numeric);
-        m_ends.emplace_back(i, m_text.size());
+        m_ends.push_back({i, m_text.size(), column.formatter.emphasisOf(cells[i]) != Emphasis::None});
     }
     m_pairs.clear();
     std::size_t begin = 0;
-    for (const auto &[index, end] : m_ends) {
-        addPair(m_columns[index].label, std::string_view(m_text).substr(begin, end - begin), m_columns[index].style);
+    for (const auto &[index, end, standsOut] : m_ends) {
+        addPair(m_columns[index].label, std::string_view(m_text).substr(begin, end - begin),
+                standsOut ? TextStyle::Bold : m_columns[index].style);
         begin = end;
     }
     arrange(m_pairSlots);

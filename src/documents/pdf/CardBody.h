@@ -101,7 +101,12 @@ private:
     Tenths m_slotWidth = 0;
     // The row being set.
     std::string m_text;
-    std::vector<std::pair<std::size_t, std::size_t>> m_ends; ///< column, and the end of its text in m_text
+    struct TextEnd
+    {
+        std::size_t column, end;
+        bool standsOut;
+    };
+    std::vector<TextEnd> m_ends; ///< of the texts in m_text
     std::vector<Pair> m_pairs;
     std::vector<Piece> m_pieces;
     std::uint32_t m_lines = 0;

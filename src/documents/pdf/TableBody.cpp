@@ -96,6 +96,22 @@ bool sameValue(const Value &left, const Value &right)
     return left.text() == right.text();
 }
 
+/// What stands out is bold besides.
+Ink inkOf(Emphasis emphasis, bool null)
+{
+    switch (emphasis) {
+    case Emphasis::Warning:
+        return Ink::Notice;
+    case Emphasis::Alarm:
+        return Ink::Alarm;
+    case Emphasis::Strong:
+        return Ink::Text;
+    case Emphasis::None:
+        break;
+    }
+    return null ? Ink::Faint : Ink::Text;
+}
+
 } // namespace
 
 TableBody::TableBody(const PageGeometry &geometry, TextLayout &layout, ReportPages &pages, Outline &outline, const ReportShape &shape,
@@ -422,12 +438,15 @@ void TableBody::layOut(std::span<const Value> cells)
     m_ends.clear();
     m_cells.clear();
     m_inks.clear();
+    m_styles.clear();
     const std::size_t count = std::min(cells.size(), m_columns.size());
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t begin = m_text.size();
         const Column &column = m_columns[i];
         const bool null = !m_blank[i] && appendShown(cells[i], column.formatter, m_text, column.numeric);
-        m_inks.push_back(null ? Ink::Faint : Ink::Text);
+        const Emphasis emphasis = m_blank[i] ? Emphasis::None : column.formatter.emphasisOf(cells[i]);
+        m_inks.push_back(inkOf(emphasis, null));
+        m_styles.push_back(emphasis == Emphasis::None ? column.style : TextStyle::Bold);
         if (!column.wrap)
             joinLines(m_text, begin);
         m_ends.push_back(m_text.size());
@@ -451,15 +470,15 @@ bool TableBody::breakIntoLines(const LineMetrics &metrics)
         const auto text = std::string_view(m_text).substr(begin, m_ends[i] - begin);
         begin = m_ends[i];
         const Em limit = usual ? column.box.limit : metrics.limitFor(column.box.right - column.box.left);
-        if (column.style == TextStyle::Regular && isCode(text)) {
+        if (m_styles[i] == TextStyle::Regular && isCode(text)) {
             const TextBlock code = m_layout.wrap(text, TextStyle::Mono, limit);
             if (code.lineCount == 1) {
                 m_cells.push_back(code);
                 continue;
             }
         }
-        m_cells.push_back(column.wrap || column.box.whole ? m_layout.wrap(text, column.style, limit)
-                                                          : m_layout.fit(text, column.style, limit));
+        m_cells.push_back(column.wrap || column.box.whole ? m_layout.wrap(text, m_styles[i], limit)
+                                                          : m_layout.fit(text, m_styles[i], limit));
         m_lines = std::max(m_lines, m_cells.back().lineCount);
         fits = fits && (!column.box.whole || m_cells.back().lineCount <= 1);
     }

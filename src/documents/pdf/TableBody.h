@@ -161,6 +161,7 @@ private:
     std::vector<std::size_t> m_ends; ///< of the cells' texts in m_text
     std::vector<TextBlock> m_cells;
     std::vector<Ink> m_inks;
+    std::vector<TextStyle> m_styles;
     std::vector<bool> m_blank; ///< columns whose value the group's heading or first row shows
     bool m_suppressed = false;
     std::uint32_t m_lines = 0;

@@ -2,7 +2,7 @@
 /// A native chart of a workbook over its own range of cells (ISO/IEC 29500-1, DrawingML charts).
 #pragma once
 
-#include "documents/charts/ChartSpec.h"
+#include "documents/ChartSpec.h"
 
 #include <cstdint>
 #include <string>

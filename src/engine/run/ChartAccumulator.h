@@ -2,7 +2,7 @@
 /// A chart's figures, gathered row by row.
 #pragma once
 
-#include "documents/charts/ChartSpec.h"
+#include "documents/ChartSpec.h"
 #include "engine/rows/ShapeSources.h"
 
 #include <cstdint>

@@ -1,6 +1,12 @@
 #include "reporting/viewer/SpoolModel.h"
 
+#include "documents/Palette.h"
 #include "reporting/common/VisibleText.h"
+
+#include <QColor>
+#include <QFont>
+#include <QGuiApplication>
+#include <QPalette>
 
 #include <algorithm>
 #include <limits>
@@ -10,12 +16,40 @@ namespace qm {
 namespace {
 constexpr int kRowsPerPage = 128;
 constexpr int kPages = 64;
+constexpr QRgb kWarningOnDark = 0xFFC2AD, kAlarmOnDark = 0xFF9849;
 } // namespace
 
 struct SpoolModel::Page
 {
     QVector<QString> cells;
+    QVector<Emphasis> emphasis; ///< of the cells
 };
+
+namespace {
+
+/// Bold always, so that nothing is told by its colour alone.
+QVariant standingOut(Emphasis emphasis, int role)
+{
+    if (emphasis == Emphasis::None)
+        return {};
+    if (role == Qt::FontRole) {
+        QFont font;
+        font.setBold(true);
+        return font;
+    }
+    const QPalette colours = QGuiApplication::palette();
+    const bool dark = colours.color(QPalette::Base).lightness() < colours.color(QPalette::Text).lightness();
+    switch (emphasis) {
+    case Emphasis::Warning:
+        return QColor::fromRgb(dark ? kWarningOnDark : palette::kNotice);
+    case Emphasis::Alarm:
+        return QColor::fromRgb(dark ? kAlarmOnDark : palette::kAlarm);
+    default:
+        return {};
+    }
+}
+
+} // namespace
 
 SpoolModel::SpoolModel(const SpooledReport &report, QObject *parent)
     : QAbstractTableModel(parent), m_report(report), m_order(RowOrder::original(report.tail.rows)),
@@ -54,7 +88,7 @@ QString SpoolModel::formatted(std::size_t column, const Value &value) const
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-const QString &SpoolModel::shownCell(int row, int column) const
+const SpoolModel::Page &SpoolModel::pageOf(int row) const
 {
     const int number = row / kRowsPerPage;
     const int columns = columnCount();
@@ -64,10 +98,13 @@ const QString &SpoolModel::shownCell(int row, int column) const
         const int first = number * kRowsPerPage;
         const int end = std::min(first + kRowsPerPage, rowCount());
         page->cells.resize((end - first) * columns);
+        page->emphasis.fill(Emphasis::None, page->cells.size());
         for (int at = first; at < end; ++at) {
             const auto values = m_reader.row(m_order->idAt(at));
             for (std::size_t i = 0; i < std::min(values.size(), m_formats.size()); ++i) {
                 QString text = formatted(i, values[i]);
+                if (m_formats[i].hasRules())
+                    page->emphasis[(at - first) * columns + static_cast<int>(i)] = m_formats[i].emphasisOf(values[i]);
                 if (text.size() > kShownInGrid) {
                     text.truncate(kShownInGrid - (text[kShownInGrid - 1].isHighSurrogate() ? 1 : 0));
                     text += QChar(u'\u2026');
@@ -77,7 +114,12 @@ const QString &SpoolModel::shownCell(int row, int column) const
         }
         m_pages.insert(number, page);
     }
-    return page->cells.at((row % kRowsPerPage) * columns + column);
+    return *page;
+}
+
+const QString &SpoolModel::shownCell(int row, int column) const
+{
+    return pageOf(row).cells.at((row % kRowsPerPage) * columnCount() + column);
 }
 
 QString SpoolModel::fullText(int row, int column) const
@@ -103,6 +145,8 @@ QVariant SpoolModel::data(const QModelIndex &index, int role) const
         return {};
     if (role == Qt::DisplayRole)
         return shownCell(index.row(), index.column());
+    if ((role == Qt::FontRole || role == Qt::ForegroundRole) && m_formats[static_cast<std::size_t>(index.column())].hasRules())
+        return standingOut(pageOf(index.row()).emphasis.at((index.row() % kRowsPerPage) * columnCount() + index.column()), role);
     if (role == Qt::TextAlignmentRole) {
         switch (m_report.shape.columns[static_cast<std::size_t>(index.column())].alignment) {
         case CellAlignment::Right:

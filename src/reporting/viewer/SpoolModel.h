@@ -40,6 +40,7 @@ public:
 
 private:
     struct Page;
+    [[nodiscard]] const Page &pageOf(int row) const;
     [[nodiscard]] const QString &shownCell(int row, int column) const;
     [[nodiscard]] QString formatted(std::size_t column, const Value &value) const;
 

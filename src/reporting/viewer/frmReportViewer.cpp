@@ -1,4 +1,5 @@
 #include "reporting/viewer/frmReportViewer.h"
+#include "reporting/viewer/ChartPane.h"
 
 #include "core/InputDuringRun.h"
 #include "core/Prompts.h"
@@ -64,6 +65,9 @@ frmReportViewer::frmReportViewer(ReportingUiServices &services, SpooledReport re
     layout->addWidget(m_search);
     buildTable();
     auto split = new QSplitter(Qt::Vertical, central);
+    const bool charts = m_report.tail.rows > 0 && !m_report.tail.charts.empty();
+    if (charts)
+        split->addWidget(new ChartPane(m_report.shape.charts, m_report.tail.charts, split));
     m_details = new DetailPane(split);
     m_stack = new QStackedWidget(split);
     m_empty = plainLabel({}, m_stack);
@@ -77,9 +81,9 @@ frmReportViewer::frmReportViewer(ReportingUiServices &services, SpooledReport re
     m_stack->addWidget(m_empty);
     split->addWidget(m_stack);
     split->addWidget(m_details);
-    split->setStretchFactor(0, 1);
-    split->setCollapsible(0, false);
-    split->setSizes({560, 160});
+    split->setStretchFactor(split->indexOf(m_stack), 1);
+    split->setCollapsible(split->indexOf(m_stack), false);
+    split->setSizes(charts ? QList<int>{240, 320, 160} : QList<int>{560, 160});
     layout->addWidget(split, 1);
     setCentralWidget(central);
 
