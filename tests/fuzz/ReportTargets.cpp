@@ -227,7 +227,8 @@ void checkHtml(Report report, const ReportPlan &plan, const QByteArray &html)
     settle(report);
     const QByteArray plain = make(report, planOf(report));
     PROMISE(html.count('<') == plain.count('<') && html.count('>') == plain.count('>'));
-    PROMISE(html.count("<td>") + html.count("<td class=\"null\">") == static_cast<qsizetype>(report.rows.size() * plan.shape.columns.size()));
+    PROMISE(html.count("<td>") + html.count("<td class=\"null\">") ==
+            static_cast<qsizetype>(report.rows.size() * plan.shape.columns.size()));
 }
 
 std::uint32_t number(const QByteArray &bytes, qsizetype at, int size)

@@ -31,4 +31,7 @@ inline bool appendShown(const Value &value, const CellFormatter &formatter, std:
     return false;
 }
 
+/// A text that is not wrapped is one line: its line breaks and tabs become blanks. \p from: where it begins.
+void joinLines(std::string &text, std::size_t from);
+
 } // namespace qm::pdf
