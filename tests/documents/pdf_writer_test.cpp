@@ -113,6 +113,18 @@ private Q_SLOTS:
         qputenv("FONTCONFIG_FILE", fontConfiguration(u"empty.conf"_qs, {}));
     }
 
+    void aFirstRowTooTallForTheFirstPageGoesToTheNext()
+    {
+        std::int64_t most = 0;
+        for (int sentences = 100; sentences <= 400; sentences += 25) {
+            Report report = numbered(2);
+            report.rows[0][1] = QByteArray("An account failed to log on. ").repeated(sentences).toStdString();
+            checkStructure(write(report));
+            most = std::max(most, m_notes.pages);
+        }
+        QVERIFY(most > 1);
+    }
+
     void a_cell_is_read_back_as_it_was_data()
     {
         QTest::addColumn<std::string>("cell");

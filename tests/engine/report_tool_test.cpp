@@ -324,6 +324,8 @@ private Q_SLOTS:
         QCOMPARE(qm::RunLedger(m_installation->path()).list().back().status, qm::RunStatus::Running); // it lives
         process.kill();
         static_cast<void>(finished(process));
+        for (const QString &own : there()) // where its file has a name
+            QVERIFY(QFile::remove(elsewhere.filePath(own)));
         // As where a file system knows no files without a name. What has just been written may still be somebody's.
         put(u".quillmark-left.tmp"_s, QDateTime::currentDateTime());
         QCOMPARE(run({u"--rows"_s, query("SELECT 1")}).out, u"1\n"_s);

@@ -245,8 +245,9 @@ void TableBody::fillLastPage()
 {
     using Kind = Entry::Kind;
     const int has = m_sheet.rows();
-    if (!m_pages.waiting() || m_sheet.wanted || m_waiting.page + 1 != m_sheet.page || m_sheet.used == 0 || has >= kFewestRows)
-        return;
+    if (!m_pages.waiting() || m_sheet.wanted || m_waiting.page + 1 != m_sheet.page || m_sheet.used == 0 || m_waiting.used == 0 ||
+        has >= kFewestRows)
+        return; // a waiting page without entries holds nothing but the title
     const auto &entries = m_waiting.entries;
     std::size_t cut = m_waiting.used;
     for (int rows = has; rows < kFewestRows && cut > 0; --cut) {
