@@ -46,7 +46,7 @@ window() { # title: waits for a visible window whose title begins with it
 main=$(window "Quillmark SQL Report Generator")
 sleep 1
 xdotool windowfocus --sync "$main" windowsize --sync "$main" 1280 780
-xdotool key --delay 120 Home Right Down Down Down
+xdotool key --delay 120 Home Right Down Down Down Down
 sleep 1
 import -window "$main" "$images/main-window.png"
 

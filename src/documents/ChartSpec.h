@@ -30,7 +30,7 @@ struct ChartSeries
     std::vector<double> values; ///< one per category; NaN: none
 };
 
-/// Bounded: what is beyond the largest categories and series stands in the last of each, where the spec asks for that.
+/// Bounded: what is beyond the largest categories and series stands in the last of each, where that is asked for.
 struct ChartData
 {
     std::vector<std::string> categories; ///< as shown
